@@ -1,0 +1,133 @@
+// The engine: image records, checks, reports and the general operations on
+// images. Internal to the library; nothing here is exported.
+#pragma once
+
+#include "_Src/iplimage.h"
+
+struct tagBITMAPINFOHEADER;
+
+// --- Error state and reporter -----------------------------------------------
+
+// A handler gets what iplError got and returns what iplError returns.
+using IplErrorHandler = int32_t (*)(int32_t status, const char* functionName, const char* message,
+                                    const char* fileName, int32_t row);
+
+struct IplErrorState {
+    int32_t status; // last recorded; only iplSetStatus writes it
+    int32_t mode;   // 0: the default handler ends the process
+    IplErrorHandler handler;
+};
+extern IplErrorState iplErrorState;
+
+enum IplStatus : int32_t {
+    IPL_StsOk = 0,
+    IPL_StsBackTrace = -1,
+    IPL_StsError = -2,
+    IPL_StsInternal = -3,
+    IPL_StsNoMem = -4,
+    IPL_StsBadArg = -5,
+    IPL_StsAutoTrace = -8,
+    IPL_HeaderIsNull = -9,
+    IPL_BadImageSize = -10,
+    IPL_BadOffset = -11,
+    IPL_BadDataPtr = -12,
+    IPL_BadStep = -13,
+    IPL_BadModelOrChSeq = -14,
+    IPL_BadNumChannels = -15,
+    IPL_BadNumChannel1U = -16,
+    IPL_BadDepth = -17,
+    IPL_BadAlphaChannel = -18,
+    IPL_BadOrder = -19,
+    IPL_BadOrigin = -20,
+    IPL_BadAlign = -21,
+    IPL_BadCallBack = -22,
+    IPL_BadTileSize = -23,
+    IPL_BadCOI = -24,
+    IPL_BadROISize = -25,
+    IPL_MaskIsTiled = -26,
+    IPL_MaskBadDepth = -117,
+};
+
+// Reports a failure: records `status` (except -1 and -8, the back-trace
+// reports) and calls the handler, which ends the process with exit(1) while
+// the mode is 0. A status of 0 only clears the record. Any code behind a
+// report is written as if the call came back.
+int32_t iplError(int32_t status, const char* functionName, const char* message,
+                 const char* fileName, int32_t row);
+int32_t iplGetStatus();
+void iplSetStatus(int32_t newStatus);
+int32_t iplGetErrorMode();
+const char* iplStatusText(int32_t status);
+int32_t iplDefaultErrorHandler(int32_t status, const char* functionName, const char* message,
+                               const char* fileName, int32_t row);
+
+// Checks a whole record: 0, or the negative status of the first failing test,
+// which is also recorded. Never reports.
+int32_t iplCheckImage(const IplImage* image);
+
+// --- Allocation (iplalloc) ---------------------------------------------------
+
+// Blocks aligned to 32 bytes, uncleared; null for a count below 1 or no
+// memory. Counts are in bytes, 16-bit units and 32-bit units. Freed by
+// iplAlignedFree only, which ignores null.
+void* iplAlignedMalloc(int32_t size);
+void* iplAlignedMalloc16(int32_t count);
+void* iplAlignedMalloc32(int32_t count);
+void iplAlignedFree(void* block);
+
+// A record without pixels, or null. It owns roi, maskROI and tileInfo.
+IplImage* iplCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t depth,
+                               const char* colorModel, const char* channelSeq, int32_t dataOrder,
+                               int32_t origin, int32_t align, int32_t width, int32_t height,
+                               IplROI* roi, IplImage* maskROI, void* imageId,
+                               IplTileInfo* tileInfo);
+// Gives a header pixels, filled with fillValue if doFill is nonzero. The
+// second form is for float images only, the first for all others.
+void iplAllocateImage(IplImage* image, int32_t doFill, int32_t fillValue);
+void iplAllocateImageFP(IplImage* image, int32_t doFill, float fillValue);
+// Frees the parts chosen by the IPL_IMAGE_ bits; a null image is ignored.
+void iplDeallocate(IplImage* image, int32_t flags);
+void iplDeallocateHeader(IplImage* image);
+void iplDeallocateImage(IplImage* image);
+
+IplROI* iplCreateROI(int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width, int32_t height);
+void iplSetROI(IplROI* roi, int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width,
+               int32_t height);
+IplTileInfo* iplCreateTileInfo(IplTileCallBack callBack, void* id, int32_t width, int32_t height);
+void iplSetTileInfo(IplTileInfo* tileInfo, IplTileCallBack callBack, void* id, int32_t width,
+                    int32_t height);
+// Sets mode and constant, clamped to the depth's range, on the sides whose bits
+// are set in borderMask.
+void iplSetBorderMode(IplImage* image, int32_t mode, int32_t borderMask, int32_t constant);
+
+// --- Fill, copy and clone (iplsce, iplClone) ---------------------------------
+
+// Stores fillValue, clamped to the depth's range, in the region of an image of
+// any integer depth, where its mask lets it.
+void iplSet(IplImage* image, int32_t fillValue);
+// Copies the elements of the common region, where the masks let it.
+void iplCopy(IplImage* srcImage, IplImage* dstImage);
+// A new image with the source's header, region and pixels, without its mask
+// and tiles.
+IplImage* iplCloneImage(const IplImage* image);
+
+// --- Device-independent bitmaps (iplDIB, ownrle) -------------------------------
+
+// Converts a packed bitmap into an image, whose pixels are allocated if it has
+// none.
+void iplConvertFromDIB(const tagBITMAPINFOHEADER* dib, IplImage* image);
+// Converts an image into a packed bitmap with a prepared header. Gives
+// biCompression, or what the RLE coder gives.
+int32_t iplConvertToDIB(IplImage* image, tagBITMAPINFOHEADER* dib, int32_t dither,
+                        int32_t paletteConversion);
+
+// --- Size (iplresiz, iplZoom, ipldecim) ----------------------------------------
+
+// Scale by xDst/xSrc and yDst/ySrc. iplZoom takes no shrinking axis,
+// iplDecimate no growing one, iplResize any mixture.
+void iplZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+             int32_t interpolate);
+void iplDecimate(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,
+                 int32_t ySrc, int32_t interpolate);
+void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,
+               int32_t ySrc, int32_t interpolate);

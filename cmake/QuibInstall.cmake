@@ -1,0 +1,24 @@
+# make install: the two libraries, their headers, a CMake package and a
+# pkg-config file. The headers keep their places to each other.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS QuibTool quibtool_static EXPORT QuibTool)
+install(TARGETS quib_platform EXPORT QuibTool)
+install(FILES quibtool/quibtool.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/quibtool)
+install(FILES _Src/iplimage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/_Src)
+if(NOT WIN32)
+  install(FILES platform/platform.h platform/types.h platform/memory.h platform/gdi.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/platform)
+endif()
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QuibTool)
+install(EXPORT QuibTool FILE QuibToolTargets.cmake NAMESPACE QuibTool:: DESTINATION ${package_dir})
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/QuibToolConfig.cmake
+  "include(\${CMAKE_CURRENT_LIST_DIR}/QuibToolTargets.cmake)\n")
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/QuibToolConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/QuibToolConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/QuibToolConfigVersion.cmake DESTINATION ${package_dir})
+
+configure_file(cmake/quibtool.pc.in quibtool.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quibtool.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

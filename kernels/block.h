@@ -1,0 +1,19 @@
+// Filling and moving whole rows or blocks.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quib
+{
+
+struct BlockKernels {
+    // Stores `value` in `count` 32-bit elements. `dst` needs no alignment.
+    void (*fill32)(void* dst, uint32_t value, size_t count);
+    // Stores `value` in `count` 16-bit elements. `dst` needs no alignment.
+    void (*fill16)(void* dst, uint16_t value, size_t count);
+    // Copies `bytes` bytes between blocks that do not overlap.
+    void (*copy)(void* dst, const void* src, size_t bytes);
+};
+
+} // namespace quib

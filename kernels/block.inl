@@ -1,0 +1,30 @@
+namespace
+{
+
+void fill32(void* dst, uint32_t value, size_t count)
+{
+    uint8_t* out = static_cast<uint8_t*>(dst);
+    const uint32_t low = value & 0xFF;
+    if (value == low * 0x01010101u) {
+        __builtin_memset(out, static_cast<int>(low), count * 4);
+        return;
+    }
+    for (size_t i = 0; i < count; ++i)
+        __builtin_memcpy(out + i * 4, &value, 4);
+}
+
+void fill16(void* dst, uint16_t value, size_t count)
+{
+    uint8_t* out = static_cast<uint8_t*>(dst);
+    for (size_t i = 0; i < count; ++i)
+        __builtin_memcpy(out + i * 2, &value, 2);
+}
+
+void copy(void* dst, const void* src, size_t bytes)
+{
+    __builtin_memcpy(dst, src, bytes);
+}
+
+constexpr BlockKernels blockKernels{fill32, fill16, copy};
+
+} // namespace

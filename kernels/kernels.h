@@ -1,0 +1,34 @@
+// The table of row functions that everything above calls, and the processor
+// levels that it exists in.
+#pragma once
+
+#include "kernels/block.h"
+
+namespace quib
+{
+
+enum class KernelLevel { base, avx2, avx512 };
+
+// One level's functions, a member a family; each family's header documents its
+// functions. Every level computes the same bytes.
+struct Kernels {
+    KernelLevel level;
+    const char* levelName;
+    BlockKernels block;
+};
+
+// The table in use: the best level that this processor has.
+const Kernels& kernels();
+
+// The table of one level, or null if it was not compiled or the processor
+// lacks it.
+const Kernels* kernelsOfLevel(KernelLevel level);
+
+// Makes kernels() give this level from now on; false, with nothing changed, if
+// it is not available. For tests and benchmarks: nothing may be running.
+bool useKernelLevel(KernelLevel level);
+
+// Picks the best level. Called once at load.
+void chooseKernels();
+
+} // namespace quib

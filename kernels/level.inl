@@ -1,0 +1,25 @@
+// Compiled once per processor level, with QUIB_LEVEL naming the level. Nothing
+// here may call inline functions of a library header: the linker could keep a
+// copy made for a level that the processor lacks.
+#include "kernels/kernels.h"
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+namespace quib::QUIB_LEVEL
+{
+
+#include "kernels/block.inl"
+
+#define QUIB_NAME_OF(level) #level
+#define QUIB_LEVEL_NAME(level) QUIB_NAME_OF(level)
+
+extern const Kernels table;
+constinit const Kernels table{
+    KernelLevel::QUIB_LEVEL,
+    QUIB_LEVEL_NAME(QUIB_LEVEL),
+    blockKernels,
+};
+
+} // namespace quib::QUIB_LEVEL

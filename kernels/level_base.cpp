@@ -1,0 +1,2 @@
+#define QUIB_LEVEL base
+#include "kernels/level.inl"

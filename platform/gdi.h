@@ -1,0 +1,27 @@
+// Memory device contexts and their bitmaps, as much of them as drawing needs.
+#pragma once
+
+#include "platform/types.h"
+
+// A new memory device context; `like` is ignored. A 1 x 1 monochrome bitmap is
+// selected into it, as on the platform.
+QUIB_PLATFORM_API HDC CreateCompatibleDC(HDC like);
+QUIB_PLATFORM_API BOOL DeleteDC(HDC hdc);
+
+// A 24-bit or 32-bit bitmap of the header's size, rows bottom first for a
+// positive height, with its zeroed pixels' address in `*bits`. `hdc`, `section`
+// and `offset` are ignored. Null for a header that it cannot serve.
+QUIB_PLATFORM_API HBITMAP CreateDIBSection(HDC hdc, const BITMAPINFO* info, UINT usage,
+                                           void** bits, HANDLE section, DWORD offset);
+// Selects a bitmap and gives the one selected before.
+QUIB_PLATFORM_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
+// Frees a bitmap; fails while it is selected.
+QUIB_PLATFORM_API BOOL DeleteObject(HGDIOBJ object);
+
+// Draws `height` rows of `width` pixels of a 1-, 8-, 24- or 32-bit uncompressed
+// bitmap at (xDest, yDest), from (xSrc, ySrc) counted from the bitmap's lower
+// left corner; `bits` starts at row `startScan` of `scanLines` rows. Gives the
+// number of scan lines set, 0 for a bad argument.
+QUIB_PLATFORM_API int SetDIBitsToDevice(HDC hdc, int xDest, int yDest, DWORD width, DWORD height,
+                                        int xSrc, int ySrc, UINT startScan, UINT scanLines,
+                                        const void* bits, const BITMAPINFO* info, UINT usage);

@@ -1,0 +1,122 @@
+/* QuibTool: image manipulation for programs that edit and display pictures and
+ * video frames. This header is the whole exported interface. Plain C.
+ *
+ * A handle is the address of an IplImage. The library makes four kinds, by bits
+ * per pixel: 1 and 8 (one channel), 24 (bytes B, G, R) and 32 (bytes B, G, R,
+ * A). Rows lie top row first, widthStep bytes apart, padded to 4 bytes. The
+ * program owns a handle from the call that stores it until QuibFree.
+ *
+ * Every function returns a QuibStatus: 0 is success, and every failure has the
+ * top bit set. Besides the statuses below, a function that checks a record's
+ * fields returns the check's own small negative status, for example -10 for a
+ * bad size.
+ *
+ * A failed check of an engine operation, and memory that runs out for pixels,
+ * end the process with exit(1).
+ *
+ * Nothing here takes locks. Different handles may be used from different
+ * threads; one handle must not be used by two at once. */
+#ifndef QUIBTOOL_H
+#define QUIBTOOL_H
+
+#include "../_Src/iplimage.h"
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define QUIB_API
+typedef long QuibStatus;
+#else
+#define QUIB_API __attribute__((visibility("default")))
+typedef int32_t QuibStatus;
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define QUIB_OK ((QuibStatus)0)
+#define QUIB_FAILED ((QuibStatus)0x80000000u)         /* no more exact reason */
+#define QUIB_BAD_WIDTH ((QuibStatus)0x80000001u)      /* width below 1 */
+#define QUIB_BAD_HEIGHT ((QuibStatus)0x80000002u)     /* height below 1 */
+#define QUIB_BAD_DEPTH ((QuibStatus)0x80000003u)      /* bitDepth not 1, 8, 24 or 32 */
+#define QUIB_BAD_ARGUMENT ((QuibStatus)0x80000005u)   /* bad argument or bad handle */
+#define QUIB_NO_HEADER ((QuibStatus)0x80000006u)      /* no memory for a record */
+#define QUIB_DIB_BAD_WIDTH ((QuibStatus)0x80000100u)  /* biWidth below 1 */
+#define QUIB_DIB_BAD_HEIGHT ((QuibStatus)0x80000101u) /* biHeight below 1 */
+#define QUIB_DIB_BAD_DEPTH ((QuibStatus)0x80000102u)  /* biBitCount not 1, 8, 24 or 32 */
+#define QUIB_DIB_MISMATCH ((QuibStatus)0x80000103u)   /* the bitmap does not fit the handle */
+
+/* right and bottom are exclusive. Functions that take a rectangle by address
+ * clip it to the image in place. */
+typedef struct QuibRect {
+    int32_t left;
+    int32_t top;
+    int32_t right;
+    int32_t bottom;
+} QuibRect;
+
+typedef struct QuibPoint {
+    int32_t x;
+    int32_t y;
+} QuibPoint;
+
+typedef struct QuibInfo {
+    int32_t width;     /* pixels */
+    int32_t height;    /* rows */
+    int32_t bitDepth;  /* bits per pixel: element width times channels */
+    int32_t widthStep; /* bytes from one row to the next */
+} QuibInfo;
+
+/* ---- Handles ------------------------------------------------------------- */
+
+/* Makes a handle of width x height pixels of bitDepth 1, 8, 24 or 32 and fills
+ * it as QuibFillColor does; the pixels of a 24-bit handle stay undefined.
+ * QUIB_BAD_WIDTH, QUIB_BAD_HEIGHT, QUIB_BAD_DEPTH, QUIB_NO_HEADER; *out is then
+ * untouched. */
+QUIB_API QuibStatus QuibCreate(int32_t width, int32_t height, int32_t bitDepth, IplImage** out,
+                               uint32_t fillColor);
+
+/* The same with undefined pixels. */
+QUIB_API QuibStatus QuibCreate0(int32_t width, int32_t height, int32_t bitDepth, IplImage** out);
+
+/* Frees the handle in *handleAddress with all that it owns and zeroes the
+ * variable. QUIB_BAD_ARGUMENT, with nothing freed, for anything that is not a
+ * good handle. */
+QUIB_API QuibStatus QuibFree(IplImage** handleAddress);
+
+/* Fills *info. */
+QUIB_API QuibStatus QuibGetInfo(const IplImage* handle, QuibInfo* info);
+
+/* Stores the address of the first pixel, good until the handle is freed.
+ * Nothing is locked or counted. */
+QUIB_API QuibStatus QuibLockData(const IplImage* handle, void** dataOut);
+
+/* The closing bracket of QuibLockData; changes nothing. */
+QUIB_API QuibStatus QuibUnlockData(const IplImage* handle);
+
+/* Fills a rectangle, or the whole image if rect is null. One channel: the value
+ * is clamped to the depth's range, and a region or mask of the record is kept
+ * to. 32 bits: the word B | G << 8 | R << 16 | A << 24, row padding included.
+ * 24 bits: nothing is written. QUIB_BAD_ARGUMENT for a rectangle that is empty
+ * after clipping, QUIB_FAILED for another number of channels. */
+QUIB_API QuibStatus QuibFillColor(IplImage* handle, uint32_t fillColor, QuibRect* rect);
+
+/* Stores 1 if no byte of the rows, padding included but the alpha bytes of a
+ * 32-bit image left out, exceeds threshold, else 0. */
+QUIB_API QuibStatus QuibIsBlack(const IplImage* handle, uint32_t threshold, int32_t* result);
+
+/* Copies all pixel rows of src into *dstAddress; a null *dstAddress gets a new
+ * handle of the same size and depth. An existing target is not examined: it
+ * must be at least as large as src. */
+QUIB_API QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress);
+
+/* Stores a new handle with the same header, region and pixels. QUIB_FAILED if
+ * none could be made. */
+QUIB_API QuibStatus QuibClone(const IplImage* src, IplImage** out);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
