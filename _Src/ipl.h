@@ -129,5 +129,5 @@ void iplZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t y
              int32_t interpolate);
 void iplDecimate(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,
                  int32_t ySrc, int32_t interpolate);
-void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,
-               int32_t ySrc, int32_t interpolate);
+void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+               int32_t interpolate);

@@ -75,13 +75,13 @@ typedef struct _IplImage {
     int32_t align; /* of rows, in bytes: 4, 8, 16 or 32 */
     int32_t width;
     int32_t height;
-    IplROI* roi;                /* null: the whole image; owned */
-    struct _IplImage* maskROI;  /* null, or a 1-bit image; owned */
-    void* imageId;              /* never interpreted */
-    IplTileInfo* tileInfo;      /* null for an image with a pixel block; owned */
-    int32_t imageSize;          /* bytes of pixels */
-    char* imageData;            /* first pixel, aligned to align */
-    int32_t widthStep;          /* bytes from one row to the next */
+    IplROI* roi;               /* null: the whole image; owned */
+    struct _IplImage* maskROI; /* null, or a 1-bit image; owned */
+    void* imageId;             /* never interpreted */
+    IplTileInfo* tileInfo;     /* null for an image with a pixel block; owned */
+    int32_t imageSize;         /* bytes of pixels */
+    char* imageData;           /* first pixel, aligned to align */
+    int32_t widthStep;         /* bytes from one row to the next */
     int32_t BorderMode[4];
     int32_t BorderConst[4];
     char* imageDataOrigin; /* what to free; null when the pixels are borrowed */

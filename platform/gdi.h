@@ -11,8 +11,8 @@ QUIB_PLATFORM_API BOOL DeleteDC(HDC hdc);
 // A 24-bit or 32-bit bitmap of the header's size, rows bottom first for a
 // positive height, with its zeroed pixels' address in `*bits`. `hdc`, `section`
 // and `offset` are ignored. Null for a header that it cannot serve.
-QUIB_PLATFORM_API HBITMAP CreateDIBSection(HDC hdc, const BITMAPINFO* info, UINT usage,
-                                           void** bits, HANDLE section, DWORD offset);
+QUIB_PLATFORM_API HBITMAP CreateDIBSection(HDC hdc, const BITMAPINFO* info, UINT usage, void** bits,
+                                           HANDLE section, DWORD offset);
 // Selects a bitmap and gives the one selected before.
 QUIB_PLATFORM_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
 // Frees a bitmap; fails while it is selected.

@@ -1,0 +1,249 @@
+#include "quibtool/handle.h"
+
+#include "_Src/ipl.h"
+#include "kernels/kernels.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+namespace
+{
+
+// Rows of the last-error text are unique over the library: each file has its
+// own thousand.
+constexpr int32_t fileRow = 1000;
+
+struct HandleKind {
+    int32_t bitDepth;
+    int32_t nChannels;
+    uint32_t depth;
+    const char* colorModel;
+    const char* channelSeq;
+};
+
+// The texts are copied four bytes long.
+constexpr HandleKind handleKinds[] = {
+    {1, 1, IPL_DEPTH_1U, "GRAY", "GRAY"},
+    {8, 1, IPL_DEPTH_8U, "GRAY", "GRAY"},
+    {24, 3, IPL_DEPTH_8U, "RGB", "BGR"},
+    {32, 4, IPL_DEPTH_8U, "RGBA", "BGRA"},
+};
+
+const HandleKind* findKind(int32_t bitDepth)
+{
+    const HandleKind* end = std::end(handleKinds);
+    const HandleKind* kind = std::find_if(
+        handleKinds, end, [bitDepth](const HandleKind& k) { return k.bitDepth == bitDepth; });
+    return kind == end ? nullptr : kind;
+}
+
+// Fills a one-channel image through the engine; a region held before is lost.
+QuibStatus fillOneChannel(IplImage* handle, uint32_t fillColor, const QuibRect* rect)
+{
+    const int32_t value = static_cast<int32_t>(fillColor);
+    if (!rect) {
+        iplSet(handle, value);
+        return QUIB_OK;
+    }
+    handle->roi =
+        iplCreateROI(0, rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top);
+    iplSet(handle, value);
+    iplAlignedFree(handle->roi);
+    handle->roi = nullptr;
+    return QUIB_OK;
+}
+
+QuibStatus fillFourChannels(IplImage* handle, uint32_t fillColor, const QuibRect* rect)
+{
+    const size_t step = static_cast<size_t>(handle->widthStep);
+    const size_t blockBytes = ownBlockBytes(handle);
+    uint8_t* data = reinterpret_cast<uint8_t*>(handle->imageData);
+    if (blockBytes == 0)
+        return QUIB_OK;
+    const quib::BlockKernels& block = quib::kernels().block;
+    if (!rect && step % 4 == 0) {
+        block.fill32(data, fillColor, blockBytes / 4);
+        return QUIB_OK;
+    }
+    const QuibRect whole{0, 0, handle->width, handle->height};
+    const QuibRect& area = rect ? *rect : whole;
+    const size_t width = static_cast<size_t>(area.right - area.left);
+    for (int32_t y = area.top; y < area.bottom; ++y)
+        block.fill32(data + y * step + static_cast<size_t>(area.left) * 4, fillColor, width);
+    return QUIB_OK;
+}
+
+bool rowIsBlack(const uint8_t* row, int32_t bytes, int32_t bitDepth, uint32_t threshold)
+{
+    for (int32_t i = 0; i < bytes; ++i) {
+        const bool isAlpha = bitDepth == 32 && i % 4 == 3;
+        if (!isAlpha && row[i] > threshold)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+char quibLastError[264];
+
+bool QuibIsValid(const IplImage* handle, int32_t row)
+{
+    if (handle && !IsBadReadPtr(handle, sizeof(IplImage)) && !IsBadReadPtr(handle->imageData, 1))
+        return true;
+    std::snprintf(quibLastError, sizeof quibLastError, "invalid dib in quibtool row %d",
+                  static_cast<int>(row));
+    return false;
+}
+
+QuibStatus ownGetInfo(const IplImage* handle, QuibInfo* info)
+{
+    if (const int32_t status = iplCheckImage(handle))
+        return status;
+    // A signed depth's top bit takes part in the product, which wraps.
+    const uint32_t bitDepth = handle->depth * static_cast<uint32_t>(handle->nChannels);
+    *info = {handle->width, handle->height, static_cast<int32_t>(bitDepth), handle->widthStep};
+    return QUIB_OK;
+}
+
+QuibStatus ownLockData(const IplImage* handle, uint8_t** dataOut)
+{
+    if (const int32_t status = iplCheckImage(handle))
+        return status;
+    *dataOut = reinterpret_cast<uint8_t*>(handle->imageData);
+    return QUIB_OK;
+}
+
+bool ownClipRect(QuibRect* rect, int32_t width, int32_t height)
+{
+    rect->left = std::max(rect->left, 0);
+    rect->top = std::max(rect->top, 0);
+    rect->right = std::min(rect->right, width);
+    rect->bottom = std::min(rect->bottom, height);
+    return rect->left < rect->right && rect->top < rect->bottom;
+}
+
+size_t ownBlockBytes(const IplImage* handle)
+{
+    if (handle->imageSize < 1 || handle->widthStep < 1 || handle->height < 1)
+        return 0;
+    return static_cast<size_t>(handle->widthStep) * static_cast<size_t>(handle->height);
+}
+
+QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, IplImage** out)
+{
+    if (width < 1)
+        return QUIB_BAD_WIDTH;
+    if (height < 1)
+        return QUIB_BAD_HEIGHT;
+    const HandleKind* kind = findKind(bitDepth);
+    if (!kind)
+        return QUIB_BAD_DEPTH;
+    if (!out)
+        return QUIB_BAD_ARGUMENT;
+    IplImage* handle = iplCreateImageHeader(kind->nChannels, 0, kind->depth, kind->colorModel,
+                                            kind->channelSeq, IPL_DATA_ORDER_PIXEL, IPL_ORIGIN_TL,
+                                            4, width, height, nullptr, nullptr, nullptr, nullptr);
+    if (!handle)
+        return QUIB_NO_HEADER;
+    *out = handle;
+    return QUIB_OK;
+}
+
+QuibStatus QuibCreate0(int32_t width, int32_t height, int32_t bitDepth, IplImage** out)
+{
+    IplImage* handle = nullptr;
+    if (const QuibStatus status = QuibCreateHeader(width, height, bitDepth, &handle))
+        return status;
+    iplAllocateImage(handle, 0, 0);
+    *out = handle;
+    return QUIB_OK;
+}
+
+QuibStatus QuibCreate(int32_t width, int32_t height, int32_t bitDepth, IplImage** out,
+                      uint32_t fillColor)
+{
+    IplImage* handle = nullptr;
+    if (const QuibStatus status = QuibCreate0(width, height, bitDepth, &handle))
+        return status;
+    QuibFillColor(handle, fillColor, nullptr);
+    *out = handle;
+    return QUIB_OK;
+}
+
+QuibStatus QuibFree(IplImage** handleAddress)
+{
+    IplImage* handle = *handleAddress;
+    if (!QuibIsValid(handle, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (iplCheckImage(handle) != IPL_StsOk)
+        return QUIB_BAD_ARGUMENT;
+    iplDeallocate(handle, IPL_IMAGE_ALL);
+    *handleAddress = nullptr;
+    return QUIB_OK;
+}
+
+QuibStatus QuibGetInfo(const IplImage* handle, QuibInfo* info)
+{
+    if (!QuibIsValid(handle, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    return ownGetInfo(handle, info);
+}
+
+QuibStatus QuibLockData(const IplImage* handle, void** dataOut)
+{
+    if (!QuibIsValid(handle, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (!dataOut)
+        return QUIB_BAD_ARGUMENT;
+    uint8_t* data = nullptr;
+    const QuibStatus status = ownLockData(handle, &data);
+    if (status == QUIB_OK)
+        *dataOut = data;
+    return status;
+}
+
+QuibStatus QuibUnlockData(const IplImage* handle)
+{
+    if (!QuibIsValid(handle, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (const int32_t status = iplCheckImage(handle))
+        return status;
+    return handle->imageData ? QUIB_OK : QUIB_BAD_ARGUMENT;
+}
+
+QuibStatus QuibFillColor(IplImage* handle, uint32_t fillColor, QuibRect* rect)
+{
+    if (!QuibIsValid(handle, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (rect && !ownClipRect(rect, handle->width, handle->height))
+        return QUIB_BAD_ARGUMENT;
+    switch (handle->nChannels) {
+    case 1:
+        return fillOneChannel(handle, fillColor, rect);
+    case 3:
+        // Colour images without alpha are never filled.
+        return QUIB_OK;
+    case 4:
+        return fillFourChannels(handle, fillColor, rect);
+    default:
+        return QUIB_FAILED;
+    }
+}
+
+QuibStatus QuibIsBlack(const IplImage* handle, uint32_t threshold, int32_t* result)
+{
+    if (!QuibIsValid(handle, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    *result = 1;
+    QuibInfo info{};
+    if (const QuibStatus status = ownGetInfo(handle, &info))
+        return status;
+    const uint8_t* row = reinterpret_cast<const uint8_t*>(handle->imageData);
+    for (int32_t y = 0; y < info.height && *result; ++y, row += info.widthStep)
+        if (!rowIsBlack(row, info.widthStep, info.bitDepth, threshold))
+            *result = 0;
+    return QUIB_OK;
+}

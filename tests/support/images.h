@@ -1,0 +1,155 @@
+// Handles, engine images and plain reads of them, for tests.
+#pragma once
+
+#include "_Src/ipl.h"
+#include "quibtool/quibtool.h"
+#include "tests/support/random.h"
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+struct ImageDeleter {
+    void operator()(IplImage* image) const { iplDeallocate(image, IPL_IMAGE_ALL); }
+};
+using Image = std::unique_ptr<IplImage, ImageDeleter>;
+
+inline bool isFloat(const IplImage* image)
+{
+    return image->depth == IPL_DEPTH_32F;
+}
+
+inline const char* modelOf(int32_t nChannels)
+{
+    return nChannels == 1 ? "GRAY" : nChannels == 3 ? "RGB\0" : "RGBA";
+}
+
+inline const char* sequenceOf(int32_t nChannels)
+{
+    return nChannels == 1 ? "GRAY" : nChannels == 3 ? "BGR\0" : "BGRA";
+}
+
+// An image with zeroed pixels, padding included.
+inline Image makeImage(int32_t width, int32_t height, int32_t nChannels, uint32_t depth,
+                       int32_t dataOrder = IPL_DATA_ORDER_PIXEL, int32_t align = 4,
+                       int32_t alphaChannel = 0, int32_t origin = IPL_ORIGIN_TL)
+{
+    Image image(iplCreateImageHeader(nChannels, alphaChannel, depth, modelOf(nChannels),
+                                     sequenceOf(nChannels), dataOrder, origin, align, width, height,
+                                     nullptr, nullptr, nullptr, nullptr));
+    if (depth == IPL_DEPTH_32F)
+        iplAllocateImageFP(image.get(), 1, 0.0f);
+    else
+        iplAllocateImage(image.get(), 1, 0);
+    return image;
+}
+
+// A handle of the surface, bitDepth 1, 8, 24 or 32, with zeroed pixels.
+inline Image makeHandle(int32_t width, int32_t height, int32_t bitDepth)
+{
+    IplImage* handle = nullptr;
+    QuibCreate0(width, height, bitDepth, &handle);
+    if (handle)
+        std::memset(handle->imageData, 0, static_cast<size_t>(handle->imageSize));
+    return Image(handle);
+}
+
+inline uint8_t* rowOf(const IplImage* image, int32_t y)
+{
+    return reinterpret_cast<uint8_t*>(image->imageData) +
+           static_cast<ptrdiff_t>(y) * image->widthStep;
+}
+
+inline std::vector<uint8_t> bytesOf(const IplImage* image)
+{
+    const uint8_t* data = reinterpret_cast<const uint8_t*>(image->imageData);
+    return std::vector<uint8_t>(data, data + image->imageSize);
+}
+
+// Random bytes in every byte of the block, padding included; float images get
+// finite values from -1000 to 1000.
+inline void randomise(IplImage* image, Random& random)
+{
+    if (!isFloat(image)) {
+        random.fill(image->imageData, static_cast<size_t>(image->imageSize));
+        return;
+    }
+    float* values = reinterpret_cast<float*>(image->imageData);
+    for (int32_t i = 0; i < image->imageSize / 4; ++i)
+        values[i] = static_cast<float>(random.between(-1000000, 1000000)) / 1000.0f;
+}
+
+inline void setRoi(IplImage* image, int32_t coi, int32_t x, int32_t y, int32_t width,
+                   int32_t height)
+{
+    iplAlignedFree(image->roi);
+    image->roi = iplCreateROI(coi, x, y, width, height);
+}
+
+// A 1-bit mask of random bits that the image owns from now on.
+inline IplImage* giveRandomMask(IplImage* image, int32_t width, int32_t height, Random& random)
+{
+    iplDeallocate(image->maskROI, IPL_IMAGE_ALL);
+    Image mask = makeImage(width, height, 1, IPL_DEPTH_1U);
+    randomise(mask.get(), random);
+    image->maskROI = mask.release();
+    return image->maskROI;
+}
+
+// One element, by its place, as the plain forms of the tests see it: bits at
+// depth 1, integers, or the float's value.
+inline double element(const IplImage* image, int32_t x, int32_t y, int32_t channel)
+{
+    const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE;
+    const uint8_t* row = rowOf(image, planes ? y + channel * image->height : y);
+    const ptrdiff_t index = planes ? x : static_cast<ptrdiff_t>(x) * image->nChannels + channel;
+    switch (image->depth) {
+    case IPL_DEPTH_1U:
+        return (row[x >> 3] >> (7 - (x & 7))) & 1;
+    case IPL_DEPTH_8U:
+        return row[index];
+    case IPL_DEPTH_8S:
+        return reinterpret_cast<const int8_t*>(row)[index];
+    case IPL_DEPTH_16U:
+        return reinterpret_cast<const uint16_t*>(row)[index];
+    case IPL_DEPTH_16S:
+        return reinterpret_cast<const int16_t*>(row)[index];
+    case IPL_DEPTH_32S:
+        return reinterpret_cast<const int32_t*>(row)[index];
+    default:
+        return reinterpret_cast<const float*>(row)[index];
+    }
+}
+
+inline void putElement(IplImage* image, int32_t x, int32_t y, int32_t channel, double value)
+{
+    const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE;
+    uint8_t* row = rowOf(image, planes ? y + channel * image->height : y);
+    const ptrdiff_t index = planes ? x : static_cast<ptrdiff_t>(x) * image->nChannels + channel;
+    switch (image->depth) {
+    case IPL_DEPTH_1U: {
+        const uint8_t bit = static_cast<uint8_t>(0x80 >> (x & 7));
+        row[x >> 3] = static_cast<uint8_t>(value != 0 ? row[x >> 3] | bit : row[x >> 3] & ~bit);
+        break;
+    }
+    case IPL_DEPTH_8U:
+        row[index] = static_cast<uint8_t>(value);
+        break;
+    case IPL_DEPTH_8S:
+        reinterpret_cast<int8_t*>(row)[index] = static_cast<int8_t>(value);
+        break;
+    case IPL_DEPTH_16U:
+        reinterpret_cast<uint16_t*>(row)[index] = static_cast<uint16_t>(value);
+        break;
+    case IPL_DEPTH_16S:
+        reinterpret_cast<int16_t*>(row)[index] = static_cast<int16_t>(value);
+        break;
+    case IPL_DEPTH_32S:
+        reinterpret_cast<int32_t*>(row)[index] = static_cast<int32_t>(value);
+        break;
+    default:
+        reinterpret_cast<float*>(row)[index] = static_cast<float>(value);
+        break;
+    }
+}

@@ -1,0 +1,30 @@
+// Running a test at every processor level that this machine has.
+#pragma once
+
+#include "kernels/kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+inline std::vector<const quib::Kernels*> availableLevels()
+{
+    std::vector<const quib::Kernels*> levels;
+    for (const auto level :
+         {quib::KernelLevel::base, quib::KernelLevel::avx2, quib::KernelLevel::avx512})
+        if (const quib::Kernels* table = quib::kernelsOfLevel(level))
+            levels.push_back(table);
+    return levels;
+}
+
+// Calls work() once with each level in use, and puts the best one back.
+template<class Work>
+void forEachLevel(Work work)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        quib::useKernelLevel(table->level);
+        work();
+    }
+    quib::chooseKernels();
+}
