@@ -1,0 +1,4 @@
+// One function a family of operations, each in the file of its name.
+#pragma once
+
+void addBlockCases();
