@@ -120,7 +120,7 @@ std::string limitText(const Limit& limit)
     if (limit.microseconds > 0)
         return number(limit.microseconds, 1) + " us";
     if (limit.microsecondsMore > 0)
-        return "+" + number(limit.microsecondsMore, 1) + " us";
+        return "peer and " + number(limit.microsecondsMore, 1) + " us";
     return "";
 }
 
@@ -152,8 +152,10 @@ std::string tableLine(const Row& row)
         << " | " << number(row.ours / 1000, 2) << " | " << number(perPixel(row, row.ours), 3)
         << " | " << c.peer << " | " << number(row.theirs / 1000, 2) << " | "
         << number(ratio(row.ours, row.theirs), 2) << " | " << limit << " | "
-        << (limit.empty() ? "" : holds(row) ? "yes" : "NO") << " | "
-        << number(ratio(row.ours, row.floor), 2) << " |\n";
+        << (limit.empty() ? ""
+            : holds(row)  ? "yes"
+                          : "NO")
+        << " | " << number(ratio(row.ours, row.floor), 2) << " |\n";
     return out.str();
 }
 
@@ -183,10 +185,11 @@ void writeJson(const std::string& file, const std::vector<Row>& rows)
 
 [[noreturn]] void usage(int status)
 {
-    std::cout << "usage: bench [--filter TEXT] [--level base|avx2|avx512|all] [--json FILE]\n"
-                 "             [--markdown FILE] [--repetitions N]\n"
-                 "Times the operations whose names contain TEXT, by default all, at the best level\n"
-                 "of this processor. Ratios are of medians.\n";
+    std::cout
+        << "usage: bench [--filter TEXT] [--level base|avx2|avx512|all] [--json FILE]\n"
+           "             [--markdown FILE] [--repetitions N]\n"
+           "Times the operations whose names contain TEXT, by default all, at the best level\n"
+           "of this processor. Ratios are of medians.\n";
     std::exit(status);
 }
 

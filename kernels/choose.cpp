@@ -66,7 +66,8 @@ bool useKernelLevel(KernelLevel level)
     return table != nullptr;
 }
 
-void chooseKernels()
+// Runs at load, before any static object of the application.
+[[gnu::constructor(101)]] void chooseKernels()
 {
     if (!useKernelLevel(KernelLevel::avx512) && !useKernelLevel(KernelLevel::avx2))
         useKernelLevel(KernelLevel::base);

@@ -28,7 +28,7 @@ const Kernels* kernelsOfLevel(KernelLevel level);
 // it is not available. For tests and benchmarks: nothing may be running.
 bool useKernelLevel(KernelLevel level);
 
-// Picks the best level. Called once at load.
+// Picks the best level, as happens at load.
 void chooseKernels();
 
 } // namespace quib

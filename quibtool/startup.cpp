@@ -1,7 +1,5 @@
 #include "quibtool/startup.h"
 
-#include "kernels/kernels.h"
-
 #include <cstring>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -126,7 +124,6 @@ void QuibStartUp()
     QuibBuildTables();
     quibHasMMX = ownMmxFlag(ownIdentifyProcessor());
     quibProcessorFlag = QuibProcessorLevel();
-    quib::chooseKernels();
 }
 
 namespace

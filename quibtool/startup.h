@@ -39,6 +39,5 @@ ProcessorIdentity ownIdentifyProcessor();
 uint32_t ownMmxFlag(const ProcessorIdentity& identity);
 int32_t ownProcessorLevel(const ProcessorIdentity& identity);
 
-// Builds the tables, reads the processor and picks the kernels; once, however
-// often it is called.
+// Builds the tables and reads the processor; once, however often it is called.
 void QuibStartUp();
