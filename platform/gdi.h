@@ -17,11 +17,17 @@ QUIB_PLATFORM_API HBITMAP CreateDIBSection(HDC hdc, const BITMAPINFO* info, UINT
 QUIB_PLATFORM_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
 // Frees a bitmap; fails while it is selected.
 QUIB_PLATFORM_API BOOL DeleteObject(HGDIOBJ object);
+// Finishes drawing that is still under way, before pixels are read through
+// CreateDIBSection's address. Here nothing ever is.
+QUIB_PLATFORM_API BOOL GdiFlush();
 
 // Draws `height` rows of `width` pixels of a 1-, 8-, 24- or 32-bit uncompressed
-// bitmap at (xDest, yDest), from (xSrc, ySrc) counted from the bitmap's lower
-// left corner; `bits` starts at row `startScan` of `scanLines` rows. Gives the
-// number of scan lines set, 0 for a bad argument.
+// bitmap with their upper left corner at (xDest, yDest). Their lower left
+// corner is (xSrc, ySrc) of the bitmap, counted from its lower left corner
+// whichever row comes first. `bits` holds `scanLines` rows of the bitmap, the
+// lowest of them being row `startScan`. What falls outside the bitmap, the
+// rows held or the target is left out. A 24-bit bitmap gives 0 as the fourth
+// byte of a 32-bit target. Gives the number of rows held, 0 for a bad argument.
 QUIB_PLATFORM_API int SetDIBitsToDevice(HDC hdc, int xDest, int yDest, DWORD width, DWORD height,
                                         int xSrc, int ySrc, UINT startScan, UINT scanLines,
                                         const void* bits, const BITMAPINFO* info, UINT usage);
