@@ -2,6 +2,7 @@
 // levels that it exists in.
 #pragma once
 
+#include "kernels/alpha.h"
 #include "kernels/block.h"
 
 namespace quib
@@ -15,6 +16,7 @@ struct Kernels {
     KernelLevel level;
     const char* levelName;
     BlockKernels block;
+    AlphaKernels alpha;
 };
 
 // The table in use: the best level that this processor has.

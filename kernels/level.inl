@@ -10,6 +10,7 @@
 namespace quib::QUIB_LEVEL
 {
 
+#include "kernels/alpha.inl"
 #include "kernels/block.inl"
 
 #define QUIB_NAME_OF(level) #level
@@ -20,6 +21,7 @@ constinit const Kernels table{
     KernelLevel::QUIB_LEVEL,
     QUIB_LEVEL_NAME(QUIB_LEVEL),
     blockKernels,
+    alphaKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

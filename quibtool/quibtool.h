@@ -115,6 +115,22 @@ QUIB_API QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress);
  * none could be made. */
 QUIB_API QuibStatus QuibClone(const IplImage* src, IplImage** out);
 
+/* ---- Alpha --------------------------------------------------------------- */
+
+/* Stores the low byte of alpha in the alpha byte of each pixel of a 32-bit
+ * handle, row padding left as it is. With rect, clipped in place: rows 0 to
+ * bottom - top, and in each the bytes left + 3, left + 7, ..., one for each of
+ * the right - left columns; left counts bytes here. QUIB_BAD_ARGUMENT for fewer
+ * than four channels and for a rectangle that is empty after clipping. */
+QUIB_API QuibStatus QuibSetAlphaS(IplImage* handle, QuibRect* rect, uint32_t alpha);
+
+/* Stores plane's byte times percent / 100, rounded down, in the alpha byte of
+ * each pixel of a 32-bit handle; plane is a one-channel 8-bit image at least as
+ * large. A null plane scales the alpha that is there. The scale is the low byte
+ * of percent * 256 / 100, so only 0 to 100 are of use. QUIB_BAD_ARGUMENT for
+ * fewer than four channels, or more than one in plane. */
+QUIB_API QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32_t percent);
+
 #ifdef __cplusplus
 }
 #endif
