@@ -1,6 +1,8 @@
 #include "_Src/iplreport.h"
 #include "kernels/kernels.h"
 
+#include <algorithm>
+
 IplImage* iplCloneImage(const IplImage* image)
 {
     const IplCaller caller{"iplCloneImage", "iplClone"};
@@ -38,9 +40,11 @@ IplImage* iplCloneImage(const IplImage* image)
         iplDeallocate(clone, IPL_IMAGE_HEADER | IPL_IMAGE_ROI);
         return nullptr;
     }
-    // A tiled source has no pixel block to copy from.
+    // A tiled source has no pixel block to copy from. A record that the caller
+    // built may claim more bytes than its header gives the clone.
     if (!image->tileInfo)
-        quib::kernels().block.copy(clone->imageData, image->imageData,
-                                   static_cast<size_t>(image->imageSize));
+        quib::kernels().block.copy(
+            clone->imageData, image->imageData,
+            static_cast<size_t>(std::min(image->imageSize, clone->imageSize)));
     return clone;
 }

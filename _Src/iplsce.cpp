@@ -255,13 +255,14 @@ void iplSet(IplImage* image, int32_t fillValue)
     int32_t width = 0;
     if (!ownCommonRegion(image, image->maskROI, nullptr, &height, &width, true))
         return;
-    if (!image->tileInfo) {
+    const auto setPiece = [value](IplView* view, const IplPiece&) { iplSet(&view->record, value); };
+    if (!image->tileInfo)
         setUntiled(image, width, height, value);
-        return;
-    }
-    if (!ownWalkTiles(image, width, height, IPL_GET_TILE_TO_WRITE,
-                      [value](IplView* view, const IplPiece&) { iplSet(&view->record, value); }))
+    else if (!ownWalkTiles(image, width, height, IPL_GET_TILE_TO_WRITE, setPiece))
         ownReport(caller, IPL_StsError, "Error get tile to write");
+    // This route alone looks at a failure that an earlier check left behind.
+    if (image->maskROI && image->depth == IPL_DEPTH_1U)
+        ownBackTrace(caller);
 }
 
 void iplCopy(IplImage* srcImage, IplImage* dstImage)

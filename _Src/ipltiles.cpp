@@ -35,5 +35,7 @@ void ownShowTile(IplView* view, const IplImage* image, int32_t tileX, int32_t ti
     view->record.width = tiles->width;
     view->record.height = tiles->height;
     view->record.widthStep = ownWidthStep(image, tiles->width);
-    view->record.imageSize = view->record.widthStep * tiles->height * ownPlaneCount(image);
+    view->record.imageSize = static_cast<int32_t>(static_cast<uint32_t>(view->record.widthStep) *
+                                                  static_cast<uint32_t>(tiles->height) *
+                                                  static_cast<uint32_t>(ownPlaneCount(image)));
 }

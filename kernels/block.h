@@ -14,6 +14,9 @@ struct BlockKernels {
     void (*fill16)(void* dst, uint16_t value, size_t count);
     // Copies `bytes` bytes between blocks that do not overlap.
     void (*copy)(void* dst, const void* src, size_t bytes);
+    // The largest of `count` bytes, 0 for none; with `skipFourth`, bytes 3, 7,
+    // 11 and so on are left out.
+    uint8_t (*largest)(const uint8_t* bytes, size_t count, bool skipFourth);
 };
 
 } // namespace quib

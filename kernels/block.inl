@@ -25,6 +25,26 @@ void copy(void* dst, const void* src, size_t bytes)
     __builtin_memcpy(dst, src, bytes);
 }
 
-constexpr BlockKernels blockKernels{fill32, fill16, copy};
+uint8_t largest(const uint8_t* bytes, size_t count, bool skipFourth)
+{
+    constexpr size_t run = 256;
+    uint8_t keep[run];
+    for (size_t i = 0; i < run; ++i)
+        keep[i] = skipFourth && i % 4 == 3 ? 0 : 0xFF;
+    uint8_t most = 0;
+    for (; count >= run; bytes += run, count -= run) {
+        for (size_t i = 0; i < run; ++i) {
+            const uint8_t value = static_cast<uint8_t>(bytes[i] & keep[i]);
+            most = value > most ? value : most;
+        }
+    }
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t value = static_cast<uint8_t>(bytes[i] & keep[i]);
+        most = value > most ? value : most;
+    }
+    return most;
+}
+
+constexpr BlockKernels blockKernels{fill32, fill16, copy, largest};
 
 } // namespace

@@ -2,6 +2,8 @@
 #include "kernels/kernels.h"
 #include "quibtool/handle.h"
 
+#include <algorithm>
+
 namespace
 {
 constexpr int32_t fileRow = 2000;
@@ -16,15 +18,17 @@ QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress)
     QuibInfo info{};
     if (const QuibStatus status = ownGetInfo(src, &info))
         return status;
+    // The size of a target that is already there is the caller's duty.
+    size_t bytes = ownBlockBytes(src);
     if (!*dstAddress) {
         const QuibStatus status = QuibCreate0(info.width, info.height, info.bitDepth, dstAddress);
         if (status != QUIB_OK)
             return status;
+        bytes = std::min(bytes, ownBlockBytes(*dstAddress));
     }
-    // The target's size is the caller's duty.
-    uint8_t* to = nullptr;
-    if (ownLockData(*dstAddress, &to) == QUIB_OK)
-        quib::kernels().block.copy(to, src->imageData, ownBlockBytes(src));
+    void* to = nullptr;
+    if (QuibLockData(*dstAddress, &to) == QUIB_OK)
+        quib::kernels().block.copy(to, src->imageData, bytes);
     return QUIB_OK;
 }
 

@@ -75,16 +75,6 @@ QuibStatus fillFourChannels(IplImage* handle, uint32_t fillColor, const QuibRect
     return QUIB_OK;
 }
 
-bool rowIsBlack(const uint8_t* row, int32_t bytes, int32_t bitDepth, uint32_t threshold)
-{
-    for (int32_t i = 0; i < bytes; ++i) {
-        const bool isAlpha = bitDepth == 32 && i % 4 == 3;
-        if (!isAlpha && row[i] > threshold)
-            return false;
-    }
-    return true;
-}
-
 } // namespace
 
 char quibLastError[264];
@@ -241,9 +231,10 @@ QuibStatus QuibIsBlack(const IplImage* handle, uint32_t threshold, int32_t* resu
     QuibInfo info{};
     if (const QuibStatus status = ownGetInfo(handle, &info))
         return status;
+    const quib::BlockKernels& block = quib::kernels().block;
+    const size_t step = static_cast<size_t>(info.widthStep);
     const uint8_t* row = reinterpret_cast<const uint8_t*>(handle->imageData);
-    for (int32_t y = 0; y < info.height && *result; ++y, row += info.widthStep)
-        if (!rowIsBlack(row, info.widthStep, info.bitDepth, threshold))
-            *result = 0;
+    for (int32_t y = 0; y < info.height && *result; ++y, row += step)
+        *result = block.largest(row, step, info.bitDepth == 32) <= threshold;
     return QUIB_OK;
 }
