@@ -1,0 +1,120 @@
+#include "_Src/ipl.h"
+
+#include "tests/support/images.h"
+#include "tests/support/recorded_reports.h"
+#include "tests/support/report.h"
+#include "tests/support/tiles.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IPL_DEPTH_16U,
+                                  IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
+
+} // namespace
+
+TEST(IplCloneImage, RefusesABadImage)
+{
+    EXPECT_REPORT(iplCloneImage(nullptr), -9, "iplCloneImage", "Incorrect Image", "iplClone");
+    const Image image = makeImage(3, 3, 1, IPL_DEPTH_8U);
+    image->imageSize = 0;
+    EXPECT_REPORT(iplCloneImage(image.get()), -10, "iplCloneImage", "Incorrect Image", "iplClone");
+}
+
+TEST(IplCloneImage, CopiesHeaderRegionAndAllBytes)
+{
+    Random random(1);
+    for (const uint32_t depth : allDepths) {
+        for (const int32_t order : {0, 1}) {
+            const int32_t nChannels = depth == IPL_DEPTH_1U ? 1 : 4;
+            const Image image = makeImage(random.between(1, 20), random.between(1, 9), nChannels,
+                                          depth, order, 16, nChannels == 4 ? 4 : 0, 1);
+            random.fill(image->imageData, static_cast<size_t>(image->imageSize));
+            setRoi(image.get(), 1, 2, 3, 400, 500);
+            iplSetBorderMode(image.get(), 2, 5, 1);
+            image->ID = 17;
+            image->imageId = &random;
+            const Image clone(iplCloneImage(image.get()));
+            ASSERT_NE(clone, nullptr);
+            EXPECT_EQ(bytesOf(clone.get()), bytesOf(image.get()));
+            EXPECT_NE(clone->imageData, image->imageData);
+            EXPECT_NE(clone->imageDataOrigin, image->imageDataOrigin);
+            EXPECT_NE(clone->roi, image->roi);
+            EXPECT_EQ(std::memcmp(clone->roi, image->roi, sizeof(IplROI)), 0);
+            EXPECT_EQ(clone->ID, 0);
+            EXPECT_EQ(clone->imageId, nullptr);
+            // All else is the source's.
+            IplImage expected = *image;
+            expected.roi = clone->roi;
+            expected.ID = 0;
+            expected.imageId = nullptr;
+            expected.imageData = clone->imageData;
+            expected.imageDataOrigin = clone->imageDataOrigin;
+            EXPECT_EQ(std::memcmp(&expected, clone.get(), sizeof expected), 0);
+        }
+    }
+}
+
+TEST(IplCloneImage, DropsTheMask)
+{
+    Random random(2);
+    const Image image = makeImage(5, 5, 1, IPL_DEPTH_8U);
+    giveRandomMask(image.get(), 5, 5, random);
+    const Image clone(iplCloneImage(image.get()));
+    EXPECT_EQ(clone->maskROI, nullptr);
+    EXPECT_NE(image->maskROI, nullptr);
+}
+
+TEST(IplCloneImage, GivesATiledImagesClonePixelsOfItsOwn)
+{
+    const Image plain = makeImage(20, 10, 3, IPL_DEPTH_8U);
+    TiledImage tiled(plain.get(), 8, 8);
+    const Image clone(iplCloneImage(tiled.get()));
+    ASSERT_NE(clone, nullptr);
+    EXPECT_EQ(clone->tileInfo, nullptr);
+    EXPECT_NE(clone->imageData, nullptr);
+    EXPECT_EQ(clone->widthStep, 60);
+    EXPECT_EQ(clone->imageSize, 600);
+    EXPECT_TRUE(tiled.log.empty());
+    EXPECT_NE(tiled->tileInfo, nullptr);
+}
+
+TEST(IplCloneImage, ReportsPixelsThatCouldNotBeAllocated)
+{
+    // A record that is good by its fields, but whose rows no 32-bit size holds.
+    const Image image = makeImage(5, 5, 4, IPL_DEPTH_8U);
+    image->width = 65536;
+    image->height = 16385;
+    EXPECT_REPORT(iplCloneImage(image.get()), -4, "iplAllocateImage", "for allocate image data",
+                  "iplalloc");
+    const RecordedReports reports;
+    EXPECT_EQ(iplCloneImage(image.get()), nullptr);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{-4, "iplAllocateImage", "for allocate image data", "iplalloc"},
+                                   {-4, "iplCloneImage",
+                                    "Not enough memory to allocate imageData for clone image",
+                                    "iplClone"}}));
+}
+
+TEST(IplCloneImage, StaysInsideItsOwnBlockWhenARecordClaimsMore)
+{
+    Random random(3);
+    const Image image = makeImage(64, 8, 1, IPL_DEPTH_8U);
+    randomise(image.get(), random);
+    image->width = 3;
+    const Image clone(iplCloneImage(image.get()));
+    EXPECT_EQ(clone->imageSize, 32);
+    EXPECT_EQ(std::memcmp(clone->imageData, image->imageData, 32), 0);
+}
+
+TEST(IplCloneImage, LooksAtNoOldStatus)
+{
+    const CleanStatus clean;
+    const Image image = makeImage(2, 2, 1, IPL_DEPTH_8U);
+    EXPECT_EQ(iplCheckImage(nullptr), -9);
+    const Image clone(iplCloneImage(image.get()));
+    EXPECT_NE(clone, nullptr);
+    EXPECT_EQ(iplGetStatus(), -9);
+}
