@@ -66,11 +66,20 @@ bool useKernelLevel(KernelLevel level)
     return table != nullptr;
 }
 
-// Runs at load, before any static object of the application.
-[[gnu::constructor(101)]] void chooseKernels()
+void chooseKernels()
 {
     if (!useKernelLevel(KernelLevel::avx512) && !useKernelLevel(KernelLevel::avx2))
         useKernelLevel(KernelLevel::base);
 }
+
+namespace
+{
+// Before any static object of the application. A function of its own: one that
+// a header declares loses the priority.
+[[gnu::constructor(101)]] void chooseOnLoad()
+{
+    chooseKernels();
+}
+} // namespace
 
 } // namespace quib
