@@ -1,0 +1,120 @@
+#include "kernels/block.h"
+
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/levels.h"
+#include "tests/support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace
+{
+
+template<class Work>
+void forEachTable(Work work)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        work(table->block);
+    }
+}
+
+// The bytes of a buffer from `offset` on.
+std::vector<uint8_t> from(const GuardedBuffer& buffer, size_t offset)
+{
+    return std::vector<uint8_t>(buffer.data() + offset, buffer.data() + buffer.size());
+}
+
+} // namespace
+
+TEST(BlockKernels, Fill32StoresTheWordAtAnyAddress)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        for (const uint32_t value : {0u, 0x01010101u, 0x04030201u, 0xFF000000u}) {
+            for (size_t offset = 0; offset < 5; ++offset) {
+                for (size_t count = 0; count < 70; ++count) {
+                    const GuardedBuffer buffer(offset + count * 4 + (count == 0));
+                    std::vector<uint8_t> expected = from(buffer, 0);
+                    for (size_t i = 0; i < count * 4; ++i)
+                        expected[offset + i] = static_cast<uint8_t>(value >> i % 4 * 8);
+                    block.fill32(buffer.data() + offset, value, count);
+                    ASSERT_EQ(from(buffer, 0), expected);
+                }
+            }
+        }
+    });
+}
+
+TEST(BlockKernels, Fill16StoresTheHalfWordAtAnyAddress)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        for (const uint16_t value : {uint16_t{0}, uint16_t{0x0201}, uint16_t{0xFFFE}}) {
+            for (size_t offset = 0; offset < 3; ++offset) {
+                for (size_t count = 0; count < 90; ++count) {
+                    const GuardedBuffer buffer(offset + count * 2 + (count == 0));
+                    std::vector<uint8_t> expected = from(buffer, 0);
+                    for (size_t i = 0; i < count * 2; ++i)
+                        expected[offset + i] = static_cast<uint8_t>(value >> i % 2 * 8);
+                    block.fill16(buffer.data() + offset, value, count);
+                    ASSERT_EQ(from(buffer, 0), expected);
+                }
+            }
+        }
+    });
+}
+
+TEST(BlockKernels, FillsAndCopiesLargeBlocks)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        Random random(1);
+        constexpr size_t bytes = (1 << 22) + 12;
+        const GuardedBuffer a(bytes + 4);
+        const GuardedBuffer b(bytes + 4);
+        block.fill32(a.data() + 4, 0x04030201, bytes / 4);
+        for (size_t i = 0; i < bytes; ++i)
+            ASSERT_EQ(a.data()[4 + i], i % 4 + 1);
+        random.fill(b.data(), b.size());
+        block.copy(a.data() + 4, b.data() + 4, bytes);
+        ASSERT_EQ(from(a, 4), from(b, 4));
+        ASSERT_EQ(a.data()[3], 0xA5);
+    });
+}
+
+TEST(BlockKernels, CopyMovesEveryByteCount)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        Random random(2);
+        for (size_t bytes = 0; bytes < 300; ++bytes) {
+            const GuardedBuffer src(bytes + 1);
+            const GuardedBuffer dst(bytes + 3);
+            random.fill(src.data(), src.size());
+            src.makeReadOnly();
+            block.copy(dst.data() + 3, src.data() + 1, bytes);
+            ASSERT_EQ(from(dst, 3), from(src, 1));
+            ASSERT_EQ(dst.data()[2], 0xA5);
+        }
+    });
+}
+
+TEST(BlockKernels, LargestFindsTheLargestByte)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        Random random(3);
+        for (size_t count = 0; count < 600; ++count) {
+            for (const bool skipFourth : {false, true}) {
+                const GuardedBuffer buffer(count + 1);
+                random.fill(buffer.data(), buffer.size());
+                const uint8_t* bytes = buffer.data() + 1;
+                // One byte in a random place stands out.
+                if (count > 0)
+                    buffer.data()[1 + random.next() % count] = 255;
+                uint8_t expected = 0;
+                for (size_t i = 0; i < count; ++i)
+                    if (!(skipFourth && i % 4 == 3) && bytes[i] > expected)
+                        expected = bytes[i];
+                ASSERT_EQ(block.largest(bytes, count, skipFourth), expected) << count;
+            }
+        }
+    });
+}
