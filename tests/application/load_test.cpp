@@ -1,0 +1,148 @@
+// Loads the shared library by name, as an application does, and works through
+// the names that it exports.
+#include "quibtool/quibtool.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+namespace
+{
+
+const char* const exportedNames[] = {
+#include "exported_names.inc"
+};
+
+class Library
+{
+public:
+#if defined(_WIN32)
+    Library() : module(LoadLibraryA("QuibTool.dll"))
+    {
+        if (!module)
+            throw std::runtime_error("QuibTool.dll cannot be loaded");
+    }
+    ~Library()
+    {
+        FreeLibrary(module);
+    }
+#else
+    Library() : module(dlopen("libQuibTool.so", RTLD_NOW | RTLD_LOCAL))
+    {
+        if (!module)
+            throw std::runtime_error(dlerror());
+    }
+    ~Library()
+    {
+        dlclose(module);
+    }
+#endif
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    bool isLoaded() const
+    {
+        return module != nullptr;
+    }
+    bool has(const char* name) const
+    {
+        return address(name) != nullptr;
+    }
+    template<class Function>
+    Function* get(const char* name) const
+    {
+        return reinterpret_cast<Function*>(address(name));
+    }
+
+private:
+#if defined(_WIN32)
+    void (*address(const char* name) const)()
+    {
+        return reinterpret_cast<void (*)()>(GetProcAddress(module, name));
+    }
+    HMODULE module;
+#else
+    void* address(const char* name) const
+    {
+        return dlsym(module, name);
+    }
+    void* module;
+#endif
+};
+
+} // namespace
+
+// The exported function of the loaded library, with the header's own type.
+#define EXPORTED(name) (*library.get<decltype(name)>(#name))
+
+TEST(LoadedLibrary, ResolvesEveryExportedName)
+{
+    const Library library;
+    for (const char* name : exportedNames)
+        EXPECT_TRUE(library.has(name)) << name;
+    EXPECT_FALSE(library.has("iplCopy"));
+    EXPECT_FALSE(library.has("QuibCreateHeader"));
+}
+
+TEST(LoadedLibrary, MakesFillsCopiesAndFreesAHandle)
+{
+    const Library library;
+    IplImage* handle = nullptr;
+    ASSERT_EQ(EXPORTED(QuibCreate)(33, 7, 32, &handle, 0xFF102030u), QUIB_OK);
+
+    QuibInfo info = {};
+    EXPECT_EQ(EXPORTED(QuibGetInfo)(handle, &info), QUIB_OK);
+    EXPECT_EQ(info.width, 33);
+    EXPECT_EQ(info.height, 7);
+    EXPECT_EQ(info.bitDepth, 32);
+    EXPECT_EQ(info.widthStep, 132);
+
+    QuibRect rect = {1, 1, 100, 2};
+    EXPECT_EQ(EXPORTED(QuibFillColor)(handle, 0x80405060u, &rect), QUIB_OK);
+    EXPECT_EQ(rect.right, 33);
+    void* data = nullptr;
+    EXPECT_EQ(EXPORTED(QuibLockData)(handle, &data), QUIB_OK);
+    uint32_t words[33 * 2];
+    memcpy(words, data, sizeof(words));
+    EXPECT_EQ(words[0], 0xFF102030u);
+    EXPECT_EQ(words[33], 0xFF102030u);
+    EXPECT_EQ(words[34], 0x80405060u);
+    EXPECT_EQ(EXPORTED(QuibUnlockData)(handle), QUIB_OK);
+
+    IplImage* copy = nullptr;
+    EXPECT_EQ(EXPORTED(QuibClone)(handle, &copy), QUIB_OK);
+    EXPECT_EQ(memcmp(copy->imageData, data, 132 * 7), 0);
+    EXPECT_EQ(EXPORTED(QuibFree)(&copy), QUIB_OK);
+    EXPECT_EQ(EXPORTED(QuibFree)(&handle), QUIB_OK);
+    EXPECT_EQ(handle, nullptr);
+}
+
+TEST(LoadedLibrary, RefusesBadHandles)
+{
+    const Library library;
+    IplImage* handle = nullptr;
+    QuibInfo info = {};
+    EXPECT_EQ(EXPORTED(QuibFree)(&handle), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(EXPORTED(QuibGetInfo)(nullptr, &info), QUIB_BAD_ARGUMENT);
+    auto* garbage = reinterpret_cast<IplImage*>(uintptr_t{0x1000});
+    EXPECT_EQ(EXPORTED(QuibGetInfo)(garbage, &info), QUIB_BAD_ARGUMENT);
+}
+
+TEST(LoadedLibrary, CanBeLoadedTwice)
+{
+    const Library first;
+    IplImage* handle = nullptr;
+    {
+        const Library library;
+        ASSERT_EQ(EXPORTED(QuibCreate0)(1, 1, 8, &handle), QUIB_OK);
+    }
+    const Library library;
+    EXPECT_EQ(EXPORTED(QuibFree)(&handle), QUIB_OK);
+}
