@@ -1,0 +1,46 @@
+# Debian packages, for scripts that install what they lack. Source this file.
+
+# as_root COMMAND...: runs a command as root, or fails with a message.
+as_root() {
+    if [[ $(id -u) == 0 ]]; then
+        "$@"
+    elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+        sudo -n -- "$@"
+    else
+        echo "root is needed (or sudo without a password) to run: $*" >&2
+        return 1
+    fi
+}
+
+package_is_installed() {
+    [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# need_packages NAME...: installs those packages that are not there; fails if
+# one cannot be had. Asks nothing of the network when all are there.
+need_packages() {
+    local missing=() package
+    if ! command -v dpkg-query >/dev/null; then
+        echo "This is no Debian system; these packages are taken as present: $*" >&2
+        return 0
+    fi
+    for package in "$@"; do
+        package_is_installed "$package" || missing+=("$package")
+    done
+    [[ ${#missing[@]} == 0 ]] && return 0
+
+    echo "Installing with apt: ${missing[*]}"
+    local log
+    log=$(mktemp)
+    local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
+    as_root "${apt[@]}" update </dev/null >"$log" 2>&1
+    # A failed update is no reason to stop: known lists may do.
+    if ! as_root "${apt[@]}" install -y --no-install-recommends "${missing[@]}" \
+        </dev/null >>"$log" 2>&1; then
+        echo "These could not be installed: ${missing[*]}" >&2
+        tail -n 15 "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
