@@ -4,6 +4,7 @@
 
 #include "kernels/alpha.h"
 #include "kernels/block.h"
+#include "kernels/convert.h"
 
 namespace quib
 {
@@ -17,6 +18,7 @@ struct Kernels {
     const char* levelName;
     BlockKernels block;
     AlphaKernels alpha;
+    ConvertKernels convert;
 };
 
 // The table in use: the best level that this processor has.

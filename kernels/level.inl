@@ -12,6 +12,7 @@ namespace quib::QUIB_LEVEL
 
 #include "kernels/alpha.inl"
 #include "kernels/block.inl"
+#include "kernels/convert.inl"
 
 #define QUIB_NAME_OF(level) #level
 #define QUIB_LEVEL_NAME(level) QUIB_NAME_OF(level)
@@ -22,6 +23,7 @@ constinit const Kernels table{
     QUIB_LEVEL_NAME(QUIB_LEVEL),
     blockKernels,
     alphaKernels,
+    convertKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

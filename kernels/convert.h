@@ -1,0 +1,21 @@
+// Rows of pixels from and to bitmaps of 24 and 32 bits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quib
+{
+
+// Rows that need no alignment and do not overlap. Nothing outside the `count`
+// pixels of either is read or written.
+struct ConvertKernels {
+    // Bytes B, G, R into B, G, R, 255.
+    void (*opaqueFrom24)(uint8_t* dst, const uint8_t* src, size_t count);
+    // Bytes B, G, R, x into B, G, R, 255.
+    void (*opaqueFrom32)(uint8_t* dst, const uint8_t* src, size_t count);
+    // Bytes B, G, R, x into B, G, R.
+    void (*to24)(uint8_t* dst, const uint8_t* src, size_t count);
+};
+
+} // namespace quib

@@ -1,0 +1,73 @@
+#include "kernels/convert.h"
+
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/levels.h"
+#include "tests/support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace
+{
+
+using RowFunction = void (*)(uint8_t* dst, const uint8_t* src, size_t count);
+
+// One row at the inaccessible page before or behind both buffers, compared with
+// what expectedByte(src, pixel, channel) says.
+template<class Expected>
+void checkRow(RowFunction convert, size_t srcBytes, size_t dstBytes, size_t count, Guard guard,
+              Random& random, Expected expectedByte)
+{
+    const GuardedBuffer src(count * srcBytes + 1, guard);
+    const GuardedBuffer dst(count * dstBytes + 1, guard);
+    random.fill(src.data(), src.size());
+    // The spare byte lies away from the page and must stay.
+    const size_t spare = guard == Guard::afterEnd ? 0 : count * dstBytes;
+    const size_t first = guard == Guard::afterEnd ? 1 : 0;
+    convert(dst.data() + first, src.data() + first, count);
+    ASSERT_EQ(dst.data()[spare], 0xA5);
+    for (size_t i = 0; i < count; ++i)
+        for (size_t c = 0; c < dstBytes; ++c)
+            ASSERT_EQ(dst.data()[first + i * dstBytes + c],
+                      expectedByte(src.data() + first + i * srcBytes, c))
+                << "pixel " << i << " of " << count << ", byte " << c;
+}
+
+template<class Choose, class Expected>
+void checkRows(Choose choose, size_t srcBytes, size_t dstBytes, Expected expectedByte)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        Random random(21);
+        for (size_t count = 0; count <= 100; ++count)
+            for (const Guard guard : {Guard::afterEnd, Guard::beforeStart})
+                checkRow(choose(table->convert), srcBytes, dstBytes, count, guard, random,
+                         expectedByte);
+        checkRow(choose(table->convert), srcBytes, dstBytes, 5000, Guard::afterEnd, random,
+                 expectedByte);
+    }
+}
+
+uint8_t opaqueByte(const uint8_t* pixel, size_t channel)
+{
+    return channel == 3 ? 255 : pixel[channel];
+}
+
+} // namespace
+
+TEST(ConvertKernels, OpaqueFrom24AddsTheAlphaByte)
+{
+    checkRows([](const quib::ConvertKernels& k) { return k.opaqueFrom24; }, 3, 4, opaqueByte);
+}
+
+TEST(ConvertKernels, OpaqueFrom32ReplacesTheAlphaByte)
+{
+    checkRows([](const quib::ConvertKernels& k) { return k.opaqueFrom32; }, 4, 4, opaqueByte);
+}
+
+TEST(ConvertKernels, To24DropsTheFourthByte)
+{
+    checkRows([](const quib::ConvertKernels& k) { return k.to24; }, 4, 3,
+              [](const uint8_t* pixel, size_t channel) { return pixel[channel]; });
+}
