@@ -4,6 +4,8 @@
 
 #include "_Src/iplimage.h"
 
+#include <cstddef>
+
 struct tagBITMAPINFOHEADER;
 
 // --- Error state and reporter -----------------------------------------------
@@ -111,14 +113,25 @@ void iplCopy(IplImage* srcImage, IplImage* dstImage);
 // and tiles.
 IplImage* iplCloneImage(const IplImage* image);
 
-// --- Device-independent bitmaps (iplDIB, ownrle) -------------------------------
+// --- Device-independent bitmaps (iplDIB) ---------------------------------------
 
 // Converts a packed bitmap into an image, whose pixels are allocated if it has
-// none.
+// none. The block is taken to hold what its header speaks of; where a
+// compressed stream ends is the caller's duty.
 void iplConvertFromDIB(const tagBITMAPINFOHEADER* dib, IplImage* image);
-// Converts an image into a packed bitmap with a prepared header. Gives
-// biCompression, or what the RLE coder gives.
-int32_t iplConvertToDIB(IplImage* image, tagBITMAPINFOHEADER* dib, int32_t dither,
+// Converts an image with a pixel block into a packed bitmap with a prepared
+// header and room for its rows. Gives biCompression, or for a compressed bitmap
+// 1; after a report, the status. dither is one of IPL_DITHER_NONE 1, _FS 2,
+// _JJH 4, _STUCKEY 8, _BAYER 16, of which only the first is there; and
+// paletteConversion 0 keeps the colour table, 1 writes a standard one, 2 one
+// made for the image.
+int32_t iplConvertToDIB(const IplImage* image, tagBITMAPINFOHEADER* dib, int32_t dither,
+                        int32_t paletteConversion);
+
+// The same for a block of `bytes` bytes, whatever its header claims: what lies
+// past them reads 0 and is never written.
+void ownConvertFromDIB(const void* block, size_t bytes, IplImage* image);
+int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_t dither,
                         int32_t paletteConversion);
 
 // --- Size (iplresiz, iplZoom, ipldecim) ----------------------------------------
