@@ -131,6 +131,53 @@ QUIB_API QuibStatus QuibSetAlphaS(IplImage* handle, QuibRect* rect, uint32_t alp
  * fewer than four channels, or more than one in plane. */
 QUIB_API QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32_t percent);
 
+/* ---- Bitmaps in memory, BMP files, device contexts ------------------------ */
+
+/* A packed bitmap is a BITMAPINFOHEADER of 40 bytes, a colour table or masks,
+ * and rows padded to 4 bytes. What a block of global memory is too short for
+ * reads 0 and is not written. */
+
+/* Makes a handle from the packed bitmap in a block of movable global memory:
+ * 1, 8, 24 or 32 bits per pixel, biHeight above 0. targetDepth 0 keeps the
+ * bitmap's depth, 8 gives an 8-bit handle, any other value a 32-bit one. Every
+ * pixel of a 32-bit handle is opaque. 24-bit and 32-bit bitmaps become 32-bit
+ * handles as if their pixels followed the header at once; all others obey the
+ * whole header. QUIB_DIB_BAD_WIDTH, QUIB_DIB_BAD_HEIGHT, QUIB_DIB_BAD_DEPTH,
+ * QUIB_BAD_ARGUMENT for a null argument or a block that cannot be locked; *out
+ * is then untouched. A header that the engine refuses ends the process. */
+QUIB_API QuibStatus Dib2Quib(void* dibHandle, IplImage** out, int32_t targetDepth);
+
+/* Makes a 32-bit handle from a BITMAPINFOHEADER and pixels at two addresses.
+ * Row y, counted from the lowest, is looked for y * ((biBitCount * biWidth +
+ * 31) / 32 * biBitCount / 8) bytes after bits: right for 32 bits only. 24 and 32
+ * bits: every pixel is opaque. 1 and 8 bits: the bytes at bits, biHeight such
+ * rows of them, are taken for colour table and pixels, and what they are too
+ * few for is 0. The failures of Dib2Quib. */
+QUIB_API QuibStatus Dib2Quib0(const void* header, const void* bits, IplImage** out);
+
+/* Writes a handle into the packed bitmap of its size, biHeight above 0, in a
+ * block of movable global memory. 32-bit handles: a 24-bit bitmap, without the
+ * alpha. 1-bit handles: an 8-bit bitmap, in the nearest colours of its table.
+ * 8-bit handles pass with an 8-bit bitmap and 24-bit ones with a 24-bit one, but
+ * are read as if they were of 32 bits and written as 24. QUIB_DIB_MISMATCH for
+ * any other pair: the block then stays locked. QUIB_BAD_ARGUMENT for a null
+ * dibHandle or a block that cannot be locked. */
+QUIB_API QuibStatus Quib2Dib(const IplImage* handle, void* dibHandle);
+
+/* Makes a handle from a BMP file of 1, 8, 24 or 32 bits per pixel; colour table
+ * and pixels follow the headers at once. 24-bit and 32-bit files give a 32-bit
+ * handle: with alpha 0, or with the alpha of the file. 1-bit and 8-bit files
+ * give a gray handle of their depth. What a short file lacks reads 0.
+ * QUIB_FAILED for a file that cannot be opened, is shorter than 14 bytes, does
+ * not begin with "BM" or has another depth. 0 with *out untouched for a file
+ * shorter than its headers and for one too large for memory. A header that the
+ * engine refuses, such as one with rows top first, ends the process. */
+QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
+
+/* Draws the handle with its top left corner at (x, y) of a device context; an
+ * HDC. 0 even if the device fails. */
+QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,126 @@
+#include "_Src/ipl.h"
+#include "platform/platform.h"
+#include "quibtool/quibtool.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+constexpr uint64_t headerBytes = sizeof(BITMAPINFOHEADER);
+
+struct File {
+    explicit File(const char* name) : stream(std::fopen(name, "rb")) {}
+    ~File()
+    {
+        if (stream)
+            std::fclose(stream);
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    // How many bytes there were, at most `count`.
+    size_t read(void* bytes, size_t count) const { return std::fread(bytes, 1, count, stream); }
+
+    std::FILE* stream;
+};
+
+// What a header without biSizeImage leaves to be read. Sizes that are no
+// picture's are refused later, by the record's maker.
+uint64_t pictureBytes(const BITMAPINFOHEADER& header)
+{
+    if (header.biWidth < 1 || header.biHeight < 1)
+        return 0;
+    const uint64_t bits = uint64_t{header.biBitCount} * static_cast<uint64_t>(header.biWidth);
+    const uint64_t rowBytes = ((bits + 31) >> 3) & ~uint64_t{3};
+    // A row may take 2^44 bytes: a picture of such rows is too large in any case.
+    return rowBytes > UINT32_MAX ? rowBytes : rowBytes * static_cast<uint64_t>(header.biHeight);
+}
+
+uint32_t tableEntries(const BITMAPINFOHEADER& header)
+{
+    if (header.biClrUsed)
+        return header.biClrUsed;
+    if (header.biCompression == BI_BITFIELDS)
+        return 3;
+    return header.biBitCount < 16 ? 1u << header.biBitCount : 0;
+}
+
+struct PackedDib {
+    uint8_t* block; // to be freed; null if there is no memory for it
+    size_t bytes;
+};
+
+// Completes the header and reads what follows it in the file; what a short file
+// lacks is 0.
+PackedDib readPackedDib(const File& file, BITMAPINFOHEADER* header)
+{
+    const uint64_t imageBytes = header->biSizeImage ? header->biSizeImage : pictureBytes(*header);
+    header->biClrUsed = tableEntries(*header);
+    const uint64_t bytes = headerBytes + uint64_t{4} * header->biClrUsed + imageBytes;
+    if (bytes > UINT32_MAX)
+        return {};
+    header->biSizeImage = static_cast<DWORD>(imageBytes);
+    uint8_t* block = static_cast<uint8_t*>(std::calloc(1, static_cast<size_t>(bytes)));
+    if (!block)
+        return {};
+    std::memcpy(block, header, headerBytes);
+    file.read(block + headerBytes, static_cast<size_t>(bytes - headerBytes));
+    return {block, static_cast<size_t>(bytes)};
+}
+
+struct FileKind {
+    int32_t bitCount;
+    int32_t nChannels;
+    uint32_t depth;
+    const char* colorModel;
+    const char* channelSeq;
+};
+
+constexpr FileKind fileKinds[] = {
+    {1, 1, IPL_DEPTH_1U, "GRAY", "GRAY"},
+    {8, 1, IPL_DEPTH_8U, "GRAY", "GRAY"},
+    {24, 4, IPL_DEPTH_8U, "RGBA", "BGRA"},
+    {32, 4, IPL_DEPTH_8U, "RGBA", "BGRA"},
+};
+
+const FileKind* findKind(int32_t bitCount)
+{
+    for (const FileKind& kind : fileKinds)
+        if (kind.bitCount == bitCount)
+            return &kind;
+    return nullptr;
+}
+
+} // namespace
+
+QuibStatus QuibLoadBMP(const char* fileName, IplImage** out)
+{
+    if (!fileName || !out)
+        return QUIB_BAD_ARGUMENT;
+    const File file(fileName);
+    BITMAPFILEHEADER fileHeader;
+    if (!file.stream || file.read(&fileHeader, sizeof fileHeader) < sizeof fileHeader ||
+        fileHeader.bfType != 0x4D42)
+        return QUIB_FAILED;
+    // From here on a failed read and a lack of memory count as success.
+    BITMAPINFOHEADER header;
+    if (file.read(&header, sizeof header) < sizeof header)
+        return QUIB_OK;
+    const PackedDib dib = readPackedDib(file, &header);
+    if (!dib.block)
+        return QUIB_OK;
+    const FileKind* kind = findKind(header.biBitCount);
+    // The block stays allocated on this way out.
+    if (!kind)
+        return QUIB_FAILED;
+    *out = iplCreateImageHeader(kind->nChannels, 0, kind->depth, kind->colorModel, kind->channelSeq,
+                                IPL_DATA_ORDER_PIXEL, IPL_ORIGIN_TL, 4, header.biWidth,
+                                header.biHeight, nullptr, nullptr, nullptr, nullptr);
+    if (*out)
+        ownConvertFromDIB(dib.block, dib.bytes, *out);
+    std::free(dib.block);
+    return QUIB_OK;
+}
