@@ -3,8 +3,10 @@
 #pragma once
 
 #include "kernels/alpha.h"
+#include "kernels/area.h"
 #include "kernels/block.h"
 #include "kernels/convert.h"
+#include "kernels/zoom.h"
 
 namespace quib
 {
@@ -19,6 +21,8 @@ struct Kernels {
     BlockKernels block;
     AlphaKernels alpha;
     ConvertKernels convert;
+    ZoomKernels zoom;
+    AreaKernels area;
 };
 
 // The table in use: the best level that this processor has.

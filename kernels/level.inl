@@ -11,8 +11,10 @@ namespace quib::QUIB_LEVEL
 {
 
 #include "kernels/alpha.inl"
+#include "kernels/area.inl"
 #include "kernels/block.inl"
 #include "kernels/convert.inl"
+#include "kernels/zoom.inl"
 
 #define QUIB_NAME_OF(level) #level
 #define QUIB_LEVEL_NAME(level) QUIB_NAME_OF(level)
@@ -24,6 +26,8 @@ constinit const Kernels table{
     blockKernels,
     alphaKernels,
     convertKernels,
+    zoomKernels,
+    areaKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

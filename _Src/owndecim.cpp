@@ -1,0 +1,313 @@
+#include "_Src/owndecim.h"
+
+#include "_Src/iplbits.h"
+#include "_Src/iplcheck.h"
+#include "_Src/iplsample.h"
+#include "kernels/kernels.h"
+
+#include <cstring>
+
+namespace
+{
+
+// --- Samples -----------------------------------------------------------------------
+
+void fillAxis(IplAxis* axis, int32_t dstFactor, int32_t srcFactor)
+{
+    for (int32_t i = 0; i < axis->count; ++i) {
+        const int64_t position = static_cast<int64_t>(i) * srcFactor;
+        axis->index.data[i] = static_cast<int32_t>(position / dstFactor);
+        axis->fraction.data[i] = static_cast<double>(position % dstFactor) / dstFactor;
+    }
+}
+
+// --- Areas of whole pixels -----------------------------------------------------------
+
+struct Areas {
+    IplRaster src;
+    IplTarget dst;
+    int32_t srcWidth; // of the region
+    int32_t srcHeight;
+    int32_t width; // of the extent
+    int32_t height;
+};
+
+template<class Element>
+const Element* regionRow(const Areas& job, int32_t plane, int64_t y)
+{
+    const int32_t row = job.src.y + static_cast<int32_t>(y);
+    return reinterpret_cast<const Element*>(job.src.row(plane, row)) +
+           static_cast<ptrdiff_t>(job.src.x) * job.src.stride;
+}
+
+void makeMeans(uint8_t* out, const uint8_t* src, ptrdiff_t step, const quib::AreaBlock& block,
+               int32_t width, void* scratch)
+{
+    quib::kernels().area.blockMeans(out, 0, src, step, block, static_cast<size_t>(width), 1,
+                                    scratch);
+}
+
+void makeMeans(uint16_t* out, const uint16_t* src, ptrdiff_t step, const quib::AreaBlock& block,
+               int32_t width, void*)
+{
+    const uint64_t count = static_cast<uint64_t>(block.xSize) * static_cast<uint64_t>(block.ySize);
+    const ptrdiff_t advance = static_cast<ptrdiff_t>(block.xSize) * block.channels;
+    for (int32_t x = 0; x < width; ++x, src += advance) {
+        for (int32_t c = 0; c < block.channels; ++c) {
+            uint64_t sum = 0;
+            for (int32_t y = 0; y < block.ySize; ++y) {
+                const auto* row = reinterpret_cast<const uint16_t*>(
+                    reinterpret_cast<const uint8_t*>(src) + y * step);
+                for (int32_t i = 0; i < block.xSize; ++i)
+                    sum += row[static_cast<ptrdiff_t>(i) * block.channels + c];
+            }
+            *out++ = static_cast<uint16_t>((sum + count / 2) / count);
+        }
+    }
+}
+
+// All planes and rows at once, where nothing has to be left out.
+bool averageWholeImage(const Areas& job, const quib::AreaBlock& block, void* scratch)
+{
+    for (int32_t plane = 0; plane < job.src.planes; ++plane)
+        quib::kernels().area.blockMeans(ownTargetRow<uint8_t>(job.dst, plane, 0),
+                                        job.dst.raster.step, regionRow<uint8_t>(job, plane, 0),
+                                        job.src.step, block, static_cast<size_t>(job.width),
+                                        static_cast<size_t>(job.height), scratch);
+    return true;
+}
+
+template<class Element>
+bool averageWhole(const Areas& job, int32_t xSize, int32_t ySize)
+{
+    // All elements of the pixels are averaged, the processed ones delivered.
+    const quib::AreaBlock block{xSize, ySize, job.src.stride};
+    const int64_t srcElements = static_cast<int64_t>(job.width) * xSize * job.src.stride;
+    const IplScratch<uint32_t> sums(srcElements);
+    const IplScratch<Element> scratch(static_cast<int64_t>(job.width) * job.src.stride);
+    if (!sums.data || !scratch.data)
+        return false;
+    if (sizeof(Element) == 1 && ownTakesWholeRows(job.dst) && job.src.channels == job.src.stride)
+        return averageWholeImage(job, block, sums.data);
+    for (int32_t plane = 0; plane < job.src.planes; ++plane) {
+        for (int32_t y = 0; y < job.height; ++y) {
+            makeMeans(scratch.data, regionRow<Element>(job, plane, static_cast<int64_t>(y) * ySize),
+                      job.src.step, block, job.width, sums.data);
+            ownDeliver(job.dst, plane, y, scratch.data + job.src.first, job.src.stride);
+        }
+    }
+    return true;
+}
+
+// --- Areas that cut pixels -------------------------------------------------------------
+
+// The source pixels under a destination pixel along one axis. Those between the
+// first and the last count in full.
+struct Span {
+    int32_t first;
+    int32_t count;
+    float head;
+    float tail; // of the last, if there is more than one
+
+    void add(int32_t pixel, float weight)
+    {
+        if (count++ == 0) {
+            first = pixel;
+            head = weight;
+        } else {
+            tail = weight;
+        }
+    }
+    float weight(int32_t i) const { return i == 0 ? head : i == count - 1 ? tail : 1.0f; }
+};
+
+void setSpans(Span* spans, int32_t count, float size, int32_t limit)
+{
+    constexpr float tolerance = 0.0001f;
+    std::memset(spans, 0, sizeof(Span) * count);
+    Span* const end = spans + count;
+    float rest = size; // what the span in hand still takes
+    for (int32_t pixel = 0; pixel < limit && spans != end; ++pixel) {
+        if (rest >= 1.0f - tolerance) {
+            spans->add(pixel, 1.0f);
+            rest -= 1.0f;
+            if (rest <= tolerance) {
+                ++spans;
+                rest = size;
+            }
+            continue;
+        }
+        spans->add(pixel, rest);
+        if (++spans != end)
+            spans->add(pixel, 1.0f - rest);
+        rest = size - (1.0f - rest);
+    }
+    for (; spans != end; ++spans)
+        if (spans->count == 0)
+            spans->add(limit - 1, 1.0f);
+}
+
+void addRow(float* sums, const uint8_t* row, float weight, int64_t count)
+{
+    quib::kernels().area.addRow(sums, row, weight, static_cast<size_t>(count));
+}
+
+template<class Element>
+void addRow(float* sums, const Element* row, float weight, int64_t count)
+{
+    for (int64_t i = 0; i < count; ++i)
+        sums[i] += weight * static_cast<float>(row[i]);
+}
+
+void addBits(float* sums, const uint8_t* row, int32_t start, float weight, int32_t count)
+{
+    for (int32_t i = 0; i < count; ++i)
+        if (ownBit(row, start + i))
+            sums[i] += weight;
+}
+
+float spanSum(const float* sums, const Span& span, int32_t stride)
+{
+    const float* at = sums + static_cast<ptrdiff_t>(span.first) * stride;
+    float sum = span.head * *at;
+    for (int32_t i = 1; i < span.count; ++i)
+        sum += span.weight(i) * at[static_cast<ptrdiff_t>(i) * stride];
+    return sum;
+}
+
+void store(uint8_t* out, float value)
+{
+    *out = static_cast<uint8_t>(std::min(static_cast<int32_t>(value + 0.5f), 255));
+}
+
+void store(uint16_t* out, float value)
+{
+    *out = static_cast<uint16_t>(std::min(static_cast<int32_t>(value + 0.5f), 65535));
+}
+
+void store(float* out, float value)
+{
+    *out = value;
+}
+
+// The tables and the sum buffer of a call.
+struct AreaTables {
+    AreaTables(const Areas& job, const IplFactors& factors)
+        : columns(job.width), rows(job.height), elements(sumCount(job)), sums(elements)
+    {
+        const float xSize = static_cast<float>(factors.xSrc) / static_cast<float>(factors.xDst);
+        const float ySize = static_cast<float>(factors.ySrc) / static_cast<float>(factors.yDst);
+        area = xSize * ySize;
+        if (!exists())
+            return;
+        setSpans(columns.data, job.width, xSize, job.srcWidth);
+        setSpans(rows.data, job.height, ySize, job.srcHeight);
+    }
+    bool exists() const { return columns.data && rows.data && sums.data; }
+    static int64_t sumCount(const Areas& job)
+    {
+        return static_cast<int64_t>(job.srcWidth) * job.src.stride;
+    }
+    void clear() const { std::memset(sums.data, 0, sizeof(float) * static_cast<size_t>(elements)); }
+
+    IplScratch<Span> columns;
+    IplScratch<Span> rows;
+    int64_t elements;
+    IplScratch<float> sums; // one for each element of a source row
+    float area;             // of a destination pixel
+};
+
+template<class Element>
+void averageRow(Element* out, const AreaTables& tables, const Areas& job)
+{
+    const float scale = static_cast<float>(1.0 / tables.area);
+    const float* sums = tables.sums.data + job.src.first;
+    for (int32_t x = 0; x < job.width; ++x)
+        for (int32_t c = 0; c < job.src.channels; ++c)
+            store(out++, spanSum(sums + c, tables.columns.data[x], job.src.stride) * scale);
+}
+
+template<class Element>
+bool averageCut(const Areas& job, const IplFactors& factors)
+{
+    const AreaTables tables(job, factors);
+    const IplScratch<Element> scratch(static_cast<int64_t>(job.width) * job.src.channels);
+    if (!tables.exists() || !scratch.data)
+        return false;
+    for (int32_t plane = 0; plane < job.src.planes; ++plane) {
+        for (int32_t y = 0; y < job.height; ++y) {
+            const Span& span = tables.rows.data[y];
+            tables.clear();
+            for (int32_t i = 0; i < span.count; ++i)
+                addRow(tables.sums.data, regionRow<Element>(job, plane, span.first + i),
+                       span.weight(i), tables.elements);
+            averageRow(scratch.data, tables, job);
+            ownDeliver(job.dst, plane, y, scratch.data, job.src.channels);
+        }
+    }
+    return true;
+}
+
+bool averageBits(const Areas& job, const IplFactors& factors)
+{
+    const AreaTables tables(job, factors);
+    const IplScratch<uint8_t> bits((static_cast<int64_t>(job.width) + 7) / 8);
+    if (!tables.exists() || !bits.data)
+        return false;
+    // Weights are a little off in single precision; a half is to count as one.
+    const float half = tables.area * (0.5f - 0.0001f);
+    for (int32_t y = 0; y < job.height; ++y) {
+        const Span& span = tables.rows.data[y];
+        tables.clear();
+        for (int32_t i = 0; i < span.count; ++i)
+            addBits(tables.sums.data, job.src.row(0, job.src.y + span.first + i), job.src.x,
+                    span.weight(i), job.srcWidth);
+        for (int32_t x = 0; x < job.width; ++x)
+            ownPutBit(bits.data, x, spanSum(tables.sums.data, tables.columns.data[x], 1) >= half);
+        ownDeliverBits(job.dst, y, bits.data);
+    }
+    return true;
+}
+
+template<class Element>
+bool average(const Areas& job, const IplFactors& factors)
+{
+    const bool isWhole = factors.xSrc % factors.xDst == 0 && factors.ySrc % factors.yDst == 0;
+    const int64_t xSize = factors.xSrc / factors.xDst;
+    const int64_t ySize = factors.ySrc / factors.yDst;
+    if (isWhole && xSize * ySize <= quib::areaLargestBlock)
+        return averageWhole<Element>(job, static_cast<int32_t>(xSize), static_cast<int32_t>(ySize));
+    return averageCut<Element>(job, factors);
+}
+
+} // namespace
+
+bool ownDecimateSamples(const IplScaling& scaling, const IplFactors& factors, int32_t mode)
+{
+    IplAxis x(scaling.width);
+    IplAxis y(scaling.height);
+    if (!x.exists() || !y.exists())
+        return false;
+    fillAxis(&x, factors.xDst, factors.xSrc);
+    fillAxis(&y, factors.yDst, factors.ySrc);
+    return ownSample(&scaling.src, &scaling.dst, scaling.mask, x, y, mode);
+}
+
+bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors, int32_t srcWidth,
+                      int32_t srcHeight)
+{
+    Areas job{{}, {}, srcWidth, srcHeight, scaling.width, scaling.height};
+    if (!ownRaster(&scaling.src, &job.src) ||
+        !ownTarget(&scaling.dst, scaling.mask, scaling.width, &job.dst))
+        return true;
+    switch (ownDepthBits(scaling.src.depth)) {
+    case 1:
+        return averageBits(job, factors);
+    case 8:
+        return average<uint8_t>(job, factors);
+    case 16:
+        return average<uint16_t>(job, factors);
+    default:
+        return averageCut<float>(job, factors);
+    }
+}

@@ -1,0 +1,326 @@
+namespace
+{
+
+// Divides sums of `count` bytes, rounding to nearest with halves up.
+struct AreaDivisor {
+    uint32_t count;
+    float bias;    // count / 2, and 0.5 that keep the product off whole numbers
+    float inverse; // 0 where single precision is too short
+};
+
+AreaDivisor areaDivisor(const AreaBlock& block)
+{
+    const uint32_t count = static_cast<uint32_t>(block.xSize) * static_cast<uint32_t>(block.ySize);
+    // A quotient lies at least 0.5 / count from a whole number; the product is
+    // off by 256 / 2^23 at most.
+    const bool isExact = count <= 16384;
+    return {count, static_cast<float>(count / 2) + 0.5f,
+            isExact ? 1.0f / static_cast<float>(count) : 0.0f};
+}
+
+uint8_t areaMean(uint32_t sum, const AreaDivisor& divisor)
+{
+    if (divisor.inverse == 0.0f)
+        return static_cast<uint8_t>((sum + divisor.count / 2) / divisor.count);
+    const float shifted = static_cast<float>(static_cast<int32_t>(sum)) + divisor.bias;
+    return static_cast<uint8_t>(static_cast<int32_t>(shifted * divisor.inverse));
+}
+
+template<class Sum>
+void areaColumnSums(Sum* sums, const uint8_t* src, ptrdiff_t step, int32_t rows, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        sums[i] = src[i];
+    for (int32_t y = 1; y < rows; ++y) {
+        src += step;
+        for (size_t i = 0; i < count; ++i)
+            sums[i] = static_cast<Sum>(sums[i] + src[i]);
+    }
+}
+
+template<class Sum>
+void areaJoinColumns(uint8_t* dst, const Sum* sums, const AreaBlock& block,
+                     const AreaDivisor& divisor, size_t width)
+{
+    const size_t channels = static_cast<size_t>(block.channels);
+    for (size_t x = 0; x < width; ++x) {
+        for (size_t c = 0; c < channels; ++c) {
+            uint32_t sum = 0;
+            for (int32_t i = 0; i < block.xSize; ++i)
+                sum += sums[i * channels + c];
+            dst[c] = areaMean(sum, divisor);
+        }
+        dst += channels;
+        sums += block.xSize * channels;
+    }
+}
+
+void areaPlainBlocks(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const AreaBlock& block,
+                     const AreaDivisor& divisor, size_t width, void* columnSums)
+{
+    const size_t count = width * block.xSize * block.channels;
+    if (block.ySize <= 257) {
+        uint16_t* sums = static_cast<uint16_t*>(columnSums);
+        areaColumnSums(sums, src, step, block.ySize, count);
+        areaJoinColumns(dst, sums, block, divisor, width);
+    } else {
+        uint32_t* sums = static_cast<uint32_t*>(columnSums);
+        areaColumnSums(sums, src, step, block.ySize, count);
+        areaJoinColumns(dst, sums, block, divisor, width);
+    }
+}
+
+#if defined(__AVX2__)
+
+// A lane is 16 source bytes that hold whole blocks' columns, 4 of each (`quads`)
+// or 2. A 32-byte load gives two: the first one's blocks end at its end, the
+// second one's start at its start, so that they adjoin whatever their length.
+struct AreaLanes {
+    uint8_t pick[32];    // the places of each sum's bytes in a pair of lanes
+    uint8_t squeeze[32]; // drops the unused sums of finished lanes
+    int32_t sums;        // in a lane
+    int32_t advance;     // source bytes to the next lane
+    uint16_t half;       // what is added to a sum before the division
+    uint16_t inverse;    // 2^(16 + shift) / count, rounded up
+    int32_t shift;
+};
+
+// What the compiler is to know about a row's lanes.
+struct AreaShape {
+    bool quads;
+    bool picks; // a lane's bytes are not in the order of its sums
+
+    constexpr ptrdiff_t many() const { return quads ? 8 : 4; } // lanes at a time
+};
+
+constexpr int32_t areaLargestLaneBlock = 128;
+
+bool areaFitsLanes(const AreaBlock& block)
+{
+    // Within these limits sums fit in 15 bits, and quotients are exact: a sum is
+    // less than 256 * count, and inverse too large by less than 1, which makes a
+    // quotient too large by less than 1 / count.
+    return block.xSize >= 2 && block.xSize <= 4 && block.ySize <= 64 &&
+           block.xSize * block.ySize <= areaLargestLaneBlock &&
+           (block.channels == 1 || block.channels == 3 || block.channels == 4);
+}
+
+AreaLanes areaLanes(const AreaBlock& block)
+{
+    const int32_t columns = block.xSize == 2 ? 2 : 4;
+    const int32_t places = 16 / columns;
+    AreaLanes lanes{};
+    lanes.sums = block.channels == 3 ? places / 4 * 3 : places;
+    lanes.advance = lanes.sums * block.xSize;
+    for (int32_t i = 0; i < 16; ++i) {
+        const int32_t sum = i / columns;
+        const int32_t column = i % columns;
+        const int32_t pixel = sum / block.channels * block.xSize + column;
+        const int32_t place = pixel * block.channels + sum % block.channels;
+        const bool used = sum < lanes.sums && column < block.xSize;
+        lanes.pick[i] = static_cast<uint8_t>(used ? place + 16 - lanes.advance : 0x80);
+        lanes.pick[16 + i] = static_cast<uint8_t>(used ? place : 0x80);
+    }
+    for (int32_t i = 0; i < 16; ++i) {
+        const int32_t from = i / lanes.sums * places + i % lanes.sums;
+        lanes.squeeze[i] = lanes.squeeze[16 + i] = static_cast<uint8_t>(from < 16 ? from : 0x80);
+    }
+    const uint32_t count = static_cast<uint32_t>(block.xSize * block.ySize);
+    while (2u << lanes.shift < count)
+        ++lanes.shift;
+    lanes.half = static_cast<uint16_t>(count / 2);
+    lanes.inverse = static_cast<uint16_t>(((65536u << lanes.shift) + count - 1) / count);
+    return lanes;
+}
+
+template<AreaShape shape>
+[[gnu::always_inline]] inline __m256i areaPairs(const uint8_t* src, __m256i pick)
+{
+    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
+    return _mm256_maddubs_epi16(shape.picks ? _mm256_shuffle_epi8(bytes, pick) : bytes,
+                                _mm256_set1_epi8(1));
+}
+
+// The sums of the picked bytes of all rows, two bytes to a word, of many lanes.
+template<AreaShape shape>
+[[gnu::always_inline]] inline void areaPairSums(__m256i* sums, const uint8_t* src, ptrdiff_t step,
+                                                int32_t rows, const AreaLanes& lanes)
+{
+    constexpr ptrdiff_t pairs = shape.many() / 2;
+    const __m256i pick = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes.pick));
+    const ptrdiff_t pairAdvance = 2 * lanes.advance;
+    src -= 16 - lanes.advance;
+    for (ptrdiff_t i = 0; i < pairs; ++i)
+        sums[i] = areaPairs<shape>(src + i * pairAdvance, pick);
+    for (int32_t y = 1; y < rows; ++y) {
+        src += step;
+        for (ptrdiff_t i = 0; i < pairs; ++i)
+            sums[i] = _mm256_add_epi16(sums[i], areaPairs<shape>(src + i * pairAdvance, pick));
+    }
+}
+
+[[gnu::always_inline]] inline __m256i areaQuotients(__m256i sums, const AreaLanes& lanes)
+{
+    const __m256i half = _mm256_set1_epi16(static_cast<int16_t>(lanes.half));
+    const __m256i inverse = _mm256_set1_epi16(static_cast<int16_t>(lanes.inverse));
+    return _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_add_epi16(sums, half), inverse),
+                            _mm_cvtsi32_si128(lanes.shift));
+}
+
+[[gnu::always_inline]] inline __m256i areaJoinPairs(__m256i first, __m256i second)
+{
+    const __m256i ones = _mm256_set1_epi16(1);
+    return _mm256_packus_epi32(_mm256_madd_epi16(first, ones), _mm256_madd_epi16(second, ones));
+}
+
+// The places of many lanes, in their order.
+template<AreaShape shape>
+[[gnu::always_inline]] inline __m256i areaMeans(const uint8_t* src, ptrdiff_t step, int32_t rows,
+                                                const AreaLanes& lanes)
+{
+    __m256i sums[4];
+    areaPairSums<shape>(sums, src, step, rows, lanes);
+    if constexpr (shape.quads) {
+        const __m256i first = areaQuotients(areaJoinPairs(sums[0], sums[1]), lanes);
+        const __m256i second = areaQuotients(areaJoinPairs(sums[2], sums[3]), lanes);
+        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), order);
+    } else {
+        const __m256i means =
+            _mm256_packus_epi16(areaQuotients(sums[0], lanes), areaQuotients(sums[1], lanes));
+        return _mm256_permute4x64_epi64(means, 0xD8);
+    }
+}
+
+template<AreaShape shape>
+[[gnu::always_inline]] inline void areaManyLanes(uint8_t* dst, const uint8_t* src, ptrdiff_t step,
+                                                 int32_t rows, ptrdiff_t lane,
+                                                 const AreaLanes& lanes)
+{
+    const __m256i squeeze = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes.squeeze));
+    const __m256i places = areaMeans<shape>(src + lane * lanes.advance, step, rows, lanes);
+    const __m256i means = _mm256_shuffle_epi8(places, squeeze);
+    dst += lane * lanes.sums;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(means));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + shape.many() / 2 * lanes.sums),
+                     _mm256_extracti128_si256(means, 1));
+}
+
+// One lane, for the ends of a row.
+template<AreaShape shape>
+void areaOneLane(uint8_t* dst, const uint8_t* src, ptrdiff_t step, int32_t rows, ptrdiff_t lane,
+                 ptrdiff_t srcCount, const AreaLanes& lanes)
+{
+    // It may lie at the start of 16 bytes or at their end.
+    const ptrdiff_t at = lane * lanes.advance;
+    const bool atStart = at + 16 <= srcCount;
+    src += atStart ? at : at + lanes.advance - 16;
+    const __m128i pick =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes.pick + (atStart ? 16 : 0)));
+    __m128i sums = _mm_setzero_si128();
+    for (int32_t y = 0; y < rows; ++y, src += step) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+        const __m128i picked = _mm_shuffle_epi8(bytes, pick);
+        sums = _mm_add_epi16(sums, _mm_maddubs_epi16(picked, _mm_set1_epi8(1)));
+    }
+    __m256i words = _mm256_castsi128_si256(sums);
+    if (shape.quads)
+        words = areaJoinPairs(words, words);
+    words = areaQuotients(words, lanes);
+    uint8_t means[16];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(means),
+                     _mm256_castsi256_si128(_mm256_packus_epi16(words, words)));
+    dst += lane * lanes.sums;
+    constexpr size_t places = shape.quads ? 4 : 8;
+    if (lanes.sums == places)
+        __builtin_memcpy(dst, means, places);
+    else
+        __builtin_memcpy(dst, means, places / 4 * 3);
+}
+
+// Which lanes of a row are made many at a time: from `first` on, the last time
+// from `last` on, over some that are made already. Those before and after would
+// reach outside the rows. None if last is less than first.
+struct AreaReach {
+    ptrdiff_t first;
+    ptrdiff_t last;
+    ptrdiff_t end; // the number of lanes
+};
+
+AreaReach areaReach(const AreaLanes& lanes, ptrdiff_t many, ptrdiff_t dstCount, ptrdiff_t srcCount)
+{
+    if (srcCount < 16)
+        return {0, -1, 0};
+    const ptrdiff_t bySource = (srcCount - 16) / lanes.advance - (many - 1);
+    const ptrdiff_t byOutput = dstCount < 16 ? -1 : (dstCount - 16) / lanes.sums - many / 2;
+    return {15 / lanes.advance, bySource < byOutput ? bySource : byOutput, dstCount / lanes.sums};
+}
+
+template<AreaShape shape>
+void areaLaneRow(uint8_t* dst, const uint8_t* src, ptrdiff_t step, int32_t rows,
+                 const AreaLanes& lanes, const AreaReach& reach, ptrdiff_t srcCount)
+{
+    ptrdiff_t lane = 0;
+    if (reach.last >= reach.first) {
+        for (; lane < reach.first; ++lane)
+            areaOneLane<shape>(dst, src, step, rows, lane, srcCount, lanes);
+        for (; lane < reach.last; lane += shape.many())
+            areaManyLanes<shape>(dst, src, step, rows, lane, lanes);
+        areaManyLanes<shape>(dst, src, step, rows, reach.last, lanes);
+        lane = reach.last + shape.many();
+    }
+    for (; lane < reach.end; ++lane)
+        areaOneLane<shape>(dst, src, step, rows, lane, srcCount, lanes);
+}
+
+template<AreaShape shape>
+void areaLaneBlocks(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t step,
+                    const AreaBlock& block, size_t width, size_t height, void* columnSums)
+{
+    const AreaLanes lanes = areaLanes(block);
+    const AreaDivisor divisor = areaDivisor(block);
+    const ptrdiff_t dstCount = static_cast<ptrdiff_t>(width) * block.channels;
+    const ptrdiff_t srcCount = dstCount * block.xSize;
+    const AreaReach reach = areaReach(lanes, shape.many(), dstCount, srcCount);
+    const ptrdiff_t stored = reach.end * lanes.sums;
+    const size_t left = static_cast<size_t>(dstCount - stored) / block.channels;
+    for (size_t y = 0; y < height; ++y, dst += dstStep, src += step * block.ySize) {
+        areaLaneRow<shape>(dst, src, step, block.ySize, lanes, reach, srcCount);
+        if (left)
+            areaPlainBlocks(dst + stored, src + stored * block.xSize, step, block, divisor, left,
+                            columnSums);
+    }
+}
+
+auto areaChooseLanes(const AreaBlock& block)
+{
+    if (block.xSize == 2)
+        return areaLaneBlocks<AreaShape{false, true}>;
+    if (block.xSize == 4 && block.channels == 1)
+        return areaLaneBlocks<AreaShape{true, false}>;
+    return areaLaneBlocks<AreaShape{true, true}>;
+}
+
+#endif
+
+void blockMeans(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t step,
+                const AreaBlock& block, size_t width, size_t height, void* columnSums)
+{
+#if defined(__AVX2__)
+    if (areaFitsLanes(block))
+        return areaChooseLanes(block)(dst, dstStep, src, step, block, width, height, columnSums);
+#endif
+    const AreaDivisor divisor = areaDivisor(block);
+    for (size_t y = 0; y < height; ++y, dst += dstStep, src += step * block.ySize)
+        areaPlainBlocks(dst, src, step, block, divisor, width, columnSums);
+}
+
+void addRow(float* sums, const uint8_t* src, float weight, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        sums[i] += weight * static_cast<float>(src[i]);
+}
+
+constexpr AreaKernels areaKernels{blockMeans, addRow};
+
+} // namespace
