@@ -5,6 +5,7 @@
 #include "kernels/alpha.h"
 #include "kernels/area.h"
 #include "kernels/block.h"
+#include "kernels/compose.h"
 #include "kernels/convert.h"
 #include "kernels/zoom.h"
 
@@ -20,6 +21,7 @@ struct Kernels {
     const char* levelName;
     BlockKernels block;
     AlphaKernels alpha;
+    ComposeKernels compose;
     ConvertKernels convert;
     ZoomKernels zoom;
     AreaKernels area;

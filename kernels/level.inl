@@ -13,6 +13,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/alpha.inl"
 #include "kernels/area.inl"
 #include "kernels/block.inl"
+#include "kernels/compose.inl"
 #include "kernels/convert.inl"
 #include "kernels/zoom.inl"
 
@@ -25,6 +26,7 @@ constinit const Kernels table{
     QUIB_LEVEL_NAME(QUIB_LEVEL),
     blockKernels,
     alphaKernels,
+    composeKernels,
     convertKernels,
     zoomKernels,
     areaKernels,

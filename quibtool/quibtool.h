@@ -115,6 +115,19 @@ QUIB_API QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress);
  * none could be made. */
 QUIB_API QuibStatus QuibClone(const IplImage* src, IplImage** out);
 
+/* ---- Composition --------------------------------------------------------- */
+
+/* Lays a 32-bit image over another, by the alphas of both (Porter and Duff 1984,
+ * "over", colours not premultiplied), from the top left corner of both. A null
+ * result writes into under; else *result is written, and made with under's size
+ * first if it is null. Images of equal widthStep and height are one run, row
+ * padding included. Else the smaller width and height are walked in rows that
+ * lie four times a width apart: each image's own width without a result; with
+ * one, under's width for over and for *result, and over's width for under.
+ * QUIB_BAD_ARGUMENT for a bad handle, for another depth, and for a result
+ * without pixels. */
+QUIB_API QuibStatus QuibComposition3(const IplImage* over, IplImage* under, IplImage** result);
+
 /* ---- Alpha --------------------------------------------------------------- */
 
 /* Stores the low byte of alpha in the alpha byte of each pixel of a 32-bit

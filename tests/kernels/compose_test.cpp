@@ -1,0 +1,164 @@
+#include "kernels/compose.h"
+
+#include "quibtool/startup.h"
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/levels.h"
+#include "tests/support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace
+{
+
+using Pixels = std::vector<uint8_t>;
+
+template<class Work>
+void forEachTable(Work work)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        work(table->compose);
+    }
+}
+
+// The pixel rule, through the table.
+Pixels plainBlend(const Pixels& under, const Pixels& over)
+{
+    Pixels out(under.size());
+    for (size_t i = 0; i < under.size(); i += 4) {
+        const uint32_t entry = pairBlendTable[over[i + 3] * 256 + under[i + 3]];
+        const int weight = static_cast<int>(entry & 255);
+        for (size_t c = i; c < i + 3; ++c)
+            out[c] =
+                static_cast<uint8_t>((under[c] + (((over[c] - under[c]) * weight) >> 8)) & 255);
+        out[i + 3] = static_cast<uint8_t>(entry >> 24);
+    }
+    return out;
+}
+
+Pixels blended(const quib::ComposeKernels& kernels, const Pixels& under, const Pixels& over)
+{
+    Pixels out(under.size());
+    kernels.pairBlend(out.data(), under.data(), over.data(), under.size() / 4);
+    return out;
+}
+
+Pixels randomPixels(size_t count, Random& random)
+{
+    Pixels pixels(count * 4);
+    random.fill(pixels.data(), pixels.size());
+    return pixels;
+}
+
+} // namespace
+
+TEST(PairBlend, GivesTheTablesWeightAndAlphaForEveryPairOfAlphas)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        constexpr int colours[][2] = {{255, 0}, {0, 255}, {255, 1}, {200, 100}, {100, 101}};
+        for (const auto& [s, d] : colours) {
+            Pixels over(65536 * 4);
+            Pixels under(65536 * 4);
+            for (size_t i = 0; i < 65536; ++i) {
+                for (size_t c = 0; c < 3; ++c) {
+                    over[i * 4 + c] = static_cast<uint8_t>(s);
+                    under[i * 4 + c] = static_cast<uint8_t>(d);
+                }
+                over[i * 4 + 3] = static_cast<uint8_t>(i >> 8);
+                under[i * 4 + 3] = static_cast<uint8_t>(i);
+            }
+            ASSERT_EQ(blended(kernels, under, over), plainBlend(under, over));
+        }
+    });
+}
+
+TEST(PairBlend, GivesThePlainResultForEveryPairOfColours)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        for (const uint32_t weightPair : {0x00FFu, 0x0101u, 0x8080u, 0x40C0u, 0xC040u, 0xFF00u}) {
+            Pixels over(65536 * 4);
+            Pixels under(65536 * 4);
+            for (size_t i = 0; i < 65536; ++i) {
+                for (size_t c = 0; c < 3; ++c) {
+                    over[i * 4 + c] = static_cast<uint8_t>((i >> 8) + c * 85);
+                    under[i * 4 + c] = static_cast<uint8_t>(i + c * 85);
+                }
+                over[i * 4 + 3] = static_cast<uint8_t>(weightPair >> 8);
+                under[i * 4 + 3] = static_cast<uint8_t>(weightPair);
+            }
+            ASSERT_EQ(blended(kernels, under, over), plainBlend(under, over));
+        }
+    });
+}
+
+// Runs of 0 and of 255, broken at every place, take the short ways of a group
+// of pixels.
+TEST(PairBlend, GivesThePlainResultForRunsOfEqualAlphas)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        Random random(1);
+        for (const int alpha : {0, 255}) {
+            for (const int odd : {0, 1, 254, 255}) {
+                for (size_t at = 0; at < 100; ++at) {
+                    Pixels over = randomPixels(100, random);
+                    const Pixels under = randomPixels(100, random);
+                    for (size_t i = 0; i < 100; ++i)
+                        over[i * 4 + 3] = static_cast<uint8_t>(alpha);
+                    over[at * 4 + 3] = static_cast<uint8_t>(odd);
+                    ASSERT_EQ(blended(kernels, under, over), plainBlend(under, over));
+                }
+            }
+        }
+    });
+}
+
+TEST(PairBlend, StaysInsideItsRunsAtAnyCountAndAddress)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        Random random(2);
+        for (size_t count = 0; count <= 80; ++count) {
+            for (const int alphas : {0, 255, -1}) {
+                Pixels over = randomPixels(count, random);
+                const Pixels under = randomPixels(count, random);
+                for (size_t i = 0; alphas >= 0 && i < count; ++i)
+                    over[i * 4 + 3] = static_cast<uint8_t>(alphas);
+                // One byte in: the addresses are aligned to nothing.
+                const GuardedBuffer overBuffer(count * 4 + 1);
+                const GuardedBuffer underBuffer(count * 4 + 1);
+                const GuardedBuffer target(count * 4 + 1);
+                std::copy(over.begin(), over.end(), overBuffer.data() + 1);
+                std::copy(under.begin(), under.end(), underBuffer.data() + 1);
+                overBuffer.makeReadOnly();
+                underBuffer.makeReadOnly();
+                kernels.pairBlend(target.data() + 1, underBuffer.data() + 1, overBuffer.data() + 1,
+                                  count);
+                ASSERT_EQ(Pixels(target.data() + 1, target.data() + target.size()),
+                          plainBlend(under, over));
+                ASSERT_EQ(target.data()[0], 0xA5);
+            }
+        }
+    });
+}
+
+TEST(PairBlend, MayWriteIntoEitherImage)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        Random random(3);
+        for (const int alphas : {0, 255, -1}) {
+            for (size_t count = 1; count < 90; ++count) {
+                Pixels over = randomPixels(count, random);
+                Pixels under = randomPixels(count, random);
+                for (size_t i = 0; alphas >= 0 && i < count; ++i)
+                    over[i * 4 + 3] = static_cast<uint8_t>(alphas);
+                const Pixels expected = plainBlend(under, over);
+                Pixels target = under;
+                kernels.pairBlend(target.data(), target.data(), over.data(), count);
+                ASSERT_EQ(target, expected);
+                kernels.pairBlend(over.data(), under.data(), over.data(), count);
+                ASSERT_EQ(over, expected);
+            }
+        }
+    });
+}
