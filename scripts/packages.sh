@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Debian packages, for scripts that install what they lack. Source this file.
 
 # as_root COMMAND...: runs a command as root, or fails with a message.

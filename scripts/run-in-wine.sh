@@ -34,4 +34,5 @@ else
 fi
 status=$?
 cat "$output"
+[ $status = 0 ] || echo "$1 ended with status $status"
 exit $status

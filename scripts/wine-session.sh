@@ -40,7 +40,7 @@ if [[ $bits == 32 ]]; then
     # A /tmp of its own keeps this session's Wine server apart from others.
     mount -t tmpfs tmpfs "$root/tmp"
     mkdir -p "$root/tmp/.X11-unix" "$root$checkout"
-    mkdir -p -m 1777 /tmp/.X11-unix
+    [[ -d /tmp/.X11-unix ]] || mkdir -m 1777 /tmp/.X11-unix
     mount --bind /tmp/.X11-unix "$root/tmp/.X11-unix"
     mount --bind "$checkout" "$root$checkout"
 else
@@ -63,15 +63,17 @@ fi
 
 xvfb=
 end_session() {
-    inside timeout 60 $server -k 2>/dev/null || true
-    [[ -n $xvfb ]] && kill "$xvfb" 2>/dev/null || true
+    inside timeout 60 "$server" -k 2>/dev/null || true
+    if [[ -n $xvfb ]]; then
+        kill "$xvfb" 2>/dev/null || true
+    fi
 }
 trap end_session EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
 # The server of a session that was killed may still hold the prefix.
-inside timeout 60 $server -k 2>/dev/null || true
+inside timeout 60 "$server" -k 2>/dev/null || true
 
 display_file=$directory/display
 rm -f "$display_file"
@@ -101,11 +103,11 @@ if [[ ! -e $directory/prefix-is-made ]]; then
         exit 1
     }
     # The server writes the registry when it goes.
-    inside timeout 60 $server -w
+    inside timeout 60 "$server" -w
     touch "$directory/prefix-is-made"
 fi
 # It goes by itself a minute after its last program, should this script be killed.
-inside $server -p60 </dev/null >/dev/null 2>&1
+inside "$server" -p60 </dev/null >/dev/null 2>&1
 
 status=0
 "$@" || status=$?

@@ -3,6 +3,7 @@
 # first if there is none. It is shared by all clones on a machine. An
 # interrupted run leaves no half tree: it is made aside and renamed.
 set -euo pipefail
+# shellcheck source=scripts/packages.sh
 source "$(dirname "${BASH_SOURCE[0]}")/packages.sh"
 
 cache=${QUIB_CACHE:-/var/cache/quibtool}
@@ -11,6 +12,7 @@ tree=$cache/wine32-$suite
 
 # The first mirror of this suite among apt's own sources.
 mirror_of_apt() {
+    # shellcheck disable=SC2016 # apt fills these in
     apt-get indextargets --format '$(RELEASE) $(CODENAME) $(COMPONENT) $(REPO_URI)' \
         'Identifier: Packages' |
         awk -v suite="$suite" '($1 == suite || $2 == suite) && $3 == "main" { print $4; exit }'
