@@ -2,4 +2,5 @@
 #pragma once
 
 void addBlockCases();
+void addStretchCases();
 void addZoomCases();

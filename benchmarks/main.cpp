@@ -262,6 +262,7 @@ int main(int argc, char** argv)
     const std::vector<const quib::Kernels*> levels = levelsToRun(options.level);
     initialiseFramework(options.repetitions);
     addBlockCases();
+    addStretchCases();
     addZoomCases();
     std::vector<Row> rows;
     std::string table = tableHead();

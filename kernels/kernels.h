@@ -7,6 +7,7 @@
 #include "kernels/block.h"
 #include "kernels/compose.h"
 #include "kernels/convert.h"
+#include "kernels/stretch.h"
 #include "kernels/zoom.h"
 
 namespace quib
@@ -25,6 +26,7 @@ struct Kernels {
     ConvertKernels convert;
     ZoomKernels zoom;
     AreaKernels area;
+    StretchKernels stretch;
 };
 
 // The table in use: the best level that this processor has.

@@ -15,6 +15,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/block.inl"
 #include "kernels/compose.inl"
 #include "kernels/convert.inl"
+#include "kernels/stretch.inl"
 #include "kernels/zoom.inl"
 
 #define QUIB_NAME_OF(level) #level
@@ -30,6 +31,7 @@ constinit const Kernels table{
     convertKernels,
     zoomKernels,
     areaKernels,
+    stretchKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

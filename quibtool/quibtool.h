@@ -190,6 +190,41 @@ QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
 /* Draws the handle with its top left corner at (x, y) of a device context; an
  * HDC. 0 even if the device fails. */
 QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y);
+/* ---- Size ---------------------------------------------------------------- */
+
+/* Modes of the functions below. 0 to 2 are also IPL_INTER_NN, IPL_INTER_LINEAR
+ * and IPL_INTER_CUBIC, which the engine's routes take them for; IPL_INTER_SUPER
+ * averages areas and only reduces. */
+#define STRETCH_NEAREST 0
+#define STRETCH_LINEAR 1
+#define STRETCH_SMOOTH 2 /* two samples an axis, weighted by 3t^2 - 2t^3 */
+/* Rows stay in pairs, for two interlaced fields: even rows come from even rows,
+ * odd ones from odd ones. Both heights must be even. */
+#define STRETCH_PAIRS_NEAREST 0x7000
+#define STRETCH_PAIRS_LINEAR 0x7001
+
+/* Fits src into the size of dst, an existing handle. Regions play no part in
+ * the choice of route:
+ *  - both of 32 bits a pixel and mode not IPL_INTER_SUPER: a stretch by mode,
+ *    any other value being linear. Output pixel 0 lies on input pixel 0 and the
+ *    next ones source / destination apart; weights have 8 bits, and alpha is
+ *    treated as a colour. Rows count as width * 4 bytes long;
+ *  - both of 8 bits and mode not IPL_INTER_SUPER: nearest, whatever the mode;
+ *  - others: the engine's zoom, reduction or, growing on one axis and shrinking
+ *    on the other, resize, with regions and masks, in a mode IPL_INTER_NN,
+ *    IPL_INTER_LINEAR, IPL_INTER_CUBIC or, shrinking on both, IPL_INTER_SUPER.
+ *    Another mode, and images that differ in depth or channels, end the process.
+ * Handles of the same size, depth and widthStep are copied, padding included.
+ * QUIB_BAD_ARGUMENT for a bad handle. */
+QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
+
+/* Scales the region of src, or the whole of it, to the size of the region of
+ * dst, or to the whole of it, by the engine at every depth; IPL_INTER_NN,
+ * IPL_INTER_LINEAR and IPL_INTER_CUBIC take any sizes, IPL_INTER_SUPER none that
+ * grow. Another mode, and images that differ in depth or channels, end the
+ * process. QUIB_BAD_ARGUMENT for a bad handle; a record that fails its check
+ * gives the check's status. */
+QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
 
 #ifdef __cplusplus
 }

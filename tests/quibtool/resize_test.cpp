@@ -1,0 +1,337 @@
+#include "quibtool/handle.h"
+#include "quibtool/stretch.h"
+
+#include "tests/support/guarded_image.h"
+#include "tests/support/images.h"
+#include "tests/support/levels.h"
+#include "tests/support/report.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+Image randomHandle(int32_t width, int32_t height, int32_t bitDepth, Random& random)
+{
+    Image handle = makeHandle(width, height, bitDepth);
+    randomise(handle.get(), random);
+    return handle;
+}
+
+constexpr int32_t depths[] = {1, 8, 24, 32};
+constexpr int32_t manyModes[] = {0, 1, 2, 3, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1};
+constexpr const char* modeText =
+    "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && "
+    "interpolate != IPL_INTER_CUBIC";
+
+using Resize = QuibStatus (*)(IplImage*, IplImage*, int32_t);
+
+void expectBadHandle(Resize resize, IplImage* src, IplImage* dst)
+{
+    quibLastError[0] = 0;
+    EXPECT_EQ(resize(src, dst, 0), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
+}
+
+void expectBadHandlesRefused(Resize resize)
+{
+    const Image good = makeHandle(4, 4, 32);
+    const Image empty = makeHandle(4, 4, 32);
+    iplDeallocateImage(empty.get());
+    expectBadHandle(resize, nullptr, good.get());
+    expectBadHandle(resize, good.get(), nullptr);
+    expectBadHandle(resize, empty.get(), good.get());
+    expectBadHandle(resize, good.get(), empty.get());
+}
+
+} // namespace
+
+// --- QuibResize ------------------------------------------------------------------
+
+TEST(QuibResize, RefusesBadHandles)
+{
+    expectBadHandlesRefused(QuibResize);
+}
+
+TEST(QuibResize, CopiesEqualLayoutsInEveryModeWithTheirPadding)
+{
+    Random random(1);
+    for (const int32_t bitDepth : depths) {
+        for (const int32_t mode : manyModes) {
+            const Image src = randomHandle(13, 7, bitDepth, random);
+            const Image dst = randomHandle(13, 7, bitDepth, random);
+            EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(src.get())) << bitDepth << " bits, " << mode;
+        }
+    }
+}
+
+TEST(QuibResize, LeavesAHandleResizedToItselfAsItIs)
+{
+    Random random(2);
+    const Image image = randomHandle(9, 5, 24, random);
+    const std::vector<uint8_t> before = bytesOf(image.get());
+    EXPECT_EQ(QuibResize(image.get(), image.get(), 1), QUIB_OK);
+    EXPECT_EQ(bytesOf(image.get()), before);
+}
+
+TEST(QuibResize, Stretches32BitHandlesByTheirMode)
+{
+    Random random(3);
+    forEachLevel([&random] {
+        for (const int32_t mode :
+             {0, 1, 2, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1, 0x7002}) {
+            for (int32_t round = 0; round < 10; ++round) {
+                const int32_t height = random.between(1, 20) * 2;
+                const Image src = randomHandle(random.between(1, 40), height, 32, random);
+                const GuardedHandle dst(random.between(1, 40), random.between(1, 20) * 2, 32);
+                std::vector<uint8_t> expected(static_cast<size_t>(dst->imageSize));
+                StretchPacked32(expected.data(), dst->width, dst->height,
+                                reinterpret_cast<const uint8_t*>(src->imageData), src->width,
+                                src->height, mode);
+                EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
+                if (src->width != dst->width || src->height != dst->height) {
+                    EXPECT_EQ(bytesOf(dst.get()), expected);
+                }
+            }
+        }
+    });
+}
+
+TEST(QuibResize, Takes8BitHandlesByNearestInEveryMode)
+{
+    Random random(4);
+    const Image src = randomHandle(17, 11, 8, random);
+    const Image nearest = makeHandle(30, 5, 8);
+    ASSERT_EQ(QuibResize(src.get(), nearest.get(), 0), QUIB_OK);
+    // Positions of columns are 17 / 30 apart, those of rows 11 / 5.
+    EXPECT_EQ(element(nearest.get(), 1, 0, 0), element(src.get(), 0, 0, 0));
+    EXPECT_EQ(element(nearest.get(), 2, 1, 0), element(src.get(), 1, 2, 0));
+    EXPECT_EQ(element(nearest.get(), 29, 4, 0), element(src.get(), 16, 8, 0));
+    for (const int32_t mode : {1, 2, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1}) {
+        const Image dst = makeHandle(30, 5, 8);
+        EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(nearest.get())) << mode;
+    }
+}
+
+TEST(QuibResize, LeavesThePaddingOf8BitRowsAlone)
+{
+    Random random(5);
+    const Image src = randomHandle(9, 4, 8, random);
+    const Image dst = randomHandle(13, 8, 8, random);
+    const std::vector<uint8_t> before = bytesOf(dst.get());
+    EXPECT_EQ(QuibResize(src.get(), dst.get(), 0), QUIB_OK);
+    const std::vector<uint8_t> after = bytesOf(dst.get());
+    for (size_t y = 0; y < 8; ++y)
+        for (size_t x = 13; x < 16; ++x)
+            EXPECT_EQ(after[y * 16 + x], before[y * 16 + x]);
+}
+
+TEST(QuibResize, TakesRoutesByBitsAPixelAlone)
+{
+    // One channel of floats, four signed channels and planes of bytes are 32
+    // bits a pixel too: their words go through the stretcher.
+    struct Kind {
+        int32_t nChannels;
+        uint32_t depth;
+        int32_t dataOrder;
+    };
+    Random random(6);
+    for (const Kind& kind : {Kind{1, IPL_DEPTH_32F, 0}, Kind{4, IPL_DEPTH_8S, 0},
+                             Kind{4, IPL_DEPTH_8U, 1}, Kind{2, IPL_DEPTH_16U, 0}}) {
+        const Image src = makeImage(8, 6, kind.nChannels, kind.depth, kind.dataOrder);
+        const Image dst = makeImage(4, 3, kind.nChannels, kind.depth, kind.dataOrder);
+        randomise(src.get(), random);
+        EXPECT_EQ(QuibResize(src.get(), dst.get(), 0), QUIB_OK);
+        std::vector<uint8_t> expected(4 * 3 * 4);
+        const std::vector<uint8_t> from = bytesOf(src.get());
+        StretchPacked32(expected.data(), 4, 3, from.data(), 8, 6, 0);
+        EXPECT_EQ(bytesOf(dst.get()), expected);
+    }
+}
+
+TEST(QuibResize, StretchesEqualSizesOfAnotherLayout)
+{
+    // The same size with longer rows: not a copy, and the 32-bit route takes
+    // rows as packed.
+    Random random(7);
+    const Image src = randomHandle(6, 4, 32, random);
+    const Image dst = makeHandle(8, 4, 32);
+    dst->width = 6;
+    EXPECT_EQ(QuibResize(src.get(), dst.get(), 1), QUIB_OK);
+    std::vector<uint8_t> expected(6 * 4 * 4);
+    StretchPacked32(expected.data(), 6, 4, reinterpret_cast<const uint8_t*>(src->imageData), 6, 4,
+                    1);
+    const std::vector<uint8_t> bytes = bytesOf(dst.get());
+    EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.begin() + 96), expected);
+}
+
+TEST(QuibResize, GoesToTheEngineByTheRelationOfTheSizes)
+{
+    struct Row {
+        int32_t width;
+        int32_t height;
+        decltype(&iplZoom) operation;
+        int32_t mode;
+    };
+    Random random(8);
+    for (const int32_t bitDepth : {1, 24}) {
+        const Image src = randomHandle(12, 12, bitDepth, random);
+        for (const Row& row :
+             {Row{17, 15, iplZoom, 1}, Row{12, 15, iplZoom, 2}, Row{17, 12, iplZoom, 0},
+              Row{5, 7, iplDecimate, 1}, Row{4, 6, iplDecimate, 3}, Row{17, 6, iplResize, 1},
+              Row{6, 17, iplResize, 2}, Row{12, 6, iplResize, 1}, Row{6, 12, iplResize, 3}}) {
+            const Image dst = makeHandle(row.width, row.height, bitDepth);
+            const Image expected = makeHandle(row.width, row.height, bitDepth);
+            EXPECT_EQ(QuibResize(src.get(), dst.get(), row.mode), QUIB_OK);
+            row.operation(src.get(), expected.get(), row.width, 12, row.height, 12, row.mode);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()))
+                << bitDepth << " bits to " << row.width << " x " << row.height;
+        }
+    }
+}
+
+TEST(QuibResize, AveragesShrinking8BitAnd32BitHandlesInMode3)
+{
+    Random random(9);
+    for (const int32_t bitDepth : {8, 32}) {
+        const Image src = randomHandle(12, 8, bitDepth, random);
+        const Image dst = makeHandle(4, 4, bitDepth);
+        const Image expected = makeHandle(4, 4, bitDepth);
+        EXPECT_EQ(QuibResize(src.get(), dst.get(), 3), QUIB_OK);
+        iplDecimate(src.get(), expected.get(), 4, 12, 4, 8, 3);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+    }
+}
+
+TEST(QuibResize, IgnoresRegionsInTheStretcher)
+{
+    Random random(10);
+    for (const int32_t bitDepth : {8, 32}) {
+        const Image src = randomHandle(12, 8, bitDepth, random);
+        const Image plain = makeHandle(20, 5, bitDepth);
+        ASSERT_EQ(QuibResize(src.get(), plain.get(), 0), QUIB_OK);
+        setRoi(src.get(), 1, 2, 2, 3, 3);
+        const Image dst = makeHandle(20, 5, bitDepth);
+        setRoi(dst.get(), 0, 1, 1, 2, 2);
+        EXPECT_EQ(QuibResize(src.get(), dst.get(), 0), QUIB_OK);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(plain.get()));
+    }
+}
+
+TEST(QuibResize, EndsTheProcessWhereTheEngineRefuses)
+{
+    Random random(11);
+    const Image src = randomHandle(6, 6, 24, random);
+    const Image wider = randomHandle(9, 3, 24, random);
+    const Image larger = randomHandle(9, 9, 24, random);
+    const Image gray = randomHandle(9, 9, 8, random);
+    EXPECT_REPORT(QuibResize(src.get(), wider.get(), 3), -5, "iplResize",
+                  "(xDst > xSrc || yDst > ySrc)", "iplresiz");
+    EXPECT_REPORT(QuibResize(src.get(), larger.get(), 3), -5, "iplZoom", modeText, "iplZoom");
+    EXPECT_REPORT(QuibResize(src.get(), gray.get(), 0), -2, "iplZoom",
+                  "srcImage COI != dstImage COI", "iplZoom");
+}
+
+TEST(QuibResize, WritesNothingBehindThoseReports)
+{
+    const ReportsReturn reports;
+    Random random(12);
+    const Image src = randomHandle(6, 6, 24, random);
+    for (const int32_t height : {3, 9}) {
+        const Image dst = randomHandle(9, height, 24, random);
+        const std::vector<uint8_t> before = bytesOf(dst.get());
+        EXPECT_EQ(QuibResize(src.get(), dst.get(), 3), QUIB_OK);
+        EXPECT_EQ(bytesOf(dst.get()), before);
+    }
+}
+
+TEST(QuibResize, LeavesABadRecordToTheEngine)
+{
+    Random random(13);
+    const Image good = randomHandle(6, 6, 32, random);
+    const Image bad = randomHandle(6, 6, 32, random);
+    bad->nChannels = 0;
+    EXPECT_REPORT(QuibResize(bad.get(), good.get(), 0), -15, "iplZoom", "Incorrect Image",
+                  "iplZoom");
+}
+
+TEST(QuibResize, RefusesTwoBadRecordsWithoutText)
+{
+    const CleanStatus clean;
+    Random random(14);
+    const Image first = randomHandle(6, 6, 32, random);
+    const Image second = randomHandle(9, 9, 32, random);
+    first->nChannels = 0;
+    second->nChannels = 0;
+    quibLastError[0] = 0;
+    EXPECT_EQ(QuibResize(first.get(), second.get(), 0), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(quibLastError[0], 0);
+}
+
+// --- QuibResizeFit -----------------------------------------------------------------
+
+TEST(QuibResizeFit, RefusesBadHandles)
+{
+    expectBadHandlesRefused(QuibResizeFit);
+}
+
+TEST(QuibResizeFit, GivesTheChecksOwnStatus)
+{
+    const CleanStatus clean;
+    Random random(15);
+    const Image good = randomHandle(6, 6, 24, random);
+    const Image bad = randomHandle(6, 6, 24, random);
+    bad->widthStep = 0;
+    EXPECT_EQ(QuibResizeFit(bad.get(), good.get(), 0), -13);
+    EXPECT_EQ(QuibResizeFit(good.get(), bad.get(), 0), -13);
+    good->origin = 7;
+    EXPECT_EQ(QuibResizeFit(good.get(), bad.get(), 0), -20);
+}
+
+TEST(QuibResizeFit, ScalesWholeImagesByTheEngine)
+{
+    Random random(16);
+    for (const int32_t bitDepth : depths) {
+        const Image src = randomHandle(10, 10, bitDepth, random);
+        const Image dst = makeHandle(15, 6, bitDepth);
+        const Image expected = makeHandle(15, 6, bitDepth);
+        EXPECT_EQ(QuibResizeFit(src.get(), dst.get(), 1), QUIB_OK);
+        iplResize(src.get(), expected.get(), 15, 10, 6, 10, 1);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+    }
+}
+
+TEST(QuibResizeFit, ScalesRegionsEachImageOnItsOwn)
+{
+    Random random(17);
+    const Image src = randomHandle(20, 10, 24, random);
+    const Image dst = randomHandle(20, 10, 24, random);
+    const std::vector<uint8_t> before = bytesOf(dst.get());
+    setRoi(src.get(), 0, 4, 2, 6, 5);
+    setRoi(dst.get(), 0, 3, 1, 12, 5);
+    EXPECT_EQ(QuibResizeFit(src.get(), dst.get(), 0), QUIB_OK);
+    for (int32_t y = 0; y < 10; ++y) {
+        for (int32_t x = 0; x < 20; ++x) {
+            const bool inside = x >= 3 && x < 15 && y >= 1 && y < 6;
+            for (int32_t c = 0; c < 3; ++c)
+                EXPECT_EQ(element(dst.get(), x, y, c),
+                          inside ? element(src.get(), 4 + (x - 3) / 2, 2 + y - 1, c)
+                                 : before[static_cast<size_t>(y * 60 + x * 3 + c)]);
+        }
+    }
+}
+
+TEST(QuibResizeFit, EndsTheProcessWhereTheEngineRefuses)
+{
+    Random random(18);
+    const Image src = randomHandle(6, 6, 32, random);
+    const Image dst = randomHandle(9, 9, 32, random);
+    EXPECT_REPORT(QuibResizeFit(src.get(), dst.get(), 3), -5, "iplResize",
+                  "(xDst > xSrc || yDst > ySrc)", "iplresiz");
+    EXPECT_REPORT(QuibResizeFit(src.get(), dst.get(), STRETCH_PAIRS_LINEAR), -5, "iplZoom",
+                  modeText, "iplZoom");
+}
