@@ -53,9 +53,9 @@ inline size_t dibRows(const BITMAPINFOHEADER& header)
 // The header followed by these bytes.
 inline Bytes dibWith(const BITMAPINFOHEADER& header, const Bytes& rest)
 {
-    Bytes dib(40 + rest.size());
+    Bytes dib(40);
     std::memcpy(dib.data(), &header, 40);
-    std::copy(rest.begin(), rest.end(), dib.begin() + 40);
+    dib.insert(dib.end(), rest.begin(), rest.end());
     return dib;
 }
 

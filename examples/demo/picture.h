@@ -1,0 +1,12 @@
+// A PNG file of a handle's pixels, for the page.
+#pragma once
+
+#include "quibtool/quibtool.h"
+
+#include <string>
+
+enum class Alpha { show, ignore };
+
+// Writes an 8-, 24- or 32-bit handle; `alpha` says whether byte 3 of a 32-bit
+// pixel counts. False if the file cannot be written.
+bool writePng(const IplImage* image, const std::string& file, Alpha alpha);
