@@ -3,4 +3,6 @@
 
 void addBlockCases();
 void addStretchCases();
+void addConvertCases();
+void addComposeCases();
 void addZoomCases();

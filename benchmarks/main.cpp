@@ -263,6 +263,8 @@ int main(int argc, char** argv)
     initialiseFramework(options.repetitions);
     addBlockCases();
     addStretchCases();
+    addConvertCases();
+    addComposeCases();
     addZoomCases();
     std::vector<Row> rows;
     std::string table = tableHead();

@@ -42,7 +42,8 @@ struct ZoomQuadGroup {
 
 struct ZoomKernels {
     // Interpolates a row along x: line[i] is (sum of the taps by their weights)
-    // >> 8, within 0 to 16320 for pairs of weights that add up to 16384.
+    // >> 8. The weights' magnitudes add up to less than 2 for an element, so that
+    // it fits in 16 bits.
     void (*linearLine)(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups,
                        size_t groupCount);
     void (*cubicLine)(int16_t* line, const uint8_t* row, const ZoomQuadGroup* groups,

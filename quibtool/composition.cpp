@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr int32_t fileRow = 4000;
+constexpr int32_t fileRow = 9000;
 
 // A walk down an image. It ends where the pixel block does, wherever its
 // advance would lead it.

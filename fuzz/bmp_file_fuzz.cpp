@@ -1,0 +1,81 @@
+// A BMP file of any content: QuibLoadBMP.
+#include "fuzz/fuzz.h"
+
+#include "platform/platform.h"
+#include "quibtool/quibtool.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <random>
+#include <string>
+
+namespace
+{
+
+class TemporaryFile
+{
+public:
+    TemporaryFile()
+        : path((std::filesystem::temp_directory_path() /
+                ("quib_fuzz_" + std::to_string(std::random_device()()) + ".bmp"))
+                   .string())
+    {
+    }
+    ~TemporaryFile() { std::remove(path.c_str()); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const char* write(const uint8_t* data, size_t size) const
+    {
+        std::FILE* file = std::fopen(path.c_str(), "wb");
+        if (!file)
+            std::abort();
+        if (size > 0 && std::fwrite(data, 1, size, file) != size)
+            std::abort();
+        std::fclose(file);
+        return path.c_str();
+    }
+
+private:
+    std::string path;
+};
+
+// The block of a file of another depth is never freed. Enough of these is
+// enough: they would fill the memory.
+bool leaksOnceMore(const BITMAPINFOHEADER& header)
+{
+    static int32_t leaks = 0;
+    switch (header.biBitCount) {
+    case 1:
+    case 8:
+    case 24:
+    case 32:
+        return false;
+    default:
+        return ++leaks > 10000;
+    }
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static const TemporaryFile file;
+    constexpr size_t fileHeaderBytes = sizeof(BITMAPFILEHEADER);
+    BITMAPINFOHEADER header{};
+    if (size >= fileHeaderBytes + sizeof header)
+        std::memcpy(&header, data + fileHeaderBytes, sizeof header);
+    if (isLegalButHuge(header.biWidth, header.biHeight) || leaksOnceMore(header))
+        return 0;
+    startFuzzInput();
+    IplImage* handle = nullptr;
+    QuibStatus status = QUIB_OK;
+    {
+        const LeaksAllowed leaks;
+        status = QuibLoadBMP(file.write(data, size), &handle);
+    }
+    if (status != QUIB_OK && handle)
+        std::abort();
+    iplDeallocate(handle, IPL_IMAGE_ALL);
+    return 0;
+}

@@ -1,0 +1,110 @@
+// What the fuzz targets share. Each is a function LLVMFuzzerTestOneInput.
+#pragma once
+
+#include "_Src/ipl.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QUIB_FUZZ_ASAN 1
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define QUIB_FUZZ_ASAN 1
+#endif
+
+#if defined(QUIB_FUZZ_ASAN)
+#include <sanitizer/lsan_interface.h>
+
+// Blocks larger than this are refused, and the library sees no memory.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options()
+{
+    return "allocator_may_return_null=1:max_allocation_size_mb=32";
+}
+#endif
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+// Reports come back: the code behind them is under test too. Nothing is left of
+// the input before.
+inline void startFuzzInput()
+{
+    iplErrorState.mode = 1;
+    iplSetStatus(0);
+}
+
+// Whether a picture is legal and merely takes too long to run through thousands
+// of times. One whose bytes pass 31 bits is not legal and is worth a try.
+inline bool isLegalButHuge(int64_t width, int64_t height)
+{
+    constexpr int64_t manyPixels = int64_t{1} << 18;
+    if (width < 0)
+        width = -width;
+    if (height < 0)
+        height = -height;
+    return width <= INT32_MAX && height <= INT32_MAX && width * height > manyPixels &&
+           width * height / 8 <= INT32_MAX;
+}
+
+// While it lives, what is allocated and not freed counts as no leak.
+struct LeaksAllowed {
+#if defined(QUIB_FUZZ_ASAN)
+    LeaksAllowed()
+    {
+        __lsan_disable();
+    }
+    ~LeaksAllowed()
+    {
+        __lsan_enable();
+    }
+#else
+    LeaksAllowed() {}
+    ~LeaksAllowed() {}
+#endif
+    LeaksAllowed(const LeaksAllowed&) = delete;
+    LeaksAllowed& operator=(const LeaksAllowed&) = delete;
+};
+
+// Takes choices off the front of the input; zeros once it is used up.
+class FuzzInput
+{
+public:
+    FuzzInput(const uint8_t* bytes, size_t count) : next(bytes), left(count) {}
+
+    uint32_t choose(uint32_t count)
+    {
+        if (left == 0)
+            return 0;
+        --left;
+        return *next++ % count;
+    }
+    const uint8_t* rest() const { return next; }
+    size_t size() const { return left; }
+
+private:
+    const uint8_t* next;
+    size_t left;
+};
+
+// A block of its own of exactly these bytes.
+class FuzzBlock
+{
+public:
+    FuzzBlock(const uint8_t* bytes, size_t count) : start(static_cast<uint8_t*>(malloc(count + 1)))
+    {
+        // The spare byte stands in front, so that one past the end is outside.
+        memcpy(start + 1, bytes, count);
+    }
+    ~FuzzBlock() { free(start); }
+    FuzzBlock(const FuzzBlock&) = delete;
+    FuzzBlock& operator=(const FuzzBlock&) = delete;
+
+    uint8_t* data() const { return start + 1; }
+
+private:
+    uint8_t* start;
+};
