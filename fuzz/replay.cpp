@@ -1,12 +1,13 @@
 // Runs a fuzz target over the files of a folder.
-#include "fuzz/fuzz.h"
-
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 int main(int argc, char** argv)
 {

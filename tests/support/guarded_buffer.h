@@ -24,7 +24,9 @@ public:
         const size_t size = (count + 2) * pageSize;
 #if defined(_WIN32)
         base = static_cast<uint8_t*>(VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS));
-        if (!base || !VirtualAlloc(pages(), count * pageSize, MEM_COMMIT, PAGE_READWRITE))
+        // No pages at all cannot be committed.
+        if (!base ||
+            (count > 0 && !VirtualAlloc(pages(), count * pageSize, MEM_COMMIT, PAGE_READWRITE)))
             abort();
 #else
         void* area = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -71,7 +73,7 @@ public:
     {
 #if defined(_WIN32)
         DWORD before = 0;
-        if (!VirtualProtect(pages(), size(), PAGE_READONLY, &before))
+        if (size() > 0 && !VirtualProtect(pages(), size(), PAGE_READONLY, &before))
             abort();
 #else
         if (mprotect(pages(), size(), PROT_READ) != 0)
