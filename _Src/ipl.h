@@ -108,10 +108,71 @@ void iplSetBorderMode(IplImage* image, int32_t mode, int32_t borderMask, int32_t
 // any integer depth, where its mask lets it.
 void iplSet(IplImage* image, int32_t fillValue);
 // Copies the elements of the common region, where the masks let it.
-void iplCopy(IplImage* srcImage, IplImage* dstImage);
+void iplCopy(const IplImage* srcImage, IplImage* dstImage);
 // A new image with the source's header, region and pixels, without its mask
 // and tiles.
 IplImage* iplCloneImage(const IplImage* image);
+// The same with undefined pixels.
+IplImage* ownCloneRecord(const IplImage* image);
+
+// --- Pixel operations -----------------------------------------------------------
+//
+// Each takes the elements of its sources' regions, from the corners on, to those
+// of the destination's: as many as the smallest region holds, where all masks
+// let it, in all channels but alpha or in the channels of interest. Images must
+// agree in depth, data order and number of channels. The destination may be a
+// source. Results are saturated at integer depths.
+
+// At depth 1 logic takes the place of arithmetic. The scalar forms refuse
+// floats.
+void iplAddS(const IplImage* srcImage, IplImage* dstImage, int32_t value);
+// srcImage - value, or value - srcImage with `reverse` not 0.
+void iplSubtractS(const IplImage* srcImage, IplImage* dstImage, int32_t value, int32_t reverse);
+void iplMultiplyS(const IplImage* srcImage, IplImage* dstImage, int32_t value);
+void iplSquare(const IplImage* srcImage, IplImage* dstImage);
+// A copy, by the rules of iplCopy, to unsigned depths. Other images need not
+// agree in the number of channels if they do but for alpha.
+void iplAbs(const IplImage* srcImage, IplImage* dstImage);
+void iplAdd(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+void iplSubtract(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+void iplMultiply(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+
+// Logic and shifts refuse floats. Only as many low bits of a value count as an
+// element has. Right shifts of signed elements are arithmetic.
+void iplAndS(const IplImage* srcImage, IplImage* dstImage, int32_t value);
+void iplOrS(const IplImage* srcImage, IplImage* dstImage, int32_t value);
+void iplXorS(const IplImage* srcImage, IplImage* dstImage, int32_t value);
+void iplNot(const IplImage* srcImage, IplImage* dstImage);
+void iplAnd(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+void iplOr(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+void iplXor(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+void iplLShiftS(const IplImage* srcImage, IplImage* dstImage, uint32_t nShift);
+void iplRShiftS(const IplImage* srcImage, IplImage* dstImage, uint32_t nShift);
+
+// --- Alpha (iplalpha) ------------------------------------------------------------
+
+// Products for depths 8 and 16 unsigned: a * b / M rounded down, where M is the
+// depth's largest element; a value is clamped to 0 to M. The alpha channel is
+// left out unless it is the channel of interest.
+void iplMultiplySScale(const IplImage* srcImage, IplImage* dstImage, int32_t value);
+void iplMultiplyScale(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage);
+
+// --- Alpha composites (iplalpha) ------------------------------------------------
+
+// Lays A over, in, out, atop, xor or plus (compositeType 0 to 5) B, in unsigned
+// images of 8 or 16 bits. Elements are weighted by their alpha unless
+// premulAlpha is 1; divideMode 1 divides the result by its alpha, in float. The
+// first takes constant alphas, or the image's own where a constant is negative,
+// and writes colours only. The second takes the alphas of images, by default the
+// sources' own, and writes the result's into alphaImageDst, by default into the
+// destination's own. Without an alpha of B, each pixel takes M less that of A.
+void iplAlphaCompositeC(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage,
+                        int32_t compositeType, int32_t aA, int32_t aB, int32_t premulAlpha,
+                        int32_t divideMode);
+void iplAlphaComposite(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage,
+                       int32_t compositeType, const IplImage* alphaImageA,
+                       const IplImage* alphaImageB, IplImage* alphaImageDst, int32_t premulAlpha,
+                       int32_t divideMode);
 
 // --- Device-independent bitmaps (iplDIB) ---------------------------------------
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-IplImage* iplCloneImage(const IplImage* image)
+IplImage* ownCloneRecord(const IplImage* image)
 {
     const IplCaller caller{"iplCloneImage", "iplClone"};
     if (!ownImageIsGood(caller, image))
@@ -40,9 +40,15 @@ IplImage* iplCloneImage(const IplImage* image)
         iplDeallocate(clone, IPL_IMAGE_HEADER | IPL_IMAGE_ROI);
         return nullptr;
     }
+    return clone;
+}
+
+IplImage* iplCloneImage(const IplImage* image)
+{
+    IplImage* clone = ownCloneRecord(image);
     // A tiled source has no pixel block to copy from. A record that the caller
     // built may claim more bytes than its header gives the clone.
-    if (!image->tileInfo)
+    if (clone && !image->tileInfo)
         quib::kernels().block.copy(
             clone->imageData, image->imageData,
             static_cast<size_t>(std::min(image->imageSize, clone->imageSize)));

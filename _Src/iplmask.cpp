@@ -1,7 +1,7 @@
 #include "_Src/iplmask.h"
 
-#include "_Src/iplbits.h"
 #include "_Src/iplregion.h"
+#include "kernels/kernels.h"
 
 #include <algorithm>
 
@@ -23,14 +23,11 @@ void andRows(IplImage* result, const IplImage* mask)
     IplMaskWalk walk{};
     if (!ownMaskStart(mask, &walk))
         return;
-    for (int32_t y = 0; y < result->height; ++y) {
-        uint8_t* row = reinterpret_cast<uint8_t*>(result->imageData) +
-                       static_cast<ptrdiff_t>(y) * result->widthStep;
-        const uint8_t* maskRow = walk.address + y * walk.step;
-        for (int32_t x = 0; x < result->width; ++x)
-            if (!ownBit(maskRow, walk.bitOffset + x))
-                ownPutBit(row, x, false);
-    }
+    uint8_t* data = reinterpret_cast<uint8_t*>(result->imageData);
+    quib::kernels().bits.logicAnd({data, result->widthStep, 0}, {data, result->widthStep, 0},
+                                  {walk.address, walk.step, walk.bitOffset},
+                                  static_cast<size_t>(result->width),
+                                  static_cast<size_t>(result->height), 0);
 }
 
 } // namespace

@@ -60,6 +60,33 @@ bool ownCommonRegion(const IplImage* imageA, const IplImage* imageB, const IplIm
     return true;
 }
 
+void ownClipROI(const IplImage* image, IplRect* rectangle)
+{
+    *rectangle = {0, 0, image->width, image->height};
+    if (const IplROI* roi = image->roi)
+        *rectangle = {roi->xOffset, roi->yOffset, std::min(roi->width, image->width - roi->xOffset),
+                      std::min(roi->height, image->height - roi->yOffset)};
+}
+
+uint8_t* ownRoiOrigin(const IplImage* image, int32_t* width, int32_t* height, int32_t channelOffset,
+                      int32_t* bitOffset)
+{
+    IplRect region{};
+    ownClipROI(image, &region);
+    *width = std::max(region.width, 0);
+    *height = std::max(region.height, 0);
+    *bitOffset = region.x & 7;
+    if (!image->roi || *width == 0 || *height == 0)
+        return rowAddress(image, 0);
+    const int64_t bits = ownDepthBits(image->depth);
+    if (image->dataOrder == IPL_DATA_ORDER_PLANE) {
+        const ptrdiff_t planeStep = static_cast<ptrdiff_t>(image->height) * image->widthStep;
+        return rowAddress(image, region.y) + channelOffset * planeStep + (region.x * bits >> 3);
+    }
+    const int64_t element = static_cast<int64_t>(region.x) * image->nChannels + channelOffset;
+    return rowAddress(image, region.y) + (element * bits >> 3);
+}
+
 bool ownRegionStart(const IplImage* image, IplWalk* walk)
 {
     if (!image->roi && image->alphaChannel != 0 && image->nChannels == 1)

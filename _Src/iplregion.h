@@ -26,6 +26,23 @@ bool ownRegionSize(const IplImage* image, int32_t* height, int32_t* width, bool 
 bool ownCommonRegion(const IplImage* imageA, const IplImage* imageB, const IplImage* imageC,
                      int32_t* height, int32_t* width, bool clip);
 
+struct IplRect {
+    int32_t x;
+    int32_t y;
+    int32_t width;
+    int32_t height;
+};
+
+// The image's region, cut at the right and bottom edges; the size of a region
+// beyond an edge is not positive.
+void ownClipROI(const IplImage* image, IplRect* rectangle);
+
+// The address of the element at the region's corner, `channelOffset` channels
+// past the first, with the region's size, cut at the right and bottom edges. At
+// depth 1 the element's bit in its byte is `*bitOffset`, 0 to 7.
+uint8_t* ownRoiOrigin(const IplImage* image, int32_t* width, int32_t* height, int32_t channelOffset,
+                      int32_t* bitOffset);
+
 // A walk over a region: where it starts and how it goes on.
 struct IplWalk {
     uint8_t* address;    // the region's first element; at depth 1, the row's start

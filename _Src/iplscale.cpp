@@ -173,12 +173,10 @@ bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* s
     tiled.roi = &everything;
     IplImage whole = *flat;
     whole.roi = &everything;
-    IplView place{};
-    const auto fetch = [&](IplView* view, const IplPiece& piece) {
-        ownShowPiece(&place, &whole, piece);
-        iplCopy(&view->record, &place.record);
-    };
-    if (!ownWalkTiles(&tiled, src->width, src->height, IPL_GET_TILE_TO_READ, fetch)) {
+    IplTileSide sides[2] = {{&tiled, IPL_GET_TILE_TO_READ}, {&whole, 0}};
+    const IplTileFault fault = ownWalkTiles(sides, 2, src->width, src->height,
+                                            [&] { iplCopy(&sides[0].record, &sides[1].record); });
+    if (fault.kind != IplTileFault::none) {
         ownReport(caller, IPL_StsInternal, "srcImage->tileInfo->callBack crash");
         return false;
     }
@@ -217,12 +215,15 @@ void ownStoreTiles(const IplCaller& caller, IplScaling* scaling, const IplImage*
         return;
     IplImage tiled = *dst;
     tiled.maskROI = nullptr;
-    IplView result{};
-    const auto store = [&](IplView* view, const IplPiece& piece) {
-        ownShowPiece(&result, &scaling->dst, piece);
-        ownShowMask(&result, scaling->ownedMask, piece);
-        iplCopy(&result.record, &view->record);
+    IplTileSide sides[3] = {
+        {&scaling->dst, 0}, {&tiled, IPL_GET_TILE_TO_WRITE}, {scaling->ownedMask, 0}};
+    const bool masked = scaling->ownedMask != nullptr;
+    const auto store = [&] {
+        sides[0].record.maskROI = masked ? &sides[2].record : nullptr;
+        iplCopy(&sides[0].record, &sides[1].record);
     };
-    if (!ownWalkTiles(&tiled, scaling->width, scaling->height, IPL_GET_TILE_TO_WRITE, store))
+    const IplTileFault fault =
+        ownWalkTiles(sides, masked ? 3 : 2, scaling->width, scaling->height, store);
+    if (fault.kind != IplTileFault::none)
         ownReport(caller, IPL_StsInternal, "dstImage->tileInfo->callBack crash");
 }

@@ -80,17 +80,26 @@ void setRegion(const IplImage* image, const Region& region, int32_t fillValue)
 
 void setBits(const Region& region, bool value)
 {
-    for (int32_t y = 0; y < region.height; ++y) {
-        uint8_t* row = region.walk.address + y * region.walk.step;
-        if (!region.mask.address) {
-            ownSetBits(row, region.walk.bitStart, region.width, value);
-            continue;
-        }
-        const uint8_t* mask = region.mask.address + y * region.mask.step;
-        for (int32_t x = 0; x < region.width; ++x)
-            if (ownBit(mask, region.mask.bitOffset + x))
-                ownPutBit(row, region.walk.bitStart + x, value);
+    for (int32_t y = 0; y < region.height; ++y)
+        ownSetBits(region.walk.address + y * region.walk.step, region.walk.bitStart, region.width,
+                   value);
+}
+
+// Logic with the mask, which is off the record meanwhile.
+void setMaskedBits(const IplCaller& caller, IplImage* image, bool value)
+{
+    IplImage* mask = image->maskROI;
+    image->maskROI = nullptr;
+    if (value) {
+        iplOr(image, mask, image);
+    } else {
+        iplXorS(mask, mask, 1);
+        iplAnd(image, mask, image);
+        iplXorS(mask, mask, 1);
     }
+    image->maskROI = mask;
+    // This route alone looks at a failure that an earlier check left behind.
+    ownBackTrace(caller);
 }
 
 void setUntiled(const IplImage* image, int32_t width, int32_t height, int32_t fillValue)
@@ -110,6 +119,18 @@ void setUntiled(const IplImage* image, int32_t width, int32_t height, int32_t fi
     default:
         return setRegion<uint32_t>(image, region, fillValue);
     }
+}
+
+void setTiled(const IplCaller& caller, const IplImage* image, int32_t fillValue)
+{
+    IplTileSide sides[2] = {{image, IPL_GET_TILE_TO_WRITE}, {image->maskROI, 0}};
+    const bool masked = image->maskROI != nullptr;
+    const IplTileFault fault = ownWalkTiles(sides, masked ? 2 : 1, INT32_MAX, INT32_MAX, [&] {
+        sides[0].record.maskROI = masked ? &sides[1].record : nullptr;
+        iplSet(&sides[0].record, fillValue);
+    });
+    if (fault.kind != IplTileFault::none)
+        ownReport(caller, IPL_StsError, "Error get tile to write");
 }
 
 // --- Copy ------------------------------------------------------------------------
@@ -163,18 +184,48 @@ void copyRegion(const CopyJob& job)
 
 void copyBits(const CopyJob& job)
 {
-    for (int32_t y = 0; y < job.height; ++y) {
-        uint8_t* to = job.to.address + y * job.to.step;
-        const uint8_t* from = job.from.address + y * job.from.step;
-        if (!job.mask.address) {
-            ownCopyBits(to, job.to.bitStart, from, job.from.bitStart, job.width);
-            continue;
-        }
-        const uint8_t* mask = job.mask.address + y * job.mask.step;
-        for (int32_t x = 0; x < job.width; ++x)
-            if (ownBit(mask, job.mask.bitOffset + x))
-                ownPutBit(to, job.to.bitStart + x, ownBit(from, job.from.bitStart + x));
+    quib::kernels().bits.copy({job.to.address, job.to.step, job.to.bitStart},
+                              {job.from.address, job.from.step, job.from.bitStart}, {},
+                              static_cast<size_t>(job.width), static_cast<size_t>(job.height), 0);
+}
+
+// The part of a mask at its region's corner, as an image without region and
+// mask, or null after a report.
+IplImage* extractMask(const IplImage* mask, int32_t width, int32_t height)
+{
+    IplImage* part =
+        iplCreateImageHeader(1, 0, IPL_DEPTH_1U, "GRAY", "G   ", mask->dataOrder, mask->origin,
+                             mask->align, width, height, nullptr, nullptr, nullptr, nullptr);
+    iplAllocateImage(part, 0, 0);
+    if (!part || !part->imageData) {
+        iplDeallocateHeader(part);
+        return nullptr;
     }
+    IplImage unmasked = *mask;
+    unmasked.maskROI = nullptr;
+    iplCopy(&unmasked, part);
+    return part;
+}
+
+// Clears the bits under the mask and puts the source's in their place. The
+// destination's own mask is off the record meanwhile; the source's may stay,
+// since all that it lets through is the merged mask.
+void copyMaskedBits(const IplCaller& caller, const IplImage* src, IplImage* dst,
+                    const IplImage* mask, int32_t width, int32_t height)
+{
+    IplImage* bits = extractMask(mask, width, height);
+    if (!bits)
+        return;
+    IplImage* const dstMask = dst->maskROI;
+    dst->maskROI = bits;
+    iplSet(dst, 0);
+    dst->maskROI = nullptr;
+    iplAnd(src, bits, bits);
+    iplOr(dst, bits, dst);
+    dst->maskROI = dstMask;
+    iplDeallocate(bits, IPL_IMAGE_DATA);
+    iplDeallocate(bits, IPL_IMAGE_HEADER);
+    ownBackTrace(caller);
 }
 
 void copyUntiled(const IplCaller& caller, const IplImage* src, const IplImage* dst,
@@ -204,25 +255,19 @@ void copyUntiled(const IplCaller& caller, const IplImage* src, const IplImage* d
 // Cuts the region at the tiles of the destination, or else of the source; each
 // piece goes through iplCopy again, which cuts it at the other's tiles.
 void copyTiled(const IplCaller& caller, const IplImage* src, const IplImage* dst,
-               const IplImage* mask, int32_t width, int32_t height)
+               const IplImage* mask)
 {
     const bool cutAtDst = dst->tileInfo != nullptr;
-    const IplImage* tiled = cutAtDst ? dst : src;
-    const IplImage* other = cutAtDst ? src : dst;
-    IplView otherView{};
-    const auto copyPiece = [&](IplView* view, const IplPiece& piece) {
+    IplTileSide sides[3] = {{src, cutAtDst ? 0 : IPL_GET_TILE_TO_READ},
+                            {dst, cutAtDst ? IPL_GET_TILE_TO_WRITE : 0},
+                            {mask, 0}};
+    const IplTileFault fault = ownWalkTiles(sides, mask ? 3 : 2, INT32_MAX, INT32_MAX, [&] {
         // The merged mask takes the place of both images' own.
-        ownShowMask(view, mask, piece);
-        ownShowPiece(&otherView, other, piece);
-        otherView.record.maskROI = nullptr;
-        if (cutAtDst)
-            iplCopy(&otherView.record, &view->record);
-        else
-            iplCopy(&view->record, &otherView.record);
-    };
-    const int32_t mode = cutAtDst ? IPL_GET_TILE_TO_WRITE : IPL_GET_TILE_TO_READ;
-    const bool complete = ownWalkTiles(tiled, width, height, mode, copyPiece);
-    if (!complete)
+        sides[0].record.maskROI = mask ? &sides[2].record : nullptr;
+        sides[1].record.maskROI = nullptr;
+        iplCopy(&sides[0].record, &sides[1].record);
+    });
+    if (fault.kind != IplTileFault::none)
         ownReport(caller, IPL_StsError,
                   cutAtDst ? "Error get tile to write" : "Error get tile to read");
 }
@@ -255,17 +300,15 @@ void iplSet(IplImage* image, int32_t fillValue)
     int32_t width = 0;
     if (!ownCommonRegion(image, image->maskROI, nullptr, &height, &width, true))
         return;
-    const auto setPiece = [value](IplView* view, const IplPiece&) { iplSet(&view->record, value); };
-    if (!image->tileInfo)
-        setUntiled(image, width, height, value);
-    else if (!ownWalkTiles(image, width, height, IPL_GET_TILE_TO_WRITE, setPiece))
-        ownReport(caller, IPL_StsError, "Error get tile to write");
-    // This route alone looks at a failure that an earlier check left behind.
     if (image->maskROI && image->depth == IPL_DEPTH_1U)
-        ownBackTrace(caller);
+        setMaskedBits(caller, image, value & 1);
+    else if (image->tileInfo)
+        setTiled(caller, image, value);
+    else
+        setUntiled(image, width, height, value);
 }
 
-void iplCopy(IplImage* srcImage, IplImage* dstImage)
+void iplCopy(const IplImage* srcImage, IplImage* dstImage)
 {
     const IplCaller caller{"iplCopy", fileName};
     if (!mayCopy(caller, srcImage, dstImage))
@@ -281,8 +324,10 @@ void iplCopy(IplImage* srcImage, IplImage* dstImage)
     int32_t width = 0;
     if (state != MaskMerge::empty && state != MaskMerge::noMemory &&
         ownCommonRegion(srcImage, dstImage, mask, &height, &width, true)) {
-        if (srcImage->tileInfo || dstImage->tileInfo)
-            copyTiled(caller, srcImage, dstImage, mask, width, height);
+        if (mask && dstImage->depth == IPL_DEPTH_1U)
+            copyMaskedBits(caller, srcImage, dstImage, mask, width, height);
+        else if (srcImage->tileInfo || dstImage->tileInfo)
+            copyTiled(caller, srcImage, dstImage, mask);
         else
             copyUntiled(caller, srcImage, dstImage, mask, width, height);
     }

@@ -1,63 +1,79 @@
-// Tiled images: private records that look at one tile, and the walk over the
-// tiles under a region.
+// Tiled images, whose pixels come tile by tile through a callback: the walk over
+// the tiles under the regions of several images at once.
 #pragma once
 
 #include "_Src/iplregion.h"
 
-// A piece of a region, cut at tile edges. The region's own corner is (0, 0).
-struct IplPiece {
-    int32_t x;
-    int32_t y;
-    int32_t width;
-    int32_t height;
+// Which of an image's tiles a walk stands in.
+struct IplTileCursor {
+    bool tiled;
+    int32_t tileWidth;
+    int32_t tileHeight;
+    int32_t xIndex;
+    int32_t yIndex;
+    int64_t x; // where this tile starts in the image
+    int64_t y;
+    int64_t nextX; // and where the next ones do
+    int64_t nextY;
 };
 
-// A private copy of a record for one piece of its region, with a region and a
-// mask of its own and no tiles.
-struct IplView {
-    IplImage record;
-    IplROI roi;
-    IplImage mask;
-    IplROI maskRoi;
+// Makes a copy of the image's record look at one tile, and sets the cursor to
+// the tile of the rectangle's corner. The tile is not fetched yet.
+void ownTileWindow(const IplImage* image, IplImage* workRecord, const IplRect& rectangle,
+                   IplTileCursor* tileCursor);
+
+// One of the images that are walked in step. The walk sets everything from
+// `record` on; the record points into the struct, which must stay in place.
+struct IplTileSide {
+    const IplImage* image = nullptr;
+    int32_t mode = 0;           // how its tiles are fetched; 0: it is not cut at its tiles
+    bool releaseClears = false; // whether a tile that is given back must leave tileData null
+    IplImage record{};          // the piece, as the work sees it
+    IplROI roi{};
+    IplRect rectangle{};
+    IplTileCursor cursor{};
 };
 
-// Points the view at a piece of an image.
-void ownShowPiece(IplView* view, const IplImage* image, const IplPiece& piece);
-// Gives the view this mask, or none, in the place of its image's own.
-void ownShowMask(IplView* view, const IplImage* mask, const IplPiece& piece);
-// The first in the tile that starts at (tileX, tileY) of a tiled image and lies
-// at its tileData.
-void ownShowTile(IplView* view, const IplImage* image, int32_t tileX, int32_t tileY,
-                 const IplPiece& piece);
+// How a walk ended: at the end, or where a callback failed.
+struct IplTileFault {
+    enum { none, notFetched, notReleased } kind;
+    int32_t side;
+};
 
-// Calls work(&view, piece) for each piece of the image's region of width x
-// height pixels, with the tile fetched in `mode` and released afterwards.
-// False, at once and with nothing released, when a tile did not come.
+// The steps of the walk below. They give the height of the stripe, or the width
+// of the piece, at an offset from the regions' corners; 0 after a fault.
+int32_t ownEnterStripe(IplTileSide* sides, int32_t count, int32_t offset, int32_t height,
+                       IplTileFault* fault);
+int32_t ownEnterPiece(IplTileSide* sides, int32_t count, int32_t offset, int32_t width,
+                      IplTileFault* fault);
+bool ownLeaveStripe(IplTileSide* sides, int32_t count, IplTileFault* fault);
+void ownStartWalk(IplTileSide* sides, int32_t count, int32_t* width, int32_t* height);
+
+// Cuts the common region of the images, not more than width x height pixels, at
+// all tile edges, top stripe first, and calls work() for each piece, with each
+// side's record looking at it. In every stripe each image's tiles are fetched
+// anew from the first on, and one is given back before the next is fetched.
+// Nothing is given back after a fault.
 template<class Work>
-bool ownWalkTiles(const IplImage* image, int32_t width, int32_t height, int32_t mode, Work work)
+IplTileFault ownWalkTiles(IplTileSide* sides, int32_t count, int32_t width, int32_t height,
+                          Work work)
 {
-    const IplTileInfo* tiles = image->tileInfo;
-    const int32_t left = ownRegionX(image);
-    const int32_t top = ownRegionY(image);
-    IplView view{};
-    IplPiece piece{};
-    for (piece.y = 0; piece.y < height; piece.y += piece.height) {
-        const int32_t yIndex = (top + piece.y) / tiles->height;
-        const int64_t tileBottom = (static_cast<int64_t>(yIndex) + 1) * tiles->height;
-        piece.height =
-            static_cast<int32_t>(std::min<int64_t>(tileBottom - top - piece.y, height - piece.y));
-        for (piece.x = 0; piece.x < width; piece.x += piece.width) {
-            const int32_t xIndex = (left + piece.x) / tiles->width;
-            const int64_t tileRight = (static_cast<int64_t>(xIndex) + 1) * tiles->width;
-            piece.width = static_cast<int32_t>(
-                std::min<int64_t>(tileRight - left - piece.x, width - piece.x));
-            tiles->callBack(image, xIndex, yIndex, mode);
-            if (!tiles->tileData)
-                return false;
-            ownShowTile(&view, image, xIndex * tiles->width, yIndex * tiles->height, piece);
-            work(&view, piece);
-            tiles->callBack(image, xIndex, yIndex, IPL_RELEASE_TILE);
+    IplTileFault fault{IplTileFault::none, 0};
+    ownStartWalk(sides, count, &width, &height);
+    for (int32_t y = 0; y < height;) {
+        const int32_t stripe = ownEnterStripe(sides, count, y, height, &fault);
+        if (stripe == 0)
+            return fault;
+        for (int32_t x = 0; x < width;) {
+            const int32_t piece = ownEnterPiece(sides, count, x, width, &fault);
+            if (piece == 0)
+                return fault;
+            work();
+            x += piece;
         }
+        if (!ownLeaveStripe(sides, count, &fault))
+            return fault;
+        y += stripe;
     }
-    return true;
+    return fault;
 }

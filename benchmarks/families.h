@@ -6,3 +6,4 @@ void addStretchCases();
 void addConvertCases();
 void addComposeCases();
 void addZoomCases();
+void addCompositeCases();

@@ -266,6 +266,7 @@ int main(int argc, char** argv)
     addConvertCases();
     addComposeCases();
     addZoomCases();
+    addCompositeCases();
     std::vector<Row> rows;
     std::string table = tableHead();
     std::cout << table << std::flush;

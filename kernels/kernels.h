@@ -4,9 +4,13 @@
 
 #include "kernels/alpha.h"
 #include "kernels/area.h"
+#include "kernels/bits.h"
 #include "kernels/block.h"
 #include "kernels/compose.h"
+#include "kernels/composite.h"
 #include "kernels/convert.h"
+#include "kernels/pixel.h"
+#include "kernels/select.h"
 #include "kernels/stretch.h"
 #include "kernels/zoom.h"
 
@@ -27,6 +31,10 @@ struct Kernels {
     ZoomKernels zoom;
     AreaKernels area;
     StretchKernels stretch;
+    BitKernels bits;
+    CompositeKernels composite;
+    PixelKernels pixel;
+    SelectKernels select;
 };
 
 // The table in use: the best level that this processor has.

@@ -7,14 +7,26 @@
 #include <immintrin.h>
 #endif
 
+// Stands before a loop whose elements do not depend on one another, even where
+// its operands are the same memory.
+#if defined(__clang__)
+#define QUIB_INDEPENDENT
+#else
+#define QUIB_INDEPENDENT _Pragma("GCC ivdep")
+#endif
+
 namespace quib::QUIB_LEVEL
 {
 
 #include "kernels/alpha.inl"
 #include "kernels/area.inl"
+#include "kernels/bits.inl"
 #include "kernels/block.inl"
 #include "kernels/compose.inl"
+#include "kernels/composite.inl"
 #include "kernels/convert.inl"
+#include "kernels/pixel.inl"
+#include "kernels/select.inl"
 #include "kernels/stretch.inl"
 #include "kernels/zoom.inl"
 
@@ -32,6 +44,10 @@ constinit const Kernels table{
     zoomKernels,
     areaKernels,
     stretchKernels,
+    bitKernels,
+    compositeKernels,
+    pixelKernels,
+    selectKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

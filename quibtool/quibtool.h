@@ -144,6 +144,56 @@ QUIB_API QuibStatus QuibSetAlphaS(IplImage* handle, QuibRect* rect, uint32_t alp
  * fewer than four channels, or more than one in plane. */
 QUIB_API QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32_t percent);
 
+/* ---- Alpha composites ---------------------------------------------------- */
+
+/* Two 32-bit handles are laid over one another into a new one, made as a clone
+ * of srcB. compositeType says how (T. Porter and T. Duff, "Compositing Digital
+ * Images", 1984): with A and B the elements, weighted by their alphas aA and aB,
+ * and mul(x, y) = x * y / 255, rounded down,
+ *
+ *     type      colour                                    alpha
+ *     0 over    A + mul(255 - aA, B)                      aA + mul(255 - aA, aB)
+ *     1 in      mul(A, aB)                                mul(aA, aB)
+ *     2 out     mul(A, 255 - aB)                          mul(aA, 255 - aB)
+ *     3 atop    mul(A, aB) + mul(255 - aA, B)             aB
+ *     4 xor     mul(255 - aB, A) + mul(255 - aA, B)       the same of aA and aB
+ *     5 plus    A + B                                     aA + aB
+ *
+ * where what exceeds 255 is 255. The colours stay premultiplied.
+ *
+ * A rectangle limits the pixels of its image; it is clipped in place, to srcB
+ * for rectResult. A missing rectB or rectResult is the region of the image
+ * before it, if that has one. The pixels of the three regions pair up from their
+ * corners, as many as the smallest holds, where the inputs' masks have a 1. The
+ * others keep srcB's values.
+ *
+ * For the call's length both inputs carry regions and a declared alpha channel:
+ * neither may be in use elsewhere. At its end both are gone from all three, with
+ * any region that a program had set. The engine refuses other types than these,
+ * inputs of different depths and depths other than 8 and 16 unsigned.
+ *
+ * QUIB_BAD_ARGUMENT for bad handles, a null result, and records of less than 32
+ * bits a pixel or another number of channels, which then keep alphaChannel 4. */
+
+/* Takes the alphas from the fourth channels and writes that of the result.
+ * premulAlpha 1: the colours carry their alpha already and are not weighted.
+ * divideMode 1: computes in float and divides each colour by the result's alpha,
+ * which makes it straight again. A rectangle that is empty after clipping ends
+ * the call with QUIB_OK, the result being srcB's clone; regions given before it
+ * stay in the inputs. */
+QUIB_API QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** result,
+                                     QuibRect* rectA, QuibRect* rectB, QuibRect* rectResult,
+                                     int32_t compositeType, int32_t premulAlpha,
+                                     int32_t divideMode);
+
+/* Takes the low bytes of alphaA and alphaB for all pixels, weights the colours,
+ * and leaves the result's fourth channel as it is in srcB. The engine refuses a
+ * rectangle that is empty after clipping. */
+QUIB_API QuibStatus QuibComposition2(IplImage* srcA, IplImage* srcB, uint32_t alphaA,
+                                     uint32_t alphaB, IplImage** result, QuibRect* rectA,
+                                     QuibRect* rectB, QuibRect* rectResult,
+                                     int32_t compositeType);
+
 /* ---- Bitmaps in memory, BMP files, device contexts ------------------------ */
 
 /* A packed bitmap is a BITMAPINFOHEADER of 40 bytes, a colour table or masks,
@@ -225,6 +275,62 @@ QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
  * process. QUIB_BAD_ARGUMENT for a bad handle; a record that fails its check
  * gives the check's status. */
 QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
+/* ---- Pixel operations ----------------------------------------------------- */
+
+/* Each stores in *outHandle a clone of its first handle in which the pixels of
+ * the operation are written. Without regions and masks these are all pixels.
+ * Otherwise they are as many as the smallest of all regions and masks holds,
+ * paired from each one's corner, where the masks have a 1, in all channels but a
+ * declared alpha channel, or in the channel of interest alone; the others keep
+ * the first source's values. Both sources must agree in depth, data order and
+ * number of channels: QUIB_BAD_ARGUMENT comes for unreadable handles and a null
+ * outHandle only, and all else is the engine's to refuse.
+ *
+ * Results are clamped to the depth's range: 0 to 255 in handles of the library's
+ * own making, of which all four channels of a 32-bit one take part. */
+
+/* src + value. 1 bit: QuibOrS. */
+QUIB_API QuibStatus QuibAddS(const IplImage* src, IplImage** outHandle, int32_t value);
+
+/* src * value; a negative value gives 0 at unsigned depths. 1 bit: QuibAndS. */
+QUIB_API QuibStatus QuibMultiplyS(const IplImage* src, IplImage** outHandle, int32_t value);
+
+/* src * value / M, rounded down, with M the largest element, 255 or 65535, and
+ * value clamped to 0 to M. Depths 8 and 16 unsigned. */
+QUIB_API QuibStatus QuibMultiplySScale(const IplImage* src, IplImage** outHandle, int32_t value);
+
+/* src * src. 1 bit: a copy. */
+QUIB_API QuibStatus QuibSquare(const IplImage* src, IplImage** outHandle);
+
+/* The absolute value: at unsigned depths a copy. */
+QUIB_API QuibStatus QuibAbs(const IplImage* src, IplImage** outHandle);
+
+/* srcA + srcB. 1 bit: QuibOr. */
+QUIB_API QuibStatus QuibAdd(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
+
+/* srcA - srcB. 1 bit: srcA and not srcB. */
+QUIB_API QuibStatus QuibSubtract(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
+
+/* srcA * srcB. 1 bit: QuibAnd. */
+QUIB_API QuibStatus QuibMultiply(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
+
+/* srcA * srcB / M, as QuibMultiplySScale. */
+QUIB_API QuibStatus QuibMultiplyScale(const IplImage* srcA, const IplImage* srcB,
+                                      IplImage** outHandle);
+
+/* Elements shifted by nShift bits; what leaves an element is lost. A shift by
+ * the element's bits or more gives 0, or the sign at signed depths. */
+QUIB_API QuibStatus QuibLShiftS(const IplImage* src, IplImage** outHandle, uint32_t nShift);
+QUIB_API QuibStatus QuibRShiftS(const IplImage* src, IplImage** outHandle, uint32_t nShift);
+
+/* Bitwise logic. Of a value, as many low bits count as an element has. */
+QUIB_API QuibStatus QuibNot(const IplImage* src, IplImage** outHandle);
+QUIB_API QuibStatus QuibAndS(const IplImage* src, IplImage** outHandle, int32_t value);
+QUIB_API QuibStatus QuibOrS(const IplImage* src, IplImage** outHandle, int32_t value);
+QUIB_API QuibStatus QuibXorS(const IplImage* src, IplImage** outHandle, int32_t value);
+QUIB_API QuibStatus QuibAnd(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
+QUIB_API QuibStatus QuibOr(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
+QUIB_API QuibStatus QuibXor(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
 
 #ifdef __cplusplus
 }

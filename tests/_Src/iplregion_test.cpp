@@ -194,3 +194,103 @@ TEST(OwnMaskStart, GivesTheByteAndTheBitInIt)
     const Image gray = makeImage(4, 4, 1, IPL_DEPTH_8U);
     EXPECT_FALSE(ownMaskStart(gray.get(), &walk));
 }
+
+namespace
+{
+
+// The corner and size that a region of an image of 10 x 6 pixels has.
+IplRect clipped(IplROI roi)
+{
+    const Image image = makeImage(10, 6, 1, IPL_DEPTH_8U);
+    image->roi = &roi;
+    IplRect rectangle{};
+    ownClipROI(image.get(), &rectangle);
+    image->roi = nullptr;
+    return rectangle;
+}
+
+void expectRect(const IplRect& rectangle, int32_t x, int32_t y, int32_t width, int32_t height)
+{
+    EXPECT_EQ(rectangle.x, x);
+    EXPECT_EQ(rectangle.y, y);
+    EXPECT_EQ(rectangle.width, width);
+    EXPECT_EQ(rectangle.height, height);
+}
+
+struct Origin {
+    int64_t offset; // of the address in the pixels
+    int32_t width;
+    int32_t height;
+    int32_t bitOffset;
+};
+
+Origin originOf(const IplImage* image, int32_t channelOffset)
+{
+    Origin origin{0, -7, -7, -7};
+    origin.offset = offsetOf(image, ownRoiOrigin(image, &origin.width, &origin.height,
+                                                 channelOffset, &origin.bitOffset));
+    return origin;
+}
+
+} // namespace
+
+TEST(OwnClipROI, CutsAtTheRightAndBottomEdges)
+{
+    expectRect(clipped({0, 2, 1, 3, 4}), 2, 1, 3, 4);
+    expectRect(clipped({1, 2, 1, 30, 40}), 2, 1, 8, 5);
+    const Image image = makeImage(10, 6, 1, IPL_DEPTH_8U);
+    IplRect rectangle{};
+    ownClipROI(image.get(), &rectangle);
+    expectRect(rectangle, 0, 0, 10, 6);
+}
+
+TEST(OwnClipROI, LeavesTheSizeOfARegionBeyondAnEdgeNegative)
+{
+    expectRect(clipped({0, 13, 6, 3, 4}), 13, 6, -3, 0);
+    expectRect(clipped({0, INT32_MAX, 0, INT32_MAX, 1}), INT32_MAX, 0, 10 - INT32_MAX, 1);
+}
+
+TEST(OwnRoiOrigin, IsTheFirstElementWithoutARegion)
+{
+    const Image image = makeImage(10, 6, 3, IPL_DEPTH_16U);
+    const Origin origin = originOf(image.get(), 0);
+    EXPECT_EQ(origin.offset, 0);
+    EXPECT_EQ(origin.width, 10);
+    EXPECT_EQ(origin.height, 6);
+    EXPECT_EQ(origin.bitOffset, 0);
+}
+
+TEST(OwnRoiOrigin, FindsTheElementOfAChannelInBothOrders)
+{
+    for (const int32_t order : {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE}) {
+        const Image image = makeImage(10, 6, 3, IPL_DEPTH_16U, order);
+        setRoi(image.get(), 2, 5, 4, 20, 20);
+        const Origin origin = originOf(image.get(), 1);
+        const int64_t row = 4 * image->widthStep;
+        EXPECT_EQ(origin.offset, order == IPL_DATA_ORDER_PIXEL
+                                     ? row + (5 * 3 + 1) * 2
+                                     : row + 6 * image->widthStep + 5 * 2);
+        EXPECT_EQ(origin.width, 5);
+        EXPECT_EQ(origin.height, 2);
+    }
+}
+
+TEST(OwnRoiOrigin, GivesTheByteAndTheBitInItAtDepthOne)
+{
+    const Image image = makeImage(30, 6, 1, IPL_DEPTH_1U);
+    setRoi(image.get(), 0, 19, 1, 5, 2);
+    const Origin origin = originOf(image.get(), 0);
+    EXPECT_EQ(origin.offset, image->widthStep + 2);
+    EXPECT_EQ(origin.bitOffset, 3);
+}
+
+TEST(OwnRoiOrigin, StaysInTheImageForARegionBeyondAnEdge)
+{
+    const Image image = makeImage(10, 6, 3, IPL_DEPTH_8U);
+    setRoi(image.get(), 0, INT32_MAX, 2, 5, 2);
+    EXPECT_EQ(originOf(image.get(), 2).offset, 0);
+    EXPECT_EQ(originOf(image.get(), 2).width, 0);
+    setRoi(image.get(), 0, 2, 6, 5, 2);
+    EXPECT_EQ(originOf(image.get(), 2).offset, 0);
+    EXPECT_EQ(originOf(image.get(), 2).height, 0);
+}

@@ -3,6 +3,7 @@
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
 #include "tests/support/recorded_reports.h"
+#include "tests/support/regions.h"
 #include "tests/support/report.h"
 #include "tests/support/tiles.h"
 
@@ -21,25 +22,6 @@ constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IP
 
 // --- The plain forms ------------------------------------------------------------------
 
-struct Area {
-    int32_t x;
-    int32_t y;
-    int32_t width;
-    int32_t height;
-};
-
-Area areaOf(const IplImage* image)
-{
-    if (!image->roi)
-        return {0, 0, image->width, image->height};
-    const IplROI& roi = *image->roi;
-    const auto length = [](int32_t offset, int32_t size, int32_t limit) {
-        return static_cast<int32_t>(std::min<int64_t>(size, static_cast<int64_t>(limit) - offset));
-    };
-    return {roi.xOffset, roi.yOffset, length(roi.xOffset, roi.width, image->width),
-            length(roi.yOffset, roi.height, image->height)};
-}
-
 // The indices of the channels that an operation touches.
 std::vector<int32_t> channelsOf(const IplImage* image)
 {
@@ -54,23 +36,6 @@ std::vector<int32_t> channelsOf(const IplImage* image)
 bool isAlphaAlone(const IplImage* image)
 {
     return !image->roi && image->alphaChannel != 0 && image->nChannels == 1;
-}
-
-bool maskLets(const IplImage* mask, int32_t x, int32_t y)
-{
-    if (!mask)
-        return true;
-    const Area area = areaOf(mask);
-    return element(mask, area.x + x, area.y + y, 0) != 0;
-}
-
-void shrinkTo(Area* size, const IplImage* image)
-{
-    if (!image)
-        return;
-    const Area area = areaOf(image);
-    size->width = std::min(size->width, area.width);
-    size->height = std::min(size->height, area.height);
 }
 
 int32_t clamped(uint32_t depth, int32_t value)
@@ -162,21 +127,6 @@ Image randomImage(const Shape& shape, Random& random)
     return image;
 }
 
-void giveRandomRoi(IplImage* image, int32_t coi, Random& random)
-{
-    // Now and then past the image's edge, wholly or in part.
-    setRoi(image, coi, random.between(0, image->width + image->width / 8),
-           random.between(0, image->height + image->height / 8), random.between(1, 30),
-           random.between(1, 12));
-}
-
-void giveMaskAtOddOffset(IplImage* image, Random& random)
-{
-    giveRandomMask(image, random.between(1, 40), random.between(1, 14), random);
-    if (random.coin())
-        giveRandomRoi(image->maskROI, 0, random);
-}
-
 Shape randomShape(uint32_t depth, Random& random)
 {
     Shape shape{depth, 1, random.between(0, 1), 0};
@@ -191,45 +141,6 @@ int32_t randomCoi(const IplImage* image, Random& random)
 {
     return random.coin() ? 0 : random.between(1, image->nChannels);
 }
-
-std::string describe(const IplImage* image)
-{
-    std::string text = std::to_string(image->width) + "x" + std::to_string(image->height) + "x" +
-                       std::to_string(image->nChannels) + " depth " + std::to_string(image->depth) +
-                       " order " + std::to_string(image->dataOrder) + " alpha " +
-                       std::to_string(image->alphaChannel);
-    if (const IplROI* roi = image->roi)
-        text += " roi " + std::to_string(roi->coi) + ": " + std::to_string(roi->xOffset) + "," +
-                std::to_string(roi->yOffset) + " " + std::to_string(roi->width) + "x" +
-                std::to_string(roi->height);
-    if (image->maskROI)
-        text += " mask (" + describe(image->maskROI) + ")";
-    return text;
-}
-
-// A second image with the same header, region, mask and bytes, which does not
-// own its region and mask.
-class Twin
-{
-public:
-    explicit Twin(const IplImage* image)
-        : copy(makeImage(image->width, image->height, image->nChannels, image->depth,
-                         image->dataOrder, image->align, image->alphaChannel))
-    {
-        std::memcpy(copy->imageData, image->imageData, static_cast<size_t>(image->imageSize));
-        copy->roi = image->roi;
-        copy->maskROI = image->maskROI;
-    }
-    ~Twin()
-    {
-        copy->roi = nullptr;
-        copy->maskROI = nullptr;
-    }
-    IplImage* get() const { return copy.get(); }
-
-private:
-    Image copy;
-};
 
 int32_t fillValueFor(uint32_t depth, Random& random)
 {
@@ -362,6 +273,16 @@ TEST(IplSet, LeavesTheMaskAsItWasAndOnTheRecord)
         EXPECT_EQ(image->maskROI, mask);
         EXPECT_EQ(bytesOf(mask), before);
     }
+}
+
+TEST(IplSet, LeavesBitsUnderAMaskToLogic)
+{
+    Random random(25);
+    // Alpha alone has no channels, and the mask has one.
+    const Image alpha = makeImage(9, 3, 1, IPL_DEPTH_1U, 0, 4, 1);
+    giveRandomMask(alpha.get(), 9, 3, random);
+    EXPECT_REPORT(iplSet(alpha.get(), 1), -5, "iplOr", "(nChSrcB != nChDst)", "iplor");
+    EXPECT_REPORT(iplSet(alpha.get(), 0), -5, "iplAnd", "(nChSrcB != nChDst)", "ipland");
 }
 
 TEST(IplSet, FillsTiledImagesAsUntiledOnes)

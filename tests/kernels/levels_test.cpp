@@ -68,7 +68,8 @@ TEST_P(KernelLevels, CanBeUsedWhereTheProcessorHasThem)
 }
 
 // Every function of every level is there: a table holds nothing but pointers
-// after its name.
+// after its name. Operations on pixels lack some depths on purpose, which their
+// own test lists.
 TEST_P(KernelLevels, LeaveNoFunctionOut)
 {
     const quib::Kernels* table = quib::kernelsOfLevel(GetParam().level);
@@ -76,8 +77,10 @@ TEST_P(KernelLevels, LeaveNoFunctionOut)
         GTEST_SKIP() << "this processor lacks level " << GetParam().name;
     const void* const* member = reinterpret_cast<const void* const*>(&table->levelName);
     const void* const* end = reinterpret_cast<const void* const*>(table + 1);
+    const void* const* pixel = reinterpret_cast<const void* const*>(&table->pixel);
+    const void* const* pixelEnd = reinterpret_cast<const void* const*>(&table->pixel + 1);
     for (; member != end; ++member)
-        EXPECT_NE(*member, nullptr);
+        EXPECT_TRUE(*member || (member >= pixel && member < pixelEnd));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachLevel, KernelLevels, testing::ValuesIn(levelNames),

@@ -1,0 +1,33 @@
+// The frame that every per-pixel operation goes through: its checks, the
+// channels of its images, their merged mask and their tiles. A member of the
+// family adds its names, the checks that are its own, and its kernels.
+#pragma once
+
+#include "_Src/iplpiece.h"
+#include "_Src/iplreport.h"
+
+// Runs an operation from one image, or from two, to another, after the checks
+// that all members share.
+void ownScalarOperation(const IplCaller& caller, const IplImage* srcImage, const IplImage* dstImage,
+                        const IplPixelOp& op);
+void ownPairOperation(const IplCaller& caller, const IplImage* srcImageA, const IplImage* srcImageB,
+                      const IplImage* dstImage, const IplPixelOp& op);
+
+// --- For members with checks of their own ------------------------------------------
+
+// The channel that an image's region singles out, or 0.
+inline int32_t ownCoi(const IplImage* image)
+{
+    return image->roi && image->roi->coi > 0 ? image->roi->coi : 0;
+}
+
+// What a job reports on its way.
+struct IplJobTexts {
+    const char* noMemory;
+    int32_t tileStatus; // of the texts below, for each image
+    const char* notFetched[IPL_ROLES];
+    const char* notReleased[IPL_ROLES]; // null: a release may leave tileData set
+};
+
+// Merges the images' masks and runs the job over their common region.
+void ownRunPixelJob(const IplCaller& caller, const IplPixelJob& job, const IplJobTexts& texts);

@@ -1,0 +1,396 @@
+namespace
+{
+
+// --- Runs ------------------------------------------------------------------------
+//
+// A formula is a struct with a static of(): an element from two elements, or
+// from one and a constant. Identical operands are allowed, so the loops promise
+// the compiler independent elements instead of separate blocks.
+
+template<class T, class Formula>
+void pairRun(void* dst, const void* a, const void* b, size_t count, int32_t)
+{
+    T* out = static_cast<T*>(dst);
+    const T* x = static_cast<const T*>(a);
+    const T* y = static_cast<const T*>(b);
+    QUIB_INDEPENDENT
+    for (size_t i = 0; i < count; ++i)
+        out[i] = Formula::of(x[i], y[i]);
+}
+
+template<class T, class Formula>
+void singleRun(void* dst, const void* a, const void*, size_t count, int32_t)
+{
+    T* out = static_cast<T*>(dst);
+    const T* x = static_cast<const T*>(a);
+    QUIB_INDEPENDENT
+    for (size_t i = 0; i < count; ++i)
+        out[i] = Formula::of(x[i]);
+}
+
+template<class T, class Formula, class Constant = T>
+void constantRun(void* dst, const void* a, size_t count, Constant constant)
+{
+    T* out = static_cast<T*>(dst);
+    const T* x = static_cast<const T*>(a);
+    QUIB_INDEPENDENT
+    for (size_t i = 0; i < count; ++i)
+        out[i] = Formula::of(x[i], constant);
+}
+
+template<class T, class Formula>
+void scalarRun(void* dst, const void* a, const void*, size_t count, int32_t value)
+{
+    constantRun<T, Formula>(dst, a, count, static_cast<T>(value));
+}
+
+// --- Formulas --------------------------------------------------------------------
+
+// What is known of an element's type: its limits, a type that holds products,
+// and the unsigned type of its width with the bit that tells their orders apart.
+template<class T>
+struct Element;
+template<>
+struct Element<uint8_t> {
+    static constexpr int32_t low = 0, high = 255, signBit = 0;
+    using Wide = uint16_t;
+    using Unsigned = uint8_t;
+};
+template<>
+struct Element<int8_t> {
+    static constexpr int32_t low = -128, high = 127, signBit = 0x80;
+    using Wide = int16_t;
+    using Unsigned = uint8_t;
+};
+template<>
+struct Element<uint16_t> {
+    static constexpr int32_t low = 0, high = 65535, signBit = 0;
+    using Wide = uint32_t;
+    using Unsigned = uint16_t;
+};
+template<>
+struct Element<int16_t> {
+    static constexpr int32_t low = -32768, high = 32767, signBit = 0x8000;
+    using Wide = int32_t;
+    using Unsigned = uint16_t;
+};
+template<>
+struct Element<int32_t> {
+    static constexpr int32_t low = INT32_MIN, high = INT32_MAX;
+    using Unsigned = uint32_t;
+};
+
+template<class T>
+using Unsigned = typename Element<T>::Unsigned;
+
+template<class T>
+T smaller(T a, T b)
+{
+    return a < b ? a : b;
+}
+
+template<class T>
+T larger(T a, T b)
+{
+    return a > b ? a : b;
+}
+
+// The limit on a's side of zero.
+template<class T>
+T limitLike(T a)
+{
+    return static_cast<T>((a < 0 ? -1 : 0) ^ Element<T>::high);
+}
+
+// Sums and differences stay in the element's own width: widened, they take
+// several times as long.
+struct Add {
+    static uint8_t of(uint8_t a, uint8_t b)
+    {
+        return static_cast<uint8_t>(smaller(a, static_cast<uint8_t>(~b)) + b);
+    }
+    static uint16_t of(uint16_t a, uint16_t b)
+    {
+        return static_cast<uint16_t>(smaller(a, static_cast<uint16_t>(~b)) + b);
+    }
+    template<class T>
+    static T of(T a, T b)
+    {
+        const T sum = static_cast<T>(static_cast<Unsigned<T>>(a) + static_cast<Unsigned<T>>(b));
+        const T differing = static_cast<T>((a ^ sum) & (b ^ sum));
+        return differing < 0 ? limitLike(a) : sum;
+    }
+    static float of(float a, float b) { return a + b; }
+};
+
+struct Subtract {
+    static uint8_t of(uint8_t a, uint8_t b) { return static_cast<uint8_t>(larger(a, b) - b); }
+    static uint16_t of(uint16_t a, uint16_t b) { return static_cast<uint16_t>(larger(a, b) - b); }
+    template<class T>
+    static T of(T a, T b)
+    {
+        const T difference =
+            static_cast<T>(static_cast<Unsigned<T>>(a) - static_cast<Unsigned<T>>(b));
+        const T differing = static_cast<T>((a ^ b) & (a ^ difference));
+        return differing < 0 ? limitLike(a) : difference;
+    }
+    static float of(float a, float b) { return a - b; }
+};
+
+struct Multiply {
+    static uint16_t of(uint16_t a, uint16_t b)
+    {
+        const uint32_t product = static_cast<uint32_t>(a) * b;
+        const uint16_t high = static_cast<uint16_t>(product >> 16);
+        return high ? UINT16_MAX : static_cast<uint16_t>(product);
+    }
+    template<class T>
+    static T of(T a, T b)
+    {
+        using Wide = typename Element<T>::Wide;
+        const Wide product = static_cast<Wide>(a * b);
+        return static_cast<T>(
+            smaller<Wide>(larger<Wide>(product, Element<T>::low), Element<T>::high));
+    }
+    static int32_t of(int32_t a, int32_t b)
+    {
+        // A product that a double rounds is far past the limits.
+        const double product = static_cast<double>(a) * b;
+        return static_cast<int32_t>(smaller(larger(product, -2147483648.0), 2147483647.0));
+    }
+    static float of(float a, float b) { return a * b; }
+};
+
+struct Square {
+    template<class T>
+    static T of(T a)
+    {
+        return Multiply::of(a, a);
+    }
+};
+
+// a * b / M, rounded down.
+struct MultiplyScale {
+    static uint8_t of(uint8_t a, uint8_t b)
+    {
+        const uint16_t t = static_cast<uint16_t>(a * b);
+        return static_cast<uint8_t>(static_cast<uint16_t>((t >> 8) + t + 1) >> 8);
+    }
+    static uint16_t of(uint16_t a, uint16_t b)
+    {
+        const uint32_t t = static_cast<uint32_t>(a) * b;
+        const uint16_t high = static_cast<uint16_t>(t >> 16);
+        // The low half carries when high + 1 is added to it.
+        const uint16_t carry = static_cast<uint16_t>(t) >= static_cast<uint16_t>(~high) ? 1 : 0;
+        return static_cast<uint16_t>(high + carry);
+    }
+};
+
+struct Absolute {
+    template<class T>
+    static T of(T a)
+    {
+        // The smallest element has no counterpart.
+        const T bounded = larger<T>(a, -Element<T>::high);
+        return static_cast<T>(bounded < 0 ? -bounded : bounded);
+    }
+    static float of(float a) { return 0.0f > a ? -a : a; }
+};
+
+struct LeftShift {
+    template<class T>
+    static T of(T a, int32_t bits)
+    {
+        return static_cast<T>(static_cast<uint32_t>(a) << bits);
+    }
+    // Four bytes in a word.
+    static uint32_t ofBytes(uint32_t bytes, int32_t bits)
+    {
+        return (bytes << bits) & (0xFFu << bits & 0xFF) * 0x01010101u;
+    }
+};
+
+struct RightShift {
+    template<class T>
+    static T of(T a, int32_t bits)
+    {
+        return static_cast<T>(a >> bits);
+    }
+    static uint32_t ofBytes(uint32_t bytes, int32_t bits)
+    {
+        return (bytes >> bits) & (0xFFu >> bits) * 0x01010101u;
+    }
+};
+
+struct SignedRightShift {
+    static int8_t of(int8_t a, int32_t bits) { return RightShift::of(a, bits); }
+    static uint32_t ofBytes(uint32_t bytes, int32_t bits)
+    {
+        const uint32_t signs = bytes & 0x80808080u;
+        const uint32_t negatives = (signs << 1) - (signs >> 7);
+        return RightShift::ofBytes(bytes, bits) |
+               (negatives & (0xFF00u >> bits & 0xFF) * 0x01010101u);
+    }
+};
+
+struct And {
+    template<class T>
+    static T of(T a, T b)
+    {
+        return static_cast<T>(a & b);
+    }
+};
+struct Or {
+    template<class T>
+    static T of(T a, T b)
+    {
+        return static_cast<T>(a | b);
+    }
+};
+struct Xor {
+    template<class T>
+    static T of(T a, T b)
+    {
+        return static_cast<T>(a ^ b);
+    }
+};
+
+// --- Scalar subtraction -------------------------------------------------------------
+//
+// The value may lie outside the element's range. Flipping the sign bit turns a
+// signed element into an unsigned one in the same order, for which one of two
+// unsigned operations with a constant in range does it.
+
+template<class T>
+Unsigned<T> flip(T a)
+{
+    return static_cast<Unsigned<T>>(static_cast<Unsigned<T>>(a) ^ Element<T>::signBit);
+}
+
+template<class T>
+T flipBack(Unsigned<T> a)
+{
+    return static_cast<T>(a ^ Element<T>::signBit);
+}
+
+template<class T>
+struct Lower {
+    static T of(T a, Unsigned<T> k) { return flipBack<T>(Subtract::of(flip(a), k)); }
+};
+template<class T>
+struct Raise {
+    static T of(T a, Unsigned<T> k) { return flipBack<T>(Add::of(flip(a), k)); }
+};
+template<class T>
+struct LowerFrom {
+    static T of(T a, Unsigned<T> k) { return flipBack<T>(Subtract::of(k, flip(a))); }
+};
+// Lowers the largest element by what a exceeds k by.
+template<class T>
+struct LowerLargest {
+    static T of(T a, Unsigned<T> k)
+    {
+        return flipBack<T>(static_cast<Unsigned<T>>(~Subtract::of(flip(a), k)));
+    }
+};
+
+template<class T>
+void subtractRun(void* dst, const void* a, const void*, size_t count, int32_t value)
+{
+    if (value >= 0)
+        constantRun<T, Lower<T>>(dst, a, count, static_cast<Unsigned<T>>(value));
+    else
+        constantRun<T, Raise<T>>(dst, a, count, static_cast<Unsigned<T>>(-value));
+}
+
+template<class T>
+void subtractFromRun(void* dst, const void* a, const void*, size_t count, int32_t value)
+{
+    constexpr int32_t largest = static_cast<Unsigned<T>>(~Unsigned<T>{0});
+    const int32_t flipped = value + 2 * Element<T>::signBit;
+    if (flipped <= largest)
+        constantRun<T, LowerFrom<T>>(dst, a, count, static_cast<Unsigned<T>>(flipped));
+    else
+        constantRun<T, LowerLargest<T>>(dst, a, count, static_cast<Unsigned<T>>(flipped - largest));
+}
+
+struct SubtractFrom {
+    static int32_t of(int32_t a, int32_t value) { return Subtract::of(value, a); }
+};
+
+template<class T, class Formula>
+void shiftRun(void* dst, const void* a, const void*, size_t count, int32_t value)
+{
+    constantRun<T, Formula>(dst, a, count, value);
+}
+
+// Processors have no shifts of bytes.
+using LooseWord [[gnu::may_alias, gnu::aligned(1)]] = uint32_t;
+
+template<class T, class Formula>
+void byteShiftRun(void* dst, const void* a, const void*, size_t count, int32_t value)
+{
+    LooseWord* out = static_cast<LooseWord*>(dst);
+    const LooseWord* in = static_cast<const LooseWord*>(a);
+    const size_t words = count / 4;
+    QUIB_INDEPENDENT
+    for (size_t i = 0; i < words; ++i)
+        out[i] = Formula::ofBytes(in[i], value);
+    constantRun<T, Formula>(out + words, in + words, count % 4, value);
+}
+
+// --- The table -------------------------------------------------------------------------
+
+template<class Formula>
+constexpr PixelRuns pairRuns{
+    pairRun<uint8_t, Formula>, pairRun<int8_t, Formula>,  pairRun<uint16_t, Formula>,
+    pairRun<int16_t, Formula>, pairRun<int32_t, Formula>, pairRun<float, Formula>,
+};
+
+// Signed and unsigned elements of a width are alike to these.
+template<class Formula>
+constexpr PixelRuns pairLogicRuns{
+    pairRun<uint8_t, Formula>,  pairRun<uint8_t, Formula>,  pairRun<uint16_t, Formula>,
+    pairRun<uint16_t, Formula>, pairRun<uint32_t, Formula>, nullptr,
+};
+template<class Formula>
+constexpr PixelRuns scalarLogicRuns{
+    scalarRun<uint8_t, Formula>,  scalarRun<uint8_t, Formula>,  scalarRun<uint16_t, Formula>,
+    scalarRun<uint16_t, Formula>, scalarRun<uint32_t, Formula>, nullptr,
+};
+
+constexpr PixelKernels pixelKernels{
+    .addS = {nullptr, nullptr, nullptr, nullptr, scalarRun<int32_t, Add>, nullptr},
+    .subtractS = {subtractRun<uint8_t>, subtractRun<int8_t>, subtractRun<uint16_t>,
+                  subtractRun<int16_t>, scalarRun<int32_t, Subtract>, nullptr},
+    .subtractFromS = {subtractFromRun<uint8_t>, subtractFromRun<int8_t>, subtractFromRun<uint16_t>,
+                      subtractFromRun<int16_t>, scalarRun<int32_t, SubtractFrom>, nullptr},
+    .multiplyS = {scalarRun<uint8_t, Multiply>, scalarRun<int8_t, Multiply>,
+                  scalarRun<uint16_t, Multiply>, scalarRun<int16_t, Multiply>,
+                  scalarRun<int32_t, Multiply>, nullptr},
+    .multiplyScaleS = {scalarRun<uint8_t, MultiplyScale>, nullptr,
+                       scalarRun<uint16_t, MultiplyScale>, nullptr, nullptr, nullptr},
+    .square = {singleRun<uint8_t, Square>, singleRun<int8_t, Square>, singleRun<uint16_t, Square>,
+               singleRun<int16_t, Square>, singleRun<int32_t, Square>, singleRun<float, Square>},
+    .absolute = {nullptr, singleRun<int8_t, Absolute>, nullptr, singleRun<int16_t, Absolute>,
+                 singleRun<int32_t, Absolute>, singleRun<float, Absolute>},
+    .leftShiftS = {byteShiftRun<uint8_t, LeftShift>, byteShiftRun<uint8_t, LeftShift>,
+                   shiftRun<uint16_t, LeftShift>, shiftRun<uint16_t, LeftShift>,
+                   shiftRun<uint32_t, LeftShift>, nullptr},
+    .rightShiftS = {byteShiftRun<uint8_t, RightShift>, byteShiftRun<int8_t, SignedRightShift>,
+                    shiftRun<uint16_t, RightShift>, shiftRun<int16_t, RightShift>,
+                    shiftRun<int32_t, RightShift>, nullptr},
+    .andS = scalarLogicRuns<And>,
+    .orS = scalarLogicRuns<Or>,
+    .xorS = scalarLogicRuns<Xor>,
+    .add = pairRuns<Add>,
+    .subtract = pairRuns<Subtract>,
+    .multiply = pairRuns<Multiply>,
+    .multiplyScale = {pairRun<uint8_t, MultiplyScale>, nullptr, pairRun<uint16_t, MultiplyScale>,
+                      nullptr, nullptr, nullptr},
+    .logicAnd = pairLogicRuns<And>,
+    .logicOr = pairLogicRuns<Or>,
+    .logicXor = pairLogicRuns<Xor>,
+};
+
+} // namespace

@@ -1,0 +1,76 @@
+#include "quibtool/pixelops.h"
+
+#include "_Src/ipl.h"
+#include "_Src/iplpitch.h"
+#include "kernels/kernels.h"
+
+#include <cstring>
+
+namespace
+{
+
+bool takesPartWhole(const IplImage* image)
+{
+    return !image->roi && !image->maskROI && !image->tileInfo && image->alphaChannel == 0;
+}
+
+// Whether every operation writes every pixel of the clone, so that there is no
+// need to copy any first. True for what the surface's own handles allow; every
+// depth here is one that no operation refuses.
+bool writesEveryPixel(const IplImage* src, const IplImage* srcB)
+{
+    if (src->depth != IPL_DEPTH_8U && src->depth != IPL_DEPTH_1U)
+        return false;
+    if (!takesPartWhole(src) || iplGetStatus() < 0)
+        return false;
+    return !srcB ||
+           (iplCheckImage(srcB) == IPL_StsOk && takesPartWhole(srcB) && srcB->depth == src->depth &&
+            srcB->dataOrder == src->dataOrder && srcB->nChannels == src->nChannels &&
+            srcB->width >= src->width && srcB->height >= src->height);
+}
+
+// A clone whose pixels are undefined, but for the padding of its rows.
+IplImage* cloneAroundPixels(const IplImage* src)
+{
+    IplImage* clone = ownCloneRecord(src);
+    if (!clone)
+        return nullptr;
+    const size_t step = static_cast<size_t>(src->widthStep);
+    const size_t bits = static_cast<size_t>(src->depth) * ownElementsPerPixel(src);
+    const size_t pixelBytes = static_cast<size_t>(src->width) * bits / 8;
+    const size_t rows = static_cast<size_t>(src->height) * ownPlaneCount(src);
+    if (pixelBytes < step)
+        for (size_t at = pixelBytes; at < rows * step; at += step)
+            std::memcpy(clone->imageData + at, src->imageData + at, step - pixelBytes);
+    return clone;
+}
+
+bool hasUsualSizes(const IplImage* image)
+{
+    const int64_t rows = static_cast<int64_t>(image->height) * ownPlaneCount(image);
+    return image->widthStep == ownWidthStep(image, image->width) &&
+           image->imageSize == rows * image->widthStep;
+}
+
+} // namespace
+
+void ownCloneForOperation(const IplImage* src, const IplImage* srcB, IplImage** out)
+{
+    if (iplCheckImage(src) != IPL_StsOk)
+        return;
+    *out = hasUsualSizes(src) && writesEveryPixel(src, srcB) ? cloneAroundPixels(src)
+                                                             : iplCloneImage(src);
+}
+
+QuibStatus
+ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB, IplImage* dst),
+                  int32_t row, const IplImage* srcA, const IplImage* srcB, IplImage** out)
+{
+    if (!QuibIsValid(srcA, row) || !QuibIsValid(srcB, row))
+        return QUIB_BAD_ARGUMENT;
+    if (!out)
+        return QUIB_BAD_ARGUMENT;
+    ownCloneForOperation(srcA, srcB, out);
+    operation(srcA, srcB, *out);
+    return QUIB_OK;
+}
