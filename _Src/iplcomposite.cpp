@@ -264,8 +264,8 @@ Strand strandOf(const IplImage* image, int32_t channel, Piece* piece)
                              ? static_cast<ptrdiff_t>(image->height) * image->widthStep
                              : ownDepthBits(image->depth) / 8;
     strand.stride = static_cast<size_t>(ownElementsPerPixel(image));
-    strand.corner = ownRoiOrigin(image, &width, &height, 0, &strand.bitOffset) +
-                    channel * strand.channelStep;
+    strand.corner =
+        ownRoiOrigin(image, &width, &height, 0, &strand.bitOffset) + channel * strand.channelStep;
     piece->width = std::min(piece->width, width);
     piece->height = std::min(piece->height, height);
     return strand;
