@@ -43,7 +43,7 @@ bool channelsMatch(const IplImage* src, const IplImage* dst)
 {
     const int32_t srcChannels = ownProcessedChannels(src);
     const int32_t dstChannels = ownProcessedChannels(dst);
-    if (ownChannelOfInterest(src) > 0 || ownChannelOfInterest(dst) > 0)
+    if (ownCoi(src) > 0 || ownCoi(dst) > 0)
         return srcChannels == 1 && dstChannels == 1;
     return srcChannels == dstChannels;
 }

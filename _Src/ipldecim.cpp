@@ -23,8 +23,8 @@ bool mayDecimate(const IplCaller& caller, const IplImage* src, const IplImage* d
 {
     if (!ownImageIsGood(caller, src) || !ownImageIsGood(caller, dst))
         return false;
-    const bool srcHasCoi = ownChannelOfInterest(src) > 0;
-    const bool dstHasCoi = ownChannelOfInterest(dst) > 0;
+    const bool srcHasCoi = ownCoi(src) > 0;
+    const bool dstHasCoi = ownCoi(dst) > 0;
     const int32_t srcChannels = ownProcessedChannels(src);
     const int32_t dstChannels = ownProcessedChannels(dst);
     const auto require = [&](bool passed, int32_t status, const char* text) {

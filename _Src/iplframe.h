@@ -4,6 +4,7 @@
 #pragma once
 
 #include "_Src/iplpiece.h"
+#include "_Src/iplregion.h"
 #include "_Src/iplreport.h"
 
 // Runs an operation from one image, or from two, to another, after the checks
@@ -14,12 +15,6 @@ void ownPairOperation(const IplCaller& caller, const IplImage* srcImageA, const 
                       const IplImage* dstImage, const IplPixelOp& op);
 
 // --- For members with checks of their own ------------------------------------------
-
-// The channel that an image's region singles out, or 0.
-inline int32_t ownCoi(const IplImage* image)
-{
-    return image->roi && image->roi->coi > 0 ? image->roi->coi : 0;
-}
 
 // What a job reports on its way.
 struct IplJobTexts {

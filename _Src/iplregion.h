@@ -17,6 +17,12 @@ inline int32_t ownRegionY(const IplImage* image)
     return image->roi ? std::max(image->roi->yOffset, 0) : 0;
 }
 
+// The channel that an image's region singles out, or 0.
+inline int32_t ownCoi(const IplImage* image)
+{
+    return image->roi && image->roi->coi > 0 ? image->roi->coi : 0;
+}
+
 // The size of an image's region; false when there is nothing to do. With
 // `clip`, only the part that lies inside the image.
 bool ownRegionSize(const IplImage* image, int32_t* height, int32_t* width, bool clip);

@@ -12,7 +12,7 @@ bool ownRaster(const IplImage* image, IplRaster* raster)
     if (!ownRegionStart(image, &walk) || walk.channels < 1)
         return false;
     const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE;
-    const int32_t coi = ownChannelOfInterest(image);
+    const int32_t coi = ownCoi(image);
     *raster = {};
     raster->address = reinterpret_cast<uint8_t*>(image->imageData);
     raster->step = walk.step;
@@ -40,8 +40,7 @@ void ownSplitChannels(IplRaster* raster, int32_t elementBytes)
 
 int32_t ownProcessedChannels(const IplImage* image)
 {
-    return ownChannelOfInterest(image) > 0 ? 1
-                                           : image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
+    return ownCoi(image) > 0 ? 1 : image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
 }
 
 // --- Destination rows ------------------------------------------------------------
@@ -168,7 +167,7 @@ bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* s
         return false;
     }
     // Windows reach past the region: all of the image is fetched.
-    IplROI everything{ownChannelOfInterest(src), 0, 0, src->width, src->height};
+    IplROI everything{ownCoi(src), 0, 0, src->width, src->height};
     IplImage tiled = scaling->src;
     tiled.roi = &everything;
     IplImage whole = *flat;
@@ -192,7 +191,7 @@ bool stageResult(const IplCaller& caller, IplScaling* scaling, const IplImage* d
         reportNoMemory(caller);
         return false;
     }
-    scaling->stagedRoi = {ownChannelOfInterest(dst), 0, 0, scaling->width, scaling->height};
+    scaling->stagedRoi = {ownCoi(dst), 0, 0, scaling->width, scaling->height};
     scaling->dst = *scaling->stagedResult;
     scaling->dst.roi = &scaling->stagedRoi;
     // The mask rules what leaves the staged result.

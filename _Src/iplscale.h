@@ -45,10 +45,6 @@ void ownSplitChannels(IplRaster* raster, int32_t elementBytes);
 // How many channels an operation works on: one for a channel of interest,
 // otherwise all but alpha.
 int32_t ownProcessedChannels(const IplImage* image);
-inline int32_t ownChannelOfInterest(const IplImage* image)
-{
-    return image->roi ? image->roi->coi : 0;
-}
 
 // --- Destination rows ------------------------------------------------------------
 

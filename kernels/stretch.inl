@@ -315,8 +315,9 @@ __m256i lerpWords(__m256i pairs, __m256i weights)
 __m256i loadPairs(const uint8_t* src, size_t i0, size_t i1, size_t i2, size_t i3)
 {
     const auto load = [src](size_t low, size_t high) {
-        const __m128d pair = _mm_load_sd(reinterpret_cast<const double*>(src + low * 4));
-        return _mm_loadh_pd(pair, reinterpret_cast<const double*>(src + high * 4));
+        const __m128i pair = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + low * 4));
+        return _mm_loadh_pd(_mm_castsi128_pd(pair),
+                            reinterpret_cast<const double*>(src + high * 4));
     };
     return _mm256_castpd_si256(_mm256_set_m128d(load(i2, i3), load(i0, i1)));
 }

@@ -191,8 +191,7 @@ QUIB_API QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** 
  * rectangle that is empty after clipping. */
 QUIB_API QuibStatus QuibComposition2(IplImage* srcA, IplImage* srcB, uint32_t alphaA,
                                      uint32_t alphaB, IplImage** result, QuibRect* rectA,
-                                     QuibRect* rectB, QuibRect* rectResult,
-                                     int32_t compositeType);
+                                     QuibRect* rectB, QuibRect* rectResult, int32_t compositeType);
 
 /* ---- Bitmaps in memory, BMP files, device contexts ------------------------ */
 
@@ -240,6 +239,7 @@ QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
 /* Draws the handle with its top left corner at (x, y) of a device context; an
  * HDC. 0 even if the device fails. */
 QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y);
+
 /* ---- Size ---------------------------------------------------------------- */
 
 /* Modes of the functions below. 0 to 2 are also IPL_INTER_NN, IPL_INTER_LINEAR
@@ -275,6 +275,7 @@ QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
  * process. QUIB_BAD_ARGUMENT for a bad handle; a record that fails its check
  * gives the check's status. */
 QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
+
 /* ---- Pixel operations ----------------------------------------------------- */
 
 /* Each stores in *outHandle a clone of its first handle in which the pixels of

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -396,7 +397,7 @@ void runsAtEveryCount(const Operations& operations)
             // The destination may be either source.
             run(a.data(), a.data(), b.data(), count, value);
             ASSERT_EQ(std::memcmp(a.data(), dst.data(), bytes), 0) << count;
-            std::memcpy(a.data(), first.data(), bytes);
+            std::copy(first.begin(), first.end(), a.data());
             if (!operation.lowest) {
                 run(b.data(), a.data(), b.data(), count, value);
                 ASSERT_EQ(std::memcmp(b.data(), dst.data(), bytes), 0) << count;
