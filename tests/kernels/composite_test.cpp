@@ -110,9 +110,9 @@ std::vector<Element> sharpElements(size_t count, Random& random)
     std::vector<Element> elements(count);
     for (Element& element : elements) {
         const int32_t any = random.between(0, largest);
-        const int32_t near = random.between(0, 2);
+        const int32_t close = random.between(0, 2);
         const int32_t choice = random.between(0, 3);
-        element = static_cast<Element>(choice == 0 ? near : choice == 1 ? largest - near : any);
+        element = static_cast<Element>(choice == 0 ? close : choice == 1 ? largest - close : any);
     }
     return elements;
 }
