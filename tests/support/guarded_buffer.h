@@ -24,9 +24,7 @@ public:
         const size_t size = (count + 2) * pageSize;
 #if defined(_WIN32)
         base = static_cast<uint8_t*>(VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS));
-        // No pages at all cannot be committed.
-        if (!base ||
-            (count > 0 && !VirtualAlloc(pages(), count * pageSize, MEM_COMMIT, PAGE_READWRITE)))
+        if (!base || !VirtualAlloc(pages(), count * pageSize, MEM_COMMIT, PAGE_READWRITE))
             abort();
 #else
         void* area = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -73,7 +71,7 @@ public:
     {
 #if defined(_WIN32)
         DWORD before = 0;
-        if (size() > 0 && !VirtualProtect(pages(), size(), PAGE_READONLY, &before))
+        if (!VirtualProtect(pages(), size(), PAGE_READONLY, &before))
             abort();
 #else
         if (mprotect(pages(), size(), PROT_READ) != 0)
@@ -96,7 +94,7 @@ class GuardedBuffer
 {
 public:
     explicit GuardedBuffer(size_t size, Guard guard = Guard::afterEnd)
-        : area((size + GuardedPages::pageSize - 1) / GuardedPages::pageSize), byteCount(size),
+        : area(size / GuardedPages::pageSize + 1), byteCount(size), // one page at least
           start(area.pages() + (guard == Guard::afterEnd ? area.size() - size : 0))
     {
         memset(start, 0xA5, size);
