@@ -20,8 +20,30 @@ void constantAlpha(uint8_t* pixels, uint8_t alpha, size_t count)
         alphaStore(pixels + i * 4, (alphaLoad(pixels + i * 4) & 0x00FFFFFFu) | high);
 }
 
+void wholeAlphaFromPlane(uint8_t* pixels, const uint8_t* plane, size_t count)
+{
+    size_t i = 0;
+#if defined(__AVX2__)
+    const __m256i colours = _mm256_set1_epi32(0x00FFFFFF);
+    for (; i + 8 <= count; i += 8) {
+        __m256i* const at = reinterpret_cast<__m256i*>(pixels + i * 4);
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(plane + i));
+        const __m256i high = _mm256_slli_epi32(_mm256_cvtepu8_epi32(bytes), 24);
+        _mm256_storeu_si256(
+            at, _mm256_or_si256(_mm256_and_si256(_mm256_loadu_si256(at), colours), high));
+    }
+#endif
+    for (; i < count; ++i)
+        alphaStore(pixels + i * 4, (alphaLoad(pixels + i * 4) & 0x00FFFFFFu) |
+                                       static_cast<uint32_t>(plane[i]) << 24);
+}
+
 void alphaFromPlane(uint8_t* pixels, const uint8_t* plane, uint32_t scale, size_t count)
 {
+    if (scale == 256) {
+        wholeAlphaFromPlane(pixels, plane, count);
+        return;
+    }
     for (size_t i = 0; i < count; ++i) {
         const uint32_t high = (plane[i] * scale << 16) & 0xFF000000u;
         alphaStore(pixels + i * 4, (alphaLoad(pixels + i * 4) & 0x00FFFFFFu) | high);
