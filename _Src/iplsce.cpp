@@ -1,7 +1,6 @@
 // Fill and copy over regions: iplSet, iplCopy.
 #include "_Src/iplbits.h"
 #include "_Src/iplcheck.h"
-#include "_Src/iplmask.h"
 #include "_Src/iplregion.h"
 #include "_Src/iplreport.h"
 #include "_Src/ipltiles.h"
@@ -189,18 +188,41 @@ void copyBits(const CopyJob& job)
                               static_cast<size_t>(job.width), static_cast<size_t>(job.height), 0);
 }
 
+// A cleared image of bits that lies as the mask does, or null after a report.
+IplImage* createBits(const IplImage* mask, int32_t dataOrder, int32_t align, int32_t width,
+                     int32_t height)
+{
+    IplImage* bits =
+        iplCreateImageHeader(1, 0, IPL_DEPTH_1U, "GRAY", "G   ", dataOrder, mask->origin, align,
+                             width, height, nullptr, nullptr, nullptr, nullptr);
+    iplAllocateImage(bits, 1, 0);
+    if (bits && bits->imageData)
+        return bits;
+    iplDeallocateHeader(bits);
+    return nullptr;
+}
+
+// The AND of two masks, each from its region's corner, as large as the smaller
+// region; null where they have no pixel in common, or after a report.
+IplImage* andMasks(const IplImage* maskA, const IplImage* maskB)
+{
+    int32_t height = 0;
+    int32_t width = 0;
+    if (!ownCommonRegion(maskA, maskB, nullptr, &height, &width, true))
+        return nullptr;
+    IplImage* both = createBits(maskA, IPL_DATA_ORDER_PLANE, 4, width, height);
+    if (both)
+        iplAnd(maskA, maskB, both);
+    return both;
+}
+
 // The part of a mask at its region's corner, as an image without region and
 // mask, or null after a report.
 IplImage* extractMask(const IplImage* mask, int32_t width, int32_t height)
 {
-    IplImage* part =
-        iplCreateImageHeader(1, 0, IPL_DEPTH_1U, "GRAY", "G   ", mask->dataOrder, mask->origin,
-                             mask->align, width, height, nullptr, nullptr, nullptr, nullptr);
-    iplAllocateImage(part, 0, 0);
-    if (!part || !part->imageData) {
-        iplDeallocateHeader(part);
+    IplImage* part = createBits(mask, mask->dataOrder, mask->align, width, height);
+    if (!part)
         return nullptr;
-    }
     IplImage unmasked = *mask;
     unmasked.maskROI = nullptr;
     iplCopy(&unmasked, part);
@@ -208,23 +230,25 @@ IplImage* extractMask(const IplImage* mask, int32_t width, int32_t height)
 }
 
 // Clears the bits under the mask and puts the source's in their place. The
-// destination's own mask is off the record meanwhile; the source's may stay,
-// since all that it lets through is the merged mask.
-void copyMaskedBits(const IplCaller& caller, const IplImage* src, IplImage* dst,
-                    const IplImage* mask, int32_t width, int32_t height)
+// images' own masks are off their records meanwhile.
+void copyMaskedBits(const IplCaller& caller, IplImage* src, IplImage* dst, const IplImage* mask,
+                    int32_t width, int32_t height)
 {
     IplImage* bits = extractMask(mask, width, height);
     if (!bits)
         return;
+    IplImage* const srcMask = src->maskROI;
     IplImage* const dstMask = dst->maskROI;
+    src->maskROI = nullptr;
     dst->maskROI = bits;
     iplSet(dst, 0);
     dst->maskROI = nullptr;
     iplAnd(src, bits, bits);
     iplOr(dst, bits, dst);
-    dst->maskROI = dstMask;
     iplDeallocate(bits, IPL_IMAGE_DATA);
     iplDeallocate(bits, IPL_IMAGE_HEADER);
+    src->maskROI = srcMask;
+    dst->maskROI = dstMask;
     ownBackTrace(caller);
 }
 
@@ -317,19 +341,22 @@ void iplCopy(const IplImage* srcImage, IplImage* dstImage)
     if (iplGetStatus() < 0 || srcImage == dstImage)
         return;
 
-    MaskMerge state{};
-    IplImage* const dstMask = dstImage->maskROI == srcImage->maskROI ? nullptr : dstImage->maskROI;
-    IplImage* mask = ownMergeMasks(srcImage->maskROI, dstMask, nullptr, &state);
+    const IplImage* const srcMask = srcImage->maskROI;
+    const IplImage* const dstMask = dstImage->maskROI;
+    const bool twoMasks = srcMask && dstMask && srcMask != dstMask;
+    IplImage* const both = twoMasks ? andMasks(srcMask, dstMask) : nullptr;
+    if (twoMasks && !both)
+        return;
+    const IplImage* const mask = both ? both : srcMask ? srcMask : dstMask;
     int32_t height = 0;
     int32_t width = 0;
-    if (state != MaskMerge::empty && state != MaskMerge::noMemory &&
-        ownCommonRegion(srcImage, dstImage, mask, &height, &width, true)) {
+    if (ownCommonRegion(srcImage, dstImage, mask, &height, &width, true)) {
         if (mask && dstImage->depth == IPL_DEPTH_1U)
-            copyMaskedBits(caller, srcImage, dstImage, mask, width, height);
+            copyMaskedBits(caller, const_cast<IplImage*>(srcImage), dstImage, mask, width, height);
         else if (srcImage->tileInfo || dstImage->tileInfo)
             copyTiled(caller, srcImage, dstImage, mask);
         else
             copyUntiled(caller, srcImage, dstImage, mask, width, height);
     }
-    ownFreeMask(mask, state);
+    iplDeallocate(both, IPL_IMAGE_DATA | IPL_IMAGE_HEADER);
 }

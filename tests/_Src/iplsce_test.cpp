@@ -558,6 +558,46 @@ TEST(IplCopy, TakesOneMaskThatBothImagesShare)
     }
 }
 
+TEST(IplCopy, ReadsTheSourcesMaskBeforeItWritesIt)
+{
+    // The destination itself is the source's mask.
+    Random random(39);
+    const Image src = makeImage(21, 4, 1, IPL_DEPTH_1U);
+    const Image dst = makeImage(21, 4, 1, IPL_DEPTH_1U);
+    randomise(src.get(), random);
+    randomise(dst.get(), random);
+    const Twin before(dst.get());
+    src->maskROI = dst.get();
+    iplCopy(src.get(), dst.get());
+    EXPECT_EQ(src->maskROI, dst.get());
+    src->maskROI = nullptr;
+    for (int32_t y = 0; y < 4; ++y)
+        for (int32_t x = 0; x < 21; ++x)
+            ASSERT_EQ(element(dst.get(), x, y, 0),
+                      element(before.get(), x, y, 0) != 0 ? element(src.get(), x, y, 0) : 0);
+}
+
+TEST(IplCopy, LeavesTwoMasksToLogic)
+{
+    Random random(40);
+    const Image src = makeImage(9, 3, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(9, 3, 1, IPL_DEPTH_8U);
+    giveRandomMask(src.get(), 9, 3, random);
+    giveRandomMask(dst.get(), 9, 3, random);
+    // A mask that is alpha alone has no channels for it; one mask is only read.
+    dst->maskROI->alphaChannel = 1;
+    EXPECT_REPORT(iplCopy(src.get(), dst.get()), -5, "iplAnd", "(nChSrcB != nChDst)", "ipland");
+    src->maskROI->alphaChannel = 1;
+    EXPECT_REPORT(iplCopy(src.get(), dst.get()), -5, "iplAnd", "(nChSrcA != nChDst)", "ipland");
+    iplDeallocate(dst->maskROI, IPL_IMAGE_ALL);
+    dst->maskROI = nullptr;
+    randomise(src.get(), random);
+    const Twin expected(dst.get());
+    plainCopy(src.get(), expected.get());
+    iplCopy(src.get(), dst.get());
+    EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+}
+
 TEST(IplCopy, CopiesTiledImagesAsUntiledOnes)
 {
     const CleanStatus clean;
