@@ -146,27 +146,27 @@ void refuseCombination(const IplCaller& caller)
         ownReport(caller, IPL_StsInternal, "");
 }
 
-bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* image, Import* import)
+bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* image, Import* plan)
 {
-    import->fetch = ownChooseDibFetch(dib.header);
-    if (!import->fetch)
+    plan->fetch = ownChooseDibFetch(dib.header);
+    if (!plan->fetch)
         return false;
-    import->step = ownStepToImage(ownChannelOrder(image));
-    if (!import->step) {
+    plan->step = ownStepToImage(ownChannelOrder(image));
+    if (!plan->step) {
         ownReport(caller, IPL_BadModelOrChSeq, "image->channelSeq unsupport");
         return false;
     }
-    import->store = ownChooseImageStore(image);
-    if (!import->store)
+    plan->store = ownChooseImageStore(image);
+    if (!plan->store)
         return false;
     if (dib.header.biBitCount <= 8)
-        ownReadColours(dib, &import->format);
+        ownReadColours(dib, &plan->format);
     else
-        ownReadMasks(dib, &import->format);
+        ownReadMasks(dib, &plan->format);
     return true;
 }
 
-void importRows(const Import& import, const DibRows& from, const BITMAPINFOHEADER& header,
+void importRows(const Import& plan, const DibRows& from, const BITMAPINFOHEADER& header,
                 const IplImage* image)
 {
     const OwnImageRows to = ownImageRows(image);
@@ -180,19 +180,19 @@ void importRows(const Import& import, const DibRows& from, const BITMAPINFOHEADE
             const int32_t count =
                 static_cast<int32_t>(std::min<int64_t>(ownRunLength, header.biWidth - x));
             openRun(&bytes, from, y, x, count, header.biBitCount);
-            import.fetch(import.format, bytes.bytes, run, count);
-            import.step(run, count);
-            import.store(to, row, static_cast<int32_t>(x), run, count);
+            plan.fetch(plan.format, bytes.bytes, run, count);
+            plan.step(run, count);
+            plan.store(to, row, static_cast<int32_t>(x), run, count);
         }
     }
 }
 
-void importDib(const IplCaller& caller, const Import& import, const OwnDib& dib,
+void importDib(const IplCaller& caller, const Import& plan, const OwnDib& dib,
                const IplImage* image)
 {
     const BITMAPINFOHEADER& header = dib.header;
     if (!ownIsCompressed(header)) {
-        importRows(import, rowsOf(header, dib.block, ownPixelStart(header)), header, image);
+        importRows(plan, rowsOf(header, dib.block, ownPixelStart(header)), header, image);
         return;
     }
     uint8_t* plain = ownDecompressRLE(dib);
@@ -201,7 +201,7 @@ void importDib(const IplCaller& caller, const Import& import, const OwnDib& dib,
         return;
     }
     const size_t bytes = static_cast<size_t>(ownDibRowPitch(header) * header.biHeight);
-    importRows(import, rowsOf(header, {plain, bytes}, 0), header, image);
+    importRows(plan, rowsOf(header, {plain, bytes}, 0), header, image);
     iplAlignedFree(plain);
 }
 
@@ -224,8 +224,8 @@ void ownConvertFromDIB(const void* block, size_t bytes, IplImage* image)
         ownReport(caller, IPL_BadImageSize, "Image size is too small");
         return;
     }
-    Import import;
-    if (!chooseImport(caller, dib, image, &import)) {
+    Import plan;
+    if (!chooseImport(caller, dib, image, &plan)) {
         refuseCombination(caller);
         return;
     }
@@ -235,7 +235,9 @@ void ownConvertFromDIB(const void* block, size_t bytes, IplImage* image)
         ownReport(caller, IPL_StsNoMem, "Not enough memory to allocate data for destination image");
         return;
     }
-    importDib(caller, import, dib, image);
+    // A size that wrapped to 0 has no room for a pixel.
+    if (image->imageSize > 0)
+        importDib(caller, plan, dib, image);
 }
 
 void iplConvertFromDIB(const BITMAPINFOHEADER* dib, IplImage* image)
@@ -293,30 +295,29 @@ void refuseDither(const IplCaller& caller, const BITMAPINFOHEADER& dib)
     }
 }
 
-bool chooseExport(const IplCaller& caller, const OwnDib& dib, const IplImage* image,
-                  Export* exported)
+bool chooseExport(const IplCaller& caller, const OwnDib& dib, const IplImage* image, Export* plan)
 {
-    exported->fetch = ownChooseImageFetch(image);
-    if (!exported->fetch) {
+    plan->fetch = ownChooseImageFetch(image);
+    if (!plan->fetch) {
         ownReport(caller, IPL_BadNumChannels, "image->nChannels is bad");
         return false;
     }
-    exported->step = ownStepFromImage(ownChannelOrder(image));
-    if (!exported->step) {
+    plan->step = ownStepFromImage(ownChannelOrder(image));
+    if (!plan->step) {
         ownReport(caller, IPL_BadModelOrChSeq, "image->channelSeq unsupport");
         return false;
     }
-    exported->store = ownChooseDibStore(dib.header);
-    if (!ownRequire(caller, exported->store, "dib->biBitCount is bad"))
+    plan->store = ownChooseDibStore(dib.header);
+    if (!ownRequire(caller, plan->store, "dib->biBitCount is bad"))
         return false;
     if (dib.header.biBitCount <= 8)
-        exported->format.palette = ownPaletteOf(dib);
+        plan->format.palette = ownPaletteOf(dib);
     else
-        ownReadMasks(dib, &exported->format);
+        ownReadMasks(dib, &plan->format);
     return true;
 }
 
-void exportRows(const Export& exported, const IplImage* image, const OwnDib& dib)
+void exportRows(const Export& plan, const IplImage* image, const OwnDib& dib)
 {
     const OwnImageRows from = ownImageRows(image);
     const DibRows to = rowsOf(dib.header, dib.block, ownPixelStart(dib.header));
@@ -326,10 +327,10 @@ void exportRows(const Export& exported, const IplImage* image, const OwnDib& dib
         const uint8_t* row = from.top + y * from.rowStep;
         for (int32_t x = 0; x < image->width; x += ownRunLength) {
             const int32_t count = std::min(ownRunLength, image->width - x);
-            exported.fetch(from, row, x, run, count);
-            exported.step(run, count);
+            plan.fetch(from, row, x, run, count);
+            plan.step(run, count);
             openRun(&bytes, to, y, x, count, dib.header.biBitCount);
-            exported.store(exported.format, bytes.bytes, run, count);
+            plan.store(plan.format, bytes.bytes, run, count);
             closeWrittenRun(bytes, to);
         }
     }
@@ -358,10 +359,10 @@ int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_
         refuseDither(caller, dib.header);
         return iplGetStatus();
     }
-    Export exported;
-    if (!chooseExport(caller, dib, image, &exported))
+    Export plan;
+    if (!chooseExport(caller, dib, image, &plan))
         return iplGetStatus();
-    exportRows(exported, image, dib);
+    exportRows(plan, image, dib);
     if (ownIsCompressed(dib.header))
         return ownCompressRLE(&dib);
     return static_cast<int32_t>(dib.header.biCompression);

@@ -47,8 +47,7 @@ QuibStatus checkHeader(const BITMAPINFOHEADER& header)
         return QUIB_DIB_BAD_WIDTH;
     if (header.biHeight < 1)
         return QUIB_DIB_BAD_HEIGHT;
-    const WORD bits = header.biBitCount;
-    return bits == 1 || bits == 8 || bits == 24 || bits == 32 ? QUIB_OK : QUIB_DIB_BAD_DEPTH;
+    return ownIsHandleDepth(header.biBitCount) ? QUIB_OK : QUIB_DIB_BAD_DEPTH;
 }
 
 // The bytes of a 24-bit row, padded to 4.

@@ -115,11 +115,26 @@ bool ownClipRect(QuibRect* rect, int32_t width, int32_t height)
     return rect->left < rect->right && rect->top < rect->bottom;
 }
 
+bool ownIsHandleDepth(int32_t bitDepth)
+{
+    return findKind(bitDepth) != nullptr;
+}
+
 size_t ownBlockBytes(const IplImage* handle)
 {
     if (handle->imageSize < 1 || handle->widthStep < 1 || handle->height < 1)
         return 0;
     return static_cast<size_t>(handle->widthStep) * static_cast<size_t>(handle->height);
+}
+
+IplImage* ownCreateRecord(int32_t width, int32_t height, int32_t bitDepth)
+{
+    const HandleKind* kind = findKind(bitDepth);
+    if (!kind)
+        return nullptr;
+    return iplCreateImageHeader(kind->nChannels, 0, kind->depth, kind->colorModel, kind->channelSeq,
+                                IPL_DATA_ORDER_PIXEL, IPL_ORIGIN_TL, 4, width, height, nullptr,
+                                nullptr, nullptr, nullptr);
 }
 
 QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, IplImage** out)
@@ -128,14 +143,11 @@ QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, Ipl
         return QUIB_BAD_WIDTH;
     if (height < 1)
         return QUIB_BAD_HEIGHT;
-    const HandleKind* kind = findKind(bitDepth);
-    if (!kind)
+    if (!ownIsHandleDepth(bitDepth))
         return QUIB_BAD_DEPTH;
     if (!out)
         return QUIB_BAD_ARGUMENT;
-    IplImage* handle = iplCreateImageHeader(kind->nChannels, 0, kind->depth, kind->colorModel,
-                                            kind->channelSeq, IPL_DATA_ORDER_PIXEL, IPL_ORIGIN_TL,
-                                            4, width, height, nullptr, nullptr, nullptr, nullptr);
+    IplImage* handle = ownCreateRecord(width, height, bitDepth);
     if (!handle)
         return QUIB_NO_HEADER;
     *out = handle;

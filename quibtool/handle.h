@@ -13,7 +13,14 @@ extern char quibLastError[264];
 // if not, writes "invalid dib in quibtool row %d" into quibLastError.
 bool QuibIsValid(const IplImage* handle, int32_t row);
 
-// Makes a header without pixels. `*out` is touched on success only.
+// Whether the library makes handles of so many bits per pixel.
+bool ownIsHandleDepth(int32_t bitDepth);
+
+// The record of a handle, without pixels; the engine reports sizes below 1. Null
+// for another depth, after a report, and for want of memory.
+IplImage* ownCreateRecord(int32_t width, int32_t height, int32_t bitDepth);
+
+// The same with a status. `*out` is touched on success only.
 QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, IplImage** out);
 
 // What QuibGetInfo and QuibLockData do after their validity test, for handles

@@ -1,6 +1,6 @@
 #include "_Src/ipl.h"
 #include "platform/platform.h"
-#include "quibtool/quibtool.h"
+#include "quibtool/handle.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -71,29 +71,6 @@ PackedDib readPackedDib(const File& file, BITMAPINFOHEADER* header)
     return {block, static_cast<size_t>(bytes)};
 }
 
-struct FileKind {
-    int32_t bitCount;
-    int32_t nChannels;
-    uint32_t depth;
-    const char* colorModel;
-    const char* channelSeq;
-};
-
-constexpr FileKind fileKinds[] = {
-    {1, 1, IPL_DEPTH_1U, "GRAY", "GRAY"},
-    {8, 1, IPL_DEPTH_8U, "GRAY", "GRAY"},
-    {24, 4, IPL_DEPTH_8U, "RGBA", "BGRA"},
-    {32, 4, IPL_DEPTH_8U, "RGBA", "BGRA"},
-};
-
-const FileKind* findKind(int32_t bitCount)
-{
-    for (const FileKind& kind : fileKinds)
-        if (kind.bitCount == bitCount)
-            return &kind;
-    return nullptr;
-}
-
 } // namespace
 
 QuibStatus QuibLoadBMP(const char* fileName, IplImage** out)
@@ -112,13 +89,11 @@ QuibStatus QuibLoadBMP(const char* fileName, IplImage** out)
     const PackedDib dib = readPackedDib(file, &header);
     if (!dib.block)
         return QUIB_OK;
-    const FileKind* kind = findKind(header.biBitCount);
+    const int32_t bitCount = header.biBitCount;
     // The block stays allocated on this way out.
-    if (!kind)
+    if (!ownIsHandleDepth(bitCount))
         return QUIB_FAILED;
-    *out = iplCreateImageHeader(kind->nChannels, 0, kind->depth, kind->colorModel, kind->channelSeq,
-                                IPL_DATA_ORDER_PIXEL, IPL_ORIGIN_TL, 4, header.biWidth,
-                                header.biHeight, nullptr, nullptr, nullptr, nullptr);
+    *out = ownCreateRecord(header.biWidth, header.biHeight, bitCount == 24 ? 32 : bitCount);
     if (*out)
         ownConvertFromDIB(dib.block, dib.bytes, *out);
     std::free(dib.block);

@@ -1,5 +1,6 @@
 #include "_Src/ipl.h"
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
@@ -96,6 +97,31 @@ TEST(IplCloneImage, ReportsPixelsThatCouldNotBeAllocated)
                                    {-4, "iplCloneImage",
                                     "Not enough memory to allocate imageData for clone image",
                                     "iplClone"}}));
+}
+
+TEST(IplCloneImage, ReportsWhatMemoryWasMissingFor)
+{
+    const Image image = makeImage(5, 5, 3, IPL_DEPTH_8U);
+    setRoi(image.get(), 1, 2, 3, 4, 5);
+    const auto reportsWithout = [&](int32_t allocation) {
+        const RecordedReports reports;
+        const FailingAllocation failing(allocation);
+        EXPECT_EQ(iplCloneImage(image.get()), nullptr);
+        return reports.all();
+    };
+    const auto missing = [](const char* what) {
+        return Report{-4, "iplCloneImage",
+                      std::string("Not enough memory to allocate ") + what + " for clone image",
+                      "iplClone"};
+    };
+    EXPECT_EQ(reportsWithout(0), (std::vector<Report>{missing("header")}));
+    EXPECT_EQ(reportsWithout(1), (std::vector<Report>{missing("roi")}));
+    EXPECT_EQ(reportsWithout(2),
+              (std::vector<Report>{
+                  {-4, "iplAllocateImage", "for allocate image data", "iplalloc"},
+                  missing("imageData"),
+              }));
+    EXPECT_EQ(image->roi->height, 5);
 }
 
 TEST(IplCloneImage, StaysInsideItsOwnBlockWhenARecordClaimsMore)

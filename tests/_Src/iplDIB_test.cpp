@@ -3,7 +3,9 @@
 #include "_Src/ipldibformat.h"
 #include "_Src/ipldibpalette.h"
 #include "tests/support/dibs.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
+#include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
 
 #include <gtest/gtest.h>
@@ -724,6 +726,18 @@ TEST(IplConvertFromDIB, ReportsPixelsThatCannotBeHad)
     EXPECT_EQ(last, "Not enough memory to allocate data for destination image");
 }
 
+TEST(IplConvertFromDIB, WritesNothingToPixelsOfASizeThatWrapsToNothing)
+{
+    const CleanStatus clean;
+    const Image image(iplCreateImageHeader(4, 0, 8, "RGBA", "BGRA", 0, 0, 4, 65536, 16384, nullptr,
+                                           nullptr, nullptr, nullptr));
+    image->imageSize = 1; // the tests see nothing wrong
+    const Bytes dib = dibWith(dibHeader(1, 1, 24), Bytes(4));
+    iplConvertFromDIB(reinterpret_cast<const BITMAPINFOHEADER*>(dib.data()), image.get());
+    EXPECT_EQ(image->imageSize, 0);
+    EXPECT_EQ(iplGetStatus(), 0);
+}
+
 TEST(IplConvertFromDIB, ReportsAStreamThatCannotBeDecoded)
 {
     const Image image = makeImage(4, 4, 1, IPL_DEPTH_8U);
@@ -1376,6 +1390,21 @@ TEST(OwnMedianCutPalette, RefusesBitCountsAbove8)
     const Bytes bytes = emptyDib(dibHeader(2, 2, 16));
     OwnDib dib = ownOpenDib(bytes.data(), bytes.size());
     EXPECT_EQ(ownMedianCutPalette(&dib, image.get()), 0);
+}
+
+TEST(OwnMedianCutPalette, FailsWhenMemoryForItsCountsRunsOut)
+{
+    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    const Bytes dib = dibWith(dibHeader(4, 4, 8), Bytes(2048, 0xEE));
+    const GuardedBytes block(dib);
+    const RecordedReports reports;
+    {
+        const FailingAllocation failing;
+        EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), 1, 2), -3);
+    }
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{-3, "iplConvertToDIB",
+                                                   "Error of creating medcut palette", "iplDIB"}}));
+    EXPECT_EQ(block.bytes(), dib);
 }
 
 TEST(OwnMedianCutPalette, WritesNothingPastAShortBlock)

@@ -1,5 +1,6 @@
 #include "_Src/ipl.h"
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
@@ -128,6 +129,18 @@ TEST(IplAlignedMalloc, NeverGivesABlockSmallerThanAsked)
     iplAlignedFree(block);
 }
 
+TEST(IplAlignedMalloc, GivesNothingWhenMemoryRunsOut)
+{
+    for (void* (*allocate)(int32_t) : {iplAlignedMalloc, iplAlignedMalloc16, iplAlignedMalloc32}) {
+        const FailingAllocation failing;
+        EXPECT_EQ(allocate(8), nullptr);
+        EXPECT_EQ(failing.asked(), 1);
+        EXPECT_EQ(allocate(0), nullptr);
+        EXPECT_EQ(allocate(-1), nullptr);
+        EXPECT_EQ(failing.asked(), 1) << "counts below one do not reach the heap";
+    }
+}
+
 TEST(IplAlignedFree, IgnoresNull)
 {
     iplAlignedFree(nullptr);
@@ -236,6 +249,16 @@ TEST(IplCreateImageHeader, LetsThe32BitSizesWrap)
     header.width = 1 << 27;
     const Image noPitch(header.make());
     EXPECT_EQ(noPitch->widthStep, 0);
+}
+
+TEST(IplCreateImageHeader, GivesNullWithoutAReportWhenMemoryRunsOut)
+{
+    const RecordedReports reports;
+    const FailingAllocation failing;
+    EXPECT_EQ(Header().make(), nullptr);
+    EXPECT_EQ(failing.asked(), 1);
+    EXPECT_TRUE(reports.all().empty());
+    EXPECT_EQ(iplGetStatus(), 0);
 }
 
 TEST(IplCreateImageHeader, RefusesEachBadFieldWithItsStatus)
@@ -507,6 +530,24 @@ TEST(IplAllocateImage, MakesARecordThatTheCheckRefusesWhenTheSizeWrapsToNothing)
     EXPECT_EQ(iplCheckImage(image.get()), -10);
 }
 
+TEST(IplAllocateImage, ReportsAHeapThatIsExhausted)
+{
+    const Image image(Header().make());
+    const RecordedReports reports;
+    {
+        const FailingAllocation failing;
+        iplAllocateImage(image.get(), 1, 0);
+    }
+    EXPECT_EQ(reports.all(), (std::vector<Report>{
+                                 {-4, "iplAllocateImage", "for allocate image data", "iplalloc"}}));
+    EXPECT_EQ(image->imageDataOrigin, nullptr);
+    EXPECT_EQ(image->imageData, nullptr);
+    // Nothing is in the way of another try.
+    iplSetStatus(0);
+    iplAllocateImage(image.get(), 1, 0);
+    EXPECT_NE(image->imageData, nullptr);
+}
+
 // --- Freeing -------------------------------------------------------------------------
 
 TEST(IplDeallocate, IgnoresNull)
@@ -599,6 +640,16 @@ TEST(IplCreateTileInfo, StartsWithoutATile)
     EXPECT_EQ(tiles->width, 24);
     iplSetTileInfo(nullptr, noTiles, nullptr, 8, 8);
     iplAlignedFree(tiles);
+}
+
+TEST(IplCreateROI, GivesNullWhenMemoryRunsOut)
+{
+    {
+        const FailingAllocation failing;
+        EXPECT_EQ(iplCreateROI(0, 0, 0, 1, 1), nullptr);
+    }
+    const FailingAllocation failing;
+    EXPECT_EQ(iplCreateTileInfo(noTiles, nullptr, 8, 8), nullptr);
 }
 
 TEST(IplSetBorderMode, ClampsTheConstantToTheDepth)

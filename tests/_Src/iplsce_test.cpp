@@ -1,5 +1,6 @@
 #include "_Src/ipl.h"
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
 #include "tests/support/recorded_reports.h"
@@ -596,6 +597,31 @@ TEST(IplCopy, LeavesTwoMasksToLogic)
     plainCopy(src.get(), expected.get());
     iplCopy(src.get(), dst.get());
     EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+}
+
+TEST(IplCopy, LeavesTheDestinationWhenMemoryForItsMaskRunsOut)
+{
+    Random random(41);
+    for (const uint32_t depth : {IPL_DEPTH_1U, IPL_DEPTH_8U}) {
+        const Image src = makeImage(9, 3, 1, depth);
+        const Image dst = makeImage(9, 3, 1, depth);
+        randomise(src.get(), random);
+        const IplImage* const srcMask = giveRandomMask(src.get(), 9, 3, random);
+        const IplImage* const dstMask = giveRandomMask(dst.get(), 9, 3, random);
+        const std::vector<uint8_t> before = bytesOf(dst.get());
+        // The header and the pixels of the masks' product.
+        for (const int32_t allocation : {0, 1}) {
+            const RecordedReports reports;
+            {
+                const FailingAllocation failing(allocation);
+                iplCopy(src.get(), dst.get());
+            }
+            EXPECT_EQ(reports.all().size(), 1u);
+            EXPECT_EQ(bytesOf(dst.get()), before);
+            EXPECT_EQ(src->maskROI, srcMask);
+            EXPECT_EQ(dst->maskROI, dstMask);
+        }
+    }
 }
 
 TEST(IplCopy, CopiesTiledImagesAsUntiledOnes)

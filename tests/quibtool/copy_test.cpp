@@ -1,6 +1,7 @@
 #include "quibtool/handle.h"
 
 #include "_Src/ipl.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -208,4 +209,25 @@ TEST(QuibClone, FailsWhenTheEngineGivesNoImage)
     IplImage* out = handle.get();
     EXPECT_EQ(QuibClone(handle.get(), &out), QUIB_FAILED);
     EXPECT_EQ(out, nullptr);
+}
+
+TEST(QuibClone, FailsWhenMemoryRunsOut)
+{
+    const ReportsReturn reportsReturn;
+    const Image handle = makeHandle(5, 5, 32);
+    for (const int32_t allocation : {0, 1}) {
+        IplImage* out = handle.get();
+        const FailingAllocation failing(allocation);
+        EXPECT_EQ(QuibClone(handle.get(), &out), QUIB_FAILED);
+        EXPECT_EQ(out, nullptr);
+    }
+}
+
+TEST(QuibCopy, PassesOnThatMemoryForATargetRanOut)
+{
+    const Image handle = makeHandle(5, 5, 32);
+    IplImage* target = nullptr;
+    const FailingAllocation failing;
+    EXPECT_EQ(QuibCopy(handle.get(), &target), QUIB_NO_HEADER);
+    EXPECT_EQ(target, nullptr);
 }

@@ -2,6 +2,7 @@
 
 #include "quibtool/handle.h"
 #include "tests/support/dibs.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -309,6 +310,20 @@ TEST(Dib2Quib, EndsTheProcessWherePixelsCannotBeHad)
     EXPECT_EQ(imported.handle->imageData, nullptr);
 }
 
+TEST(Dib2Quib, PassesOnThatMemoryForAHandleRanOut)
+{
+    for (const int32_t bits : {8, 24, 32}) {
+        const GlobalDib dib(emptyDib(dibHeader(3, 2, bits)));
+        IplImage* out = untouched;
+        {
+            const FailingAllocation failing;
+            EXPECT_EQ(Dib2Quib(dib.get(), &out, 0), QUIB_NO_HEADER);
+        }
+        EXPECT_EQ(out, untouched);
+        EXPECT_EQ(dib.locks(), 0u);
+    }
+}
+
 // --- Dib2Quib0 -------------------------------------------------------------------------
 
 namespace
@@ -431,6 +446,34 @@ TEST(Dib2Quib0, EndsTheProcessForHeadersThatTheEngineRefuses)
 {
     EXPECT_REPORT(importApart(dibHeader(4, 4, 8, 0, 300), Bytes(64)), -5, "iplConvertFromDIB",
                   "( dib->biBitCount==8 && dib->biClrUsed>256 )", "iplDIB");
+}
+
+TEST(Dib2Quib0, LeavesTheNewHandleWhenMemoryForItsBlockRunsOut)
+{
+    const Bytes bits(64);
+    for (const int32_t bitCount : {1, 8}) {
+        const BITMAPINFOHEADER header = dibHeader(3, 2, bitCount);
+        IplImage* out = untouched;
+        {
+            const FailingAllocation failing(2); // after the record and its pixels
+            EXPECT_EQ(Dib2Quib0(&header, bits.data(), &out), QUIB_BAD_ARGUMENT);
+        }
+        ASSERT_NE(out, untouched);
+        const Image handle(out);
+        EXPECT_EQ(depthOf(out), 32);
+    }
+    const BITMAPINFOHEADER header = dibHeader(3, 2, 24);
+    IplImage* out = untouched;
+    const FailingAllocation failing;
+    EXPECT_EQ(Dib2Quib0(&header, bits.data(), &out), QUIB_NO_HEADER);
+    EXPECT_EQ(out, untouched);
+}
+
+TEST(Dib2Quib0, FaultsAtTheStoreForANullOutput)
+{
+    const Bytes bits(64);
+    const BITMAPINFOHEADER header = dibHeader(1, 1, 32);
+    EXPECT_DEATH(Dib2Quib0(&header, bits.data(), nullptr), "");
 }
 
 TEST(Dib2Quib0, WritesNothingToARecordWhoseSizeWrapsToZero)

@@ -1,6 +1,7 @@
 #include "quibtool/handle.h"
 
 #include "_Src/ipl.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
@@ -317,6 +318,27 @@ TEST(QuibCreate, MakesAHandleThatTheChecksRefuseWhenItsSizeWrapsToNothing)
     EXPECT_EQ(iplCheckImage(gray), -10);
 }
 
+TEST(QuibCreate, TellsThatMemoryForTheRecordRanOut)
+{
+    const RecordedReports reports;
+    IplImage* const before = reinterpret_cast<IplImage*>(&quibLastError);
+    IplImage* handle = before;
+    const auto without = [](int32_t allocation, auto create) {
+        const FailingAllocation failing(allocation);
+        return create();
+    };
+    EXPECT_EQ(without(0, [&] { return QuibCreateHeader(2, 2, 8, &handle); }), QUIB_NO_HEADER);
+    EXPECT_EQ(without(0, [&] { return QuibCreate(2, 2, 8, &handle, 0); }), QUIB_NO_HEADER);
+    EXPECT_EQ(without(0, [&] { return QuibCreate0(2, 2, 32, &handle); }), QUIB_NO_HEADER);
+    EXPECT_EQ(handle, before);
+    EXPECT_TRUE(reports.all().empty());
+    // For pixels it is the engine's to report.
+    EXPECT_EQ(without(1, [&] { return QuibCreate0(2, 2, 32, &handle); }), QUIB_OK);
+    const Image owner(handle);
+    EXPECT_EQ(reports.all(), (std::vector<Report>{
+                                 {-4, "iplAllocateImage", "for allocate image data", "iplalloc"}}));
+}
+
 // --- QuibFree --------------------------------------------------------------------------
 
 TEST(QuibFree, FreesAndZeroesTheVariable)
@@ -340,6 +362,11 @@ TEST(QuibFree, RefusesAZeroVariable)
     EXPECT_EQ(QuibFree(&handle), QUIB_BAD_ARGUMENT);
     EXPECT_GE(takeErrorRow(), 0);
     EXPECT_EQ(handle, nullptr);
+}
+
+TEST(QuibFree, FaultsOnTheReadOfANullAddress)
+{
+    EXPECT_DEATH(QuibFree(nullptr), "");
 }
 
 TEST(QuibFree, KeepsAHandleWhoseRecordIsBadWithoutText)
@@ -680,6 +707,13 @@ TEST(QuibIsBlack, StoresOneBeforeTheCheckRefuses)
     result = -1;
     EXPECT_EQ(QuibIsBlack(nullptr, 0, &result), QUIB_BAD_ARGUMENT);
     EXPECT_EQ(result, -1);
+}
+
+TEST(QuibIsBlack, FaultsAtTheStoreForANullResult)
+{
+    const Image handle = makeHandle(2, 2, 8);
+    EXPECT_DEATH(QuibIsBlack(handle.get(), 0, nullptr), "");
+    EXPECT_EQ(QuibIsBlack(nullptr, 0, nullptr), QUIB_BAD_ARGUMENT);
 }
 
 TEST(QuibIsBlack, FindsOneBrightByteAnywhere)

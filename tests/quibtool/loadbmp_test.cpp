@@ -1,6 +1,7 @@
 #include "quibtool/quibtool.h"
 
 #include "tests/support/dibs.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
 #include "tests/support/report.h"
 
@@ -315,6 +316,20 @@ TEST(QuibLoadBMP, SucceedsWithoutAHandleForSizesThatMemoryCannotHold)
         EXPECT_FALSE(loaded.stored);
     }
     EXPECT_FALSE(load(fileOf(dibWith(dibHeader(INT32_MAX, INT32_MAX, 65535), {}))).stored);
+}
+
+TEST(QuibLoadBMP, SucceedsWithoutAHandleWhenMemoryRunsOut)
+{
+    const TemporaryFile file(fileOf(emptyDib(dibHeader(2, 2, 24))));
+    IplImage* out = untouched;
+    {
+        const FailingAllocation failing; // of the bitmap
+        EXPECT_EQ(QuibLoadBMP(file.name(), &out), QUIB_OK);
+    }
+    EXPECT_EQ(out, untouched);
+    const FailingAllocation failing(1); // of the record
+    EXPECT_EQ(QuibLoadBMP(file.name(), &out), QUIB_OK);
+    EXPECT_EQ(out, nullptr);
 }
 
 TEST(QuibLoadBMP, LeavesAHandleWithoutPixelsAfterAnEarlierFailure)
