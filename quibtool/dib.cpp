@@ -1,4 +1,5 @@
 #include "_Src/ipl.h"
+#include "_Src/ipldibblock.h"
 #include "kernels/kernels.h"
 #include "platform/platform.h"
 #include "quibtool/handle.h"
@@ -13,32 +14,18 @@ namespace
 constexpr int32_t fileRow = 4000;
 constexpr size_t headerBytes = sizeof(BITMAPINFOHEADER);
 
-// A bitmap in memory. Whatever its header claims, what the block does not hold
-// reads 0.
-struct DibBlock {
-    uint8_t* start;
-    size_t bytes;
-};
-
 // Start is null if the block cannot be locked.
-DibBlock lockDib(void* dibHandle)
+OwnExtent lockDib(void* dibHandle)
 {
-    DibBlock dib{static_cast<uint8_t*>(GlobalLock(dibHandle)), 0};
+    OwnExtent dib{static_cast<uint8_t*>(GlobalLock(dibHandle)), 0};
     if (dib.start)
         dib.bytes = GlobalSize(dibHandle);
     return dib;
 }
 
-BITMAPINFOHEADER headerOf(const DibBlock& dib)
+BITMAPINFOHEADER headerOf(const OwnExtent& dib)
 {
-    BITMAPINFOHEADER header{};
-    std::memcpy(&header, dib.start, std::min(dib.bytes, headerBytes));
-    return header;
-}
-
-size_t heldBytes(size_t blockBytes, uint64_t offset, size_t count)
-{
-    return offset < blockBytes ? std::min(count, blockBytes - static_cast<size_t>(offset)) : 0;
+    return ownOpenDib(dib.start, dib.bytes).header;
 }
 
 QuibStatus checkHeader(const BITMAPINFOHEADER& header)
@@ -60,8 +47,7 @@ uint64_t rowBytes24(int32_t width)
 
 // Bottom row first, `step` bytes apart.
 struct DibRows {
-    const uint8_t* start;
-    size_t bytes;
+    OwnExtent extent;
     uint64_t step;
     size_t pixelBytes; // 3 or 4
 };
@@ -71,15 +57,15 @@ void importRow(uint8_t* to, const DibRows& from, uint64_t offset, size_t width)
 {
     const quib::ConvertKernels& convert = quib::kernels().convert;
     const auto importPixels = from.pixelBytes == 3 ? convert.opaqueFrom24 : convert.opaqueFrom32;
-    const size_t held = heldBytes(from.bytes, offset, width * from.pixelBytes);
+    const size_t held = ownHeldBytes(from.extent, offset, width * from.pixelBytes);
     const size_t whole = held / from.pixelBytes;
     if (whole > 0)
-        importPixels(to, from.start + offset, whole);
+        importPixels(to, from.extent.start + offset, whole);
     if (whole == width)
         return;
     uint8_t last[4] = {};
     if (const size_t rest = held % from.pixelBytes)
-        std::memcpy(last, from.start + offset + held - rest, rest);
+        std::memcpy(last, from.extent.start + offset + held - rest, rest);
     importPixels(to + whole * 4, last, 1);
     quib::kernels().block.fill32(to + whole * 4 + 4, 0xFF000000u, width - whole - 1);
 }
@@ -102,18 +88,19 @@ QuibStatus importRows(const DibRows& from, int32_t width, int32_t height, IplIma
 }
 
 // The rows follow the header at once, whatever else it says.
-DibRows rowsOf(const DibBlock& dib, const BITMAPINFOHEADER& header)
+DibRows rowsOf(const OwnExtent& dib, const BITMAPINFOHEADER& header)
 {
     const bool is24 = header.biBitCount == 24;
     const uint64_t width = static_cast<uint64_t>(header.biWidth);
-    return {dib.start + headerBytes, dib.bytes - std::min(dib.bytes, headerBytes),
-            is24 ? rowBytes24(header.biWidth) : width * 4, is24 ? size_t{3} : size_t{4}};
+    return {{dib.start + headerBytes, dib.bytes - std::min(dib.bytes, headerBytes)},
+            is24 ? rowBytes24(header.biWidth) : width * 4,
+            is24 ? size_t{3} : size_t{4}};
 }
 
 // --- The other bitmaps -----------------------------------------------------------
 
 // A new handle in *out, by the engine, which goes by the whole header.
-QuibStatus importByEngine(const DibBlock& dib, const BITMAPINFOHEADER& header, int32_t bitDepth,
+QuibStatus importByEngine(const OwnExtent& dib, const BITMAPINFOHEADER& header, int32_t bitDepth,
                           IplImage** out)
 {
     if (const QuibStatus status = QuibCreateHeader(header.biWidth, header.biHeight, bitDepth, out))
@@ -127,7 +114,7 @@ QuibStatus importByEngine(const DibBlock& dib, const BITMAPINFOHEADER& header, i
     return QUIB_OK;
 }
 
-QuibStatus importDib(const DibBlock& dib, IplImage** out, int32_t targetDepth)
+QuibStatus importDib(const OwnExtent& dib, IplImage** out, int32_t targetDepth)
 {
     const BITMAPINFOHEADER header = headerOf(dib);
     if (const QuibStatus status = checkHeader(header))
@@ -180,11 +167,11 @@ bool fits(const IplImage* handle, const BITMAPINFOHEADER& header)
 
 // The pixels of one row that both blocks hold, then byte by byte those at the
 // end of one of them; a byte that the handle does not hold is 0.
-void exportRow(const DibBlock& to, uint64_t toOffset, const DibBlock& from, uint64_t fromOffset,
+void exportRow(const OwnExtent& to, uint64_t toOffset, const OwnExtent& from, uint64_t fromOffset,
                size_t width)
 {
-    const size_t room = heldBytes(to.bytes, toOffset, width * 3);
-    const size_t held = heldBytes(from.bytes, fromOffset, width * 4);
+    const size_t room = ownHeldBytes(to, toOffset, width * 3);
+    const size_t held = ownHeldBytes(from, fromOffset, width * 4);
     const size_t whole = std::min(room / 3, held / 4);
     if (whole > 0)
         quib::kernels().convert.to24(to.start + toOffset, from.start + fromOffset, whole);
@@ -195,10 +182,10 @@ void exportRow(const DibBlock& to, uint64_t toOffset, const DibBlock& from, uint
 }
 
 // Four bytes a pixel of the handle to three of the bitmap, whatever either has.
-void exportRows(const IplImage* handle, const DibBlock& dib)
+void exportRows(const IplImage* handle, const OwnExtent& dib)
 {
-    const DibBlock pixels{reinterpret_cast<uint8_t*>(handle->imageData),
-                          static_cast<size_t>(handle->imageSize)};
+    const OwnExtent pixels{reinterpret_cast<uint8_t*>(handle->imageData),
+                           static_cast<size_t>(handle->imageSize)};
     const uint64_t rowBytes = rowBytes24(handle->width);
     for (int32_t y = 0; y < handle->height; ++y) {
         const uint64_t rowInDib = static_cast<uint64_t>(handle->height - 1 - y);
@@ -214,7 +201,7 @@ QuibStatus Dib2Quib(void* dibHandle, IplImage** out, int32_t targetDepth)
 {
     if (!dibHandle || !out)
         return QUIB_BAD_ARGUMENT;
-    const DibBlock dib = lockDib(dibHandle);
+    const OwnExtent dib = lockDib(dibHandle);
     const QuibStatus status = dib.start ? importDib(dib, out, targetDepth) : QUIB_BAD_ARGUMENT;
     GlobalUnlock(dibHandle);
     return status;
@@ -230,8 +217,10 @@ QuibStatus Dib2Quib0(const void* header, const void* bits, IplImage** out)
         return status;
     if (shape.biBitCount < 24)
         return importThroughBlock(shape, bits, out);
-    const DibRows rows{static_cast<const uint8_t*>(bits), SIZE_MAX, separateRowBytes(shape),
-                       static_cast<size_t>(shape.biBitCount / 8)};
+    // Nothing tells where the pixels end; they are only read.
+    uint8_t* start = static_cast<uint8_t*>(const_cast<void*>(bits));
+    const DibRows rows{
+        {start, SIZE_MAX}, separateRowBytes(shape), static_cast<size_t>(shape.biBitCount / 8)};
     return importRows(rows, shape.biWidth, shape.biHeight, out);
 }
 
@@ -243,7 +232,7 @@ QuibStatus Quib2Dib(const IplImage* handle, void* dibHandle)
         return QUIB_BAD_ARGUMENT;
     if (const int32_t status = iplCheckImage(handle))
         return status;
-    const DibBlock dib = lockDib(dibHandle);
+    const OwnExtent dib = lockDib(dibHandle);
     if (!dib.start)
         return QUIB_BAD_ARGUMENT;
     // A bitmap that is refused stays locked.

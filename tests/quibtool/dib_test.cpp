@@ -538,6 +538,8 @@ TEST(Quib2Dib, RefusesBadHandlesBeforeItLocks)
     EXPECT_EQ(Quib2Dib(handle.get(), nullptr), QUIB_BAD_ARGUMENT);
     const CleanStatus clean;
     handle->align = 3;
+    EXPECT_EQ(Quib2Dib(handle.get(), nullptr), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(iplGetStatus(), 0) << "the null argument comes before the check";
     EXPECT_EQ(Quib2Dib(handle.get(), block.get()), -21);
     EXPECT_EQ(block.locks(), 0u);
 }
@@ -624,6 +626,23 @@ TEST(Quib2Dib, AcceptsBitCountsThatTruncateToTheHandles)
         const Bytes dib = dibWith(dibHeader(3, 3, bits), Bytes(36));
         EXPECT_EQ(exported(gray.get(), dib), expectedExport(gray.get(), dib));
     }
+}
+
+TEST(Quib2Dib, TakesSignedDepthsForNegativeNumbers)
+{
+    // They go to the engine, as one bit does, which does not know them.
+    for (const uint32_t depth : {IPL_DEPTH_8S, IPL_DEPTH_16S, IPL_DEPTH_32S}) {
+        const Image image = makeImage(3, 3, 1, depth);
+        EXPECT_REPORT(exported(image.get(), emptyDib(dibHeader(3, 3, 8))), -5, "iplConvertToDIB",
+                      "( (image->depth != 1) && (image->depth != 8) && (image->depth != 16) )",
+                      "iplDIB");
+    }
+    // Other wide elements take the loop of four bytes read.
+    Random random(10);
+    const Image wide = makeImage(3, 3, 1, IPL_DEPTH_16U);
+    randomise(wide.get(), random);
+    const Bytes dib = dibWith(dibHeader(3, 3, 8), Bytes(36));
+    EXPECT_EQ(exported(wide.get(), dib), expectedExport(wide.get(), dib));
 }
 
 TEST(Quib2Dib, LooksUpTheColoursOfOneBitHandles)
