@@ -7,13 +7,20 @@
 namespace quib
 {
 
+// How far on, in bytes, the rows begin that will be converted next, or anything:
+// rows in opposite orders come from memory too slowly unless they are announced.
+struct RowsAhead {
+    ptrdiff_t dst;
+    ptrdiff_t src;
+};
+
 // Rows that need no alignment and do not overlap. Nothing outside the `count`
 // pixels of either is read or written.
 struct ConvertKernels {
     // Bytes B, G, R into B, G, R, 255.
-    void (*opaqueFrom24)(uint8_t* dst, const uint8_t* src, size_t count);
+    void (*opaqueFrom24)(uint8_t* dst, const uint8_t* src, size_t count, RowsAhead ahead);
     // Bytes B, G, R, x into B, G, R, 255.
-    void (*opaqueFrom32)(uint8_t* dst, const uint8_t* src, size_t count);
+    void (*opaqueFrom32)(uint8_t* dst, const uint8_t* src, size_t count, RowsAhead ahead);
     // Bytes B, G, R, x into B, G, R.
     void (*to24)(uint8_t* dst, const uint8_t* src, size_t count);
 };

@@ -15,6 +15,12 @@ void convertStore(uint8_t* bytes, uint32_t word)
     __builtin_memcpy(bytes, &word, 4);
 }
 
+void prefetchNext(const uint8_t* dst, const uint8_t* src, RowsAhead ahead)
+{
+    __builtin_prefetch(dst + ahead.dst, 1);
+    __builtin_prefetch(src + ahead.src);
+}
+
 // Four pixels are three words on the 24-bit side.
 
 void opaqueFrom24Words(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count)
@@ -58,7 +64,8 @@ void to24Words(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t co
 
 // The compiler finds no byte shuffles in the plain forms.
 
-void opaqueFrom24(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count)
+void opaqueFrom24(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count,
+                  RowsAhead ahead)
 {
     // Eight pixels from the low 12 bytes of each half; the upper half's load
     // reads four bytes more than it uses.
@@ -67,6 +74,7 @@ void opaqueFrom24(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t
         _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
     const __m256i alpha = _mm256_set1_epi32(static_cast<int>(opaque));
     for (; count >= pixelsRead; count -= 8, src += 24, dst += 32) {
+        prefetchNext(dst, src, ahead);
         const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
         const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 12));
         const __m256i packed = _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
@@ -95,7 +103,7 @@ void to24(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count)
 
 #else
 
-void opaqueFrom24(uint8_t* dst, const uint8_t* src, size_t count)
+void opaqueFrom24(uint8_t* dst, const uint8_t* src, size_t count, RowsAhead)
 {
     opaqueFrom24Words(dst, src, count);
 }
@@ -107,8 +115,15 @@ void to24(uint8_t* dst, const uint8_t* src, size_t count)
 
 #endif
 
-void opaqueFrom32(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count)
+void opaqueFrom32(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count,
+                  RowsAhead ahead)
 {
+    constexpr size_t pixelsOfLine = 16;
+    for (; count >= pixelsOfLine; count -= pixelsOfLine, src += 64, dst += 64) {
+        prefetchNext(dst, src, ahead);
+        for (size_t i = 0; i < pixelsOfLine; ++i)
+            convertStore(dst + i * 4, convertLoad(src + i * 4) | opaque);
+    }
     for (size_t i = 0; i < count; ++i)
         convertStore(dst + i * 4, convertLoad(src + i * 4) | opaque);
 }

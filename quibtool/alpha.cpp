@@ -13,22 +13,35 @@ uint8_t* pixelsOf(const IplImage* handle)
     return reinterpret_cast<uint8_t*>(handle->imageData);
 }
 
-// Calls work(row, width) for each row of the whole image; for none of a record
-// whose sizes describe no block.
-template<class Work>
-void forEachRow(const IplImage* handle, Work work)
+struct Rows {
+    uint8_t* first;
+    size_t width;
+    size_t height;
+    size_t step;
+};
+
+// The rows of the whole image; none of a record whose sizes describe no block.
+Rows rowsOf(const IplImage* handle)
 {
     if (ownBlockBytes(handle) == 0 || handle->width < 1)
-        return;
-    uint8_t* row = pixelsOf(handle);
-    for (int32_t y = 0; y < handle->height; ++y, row += handle->widthStep)
-        work(row, static_cast<size_t>(handle->width));
+        return {};
+    return {pixelsOf(handle), static_cast<size_t>(handle->width),
+            static_cast<size_t>(handle->height), static_cast<size_t>(handle->widthStep)};
+}
+
+// Calls work(row, width) for each row.
+template<class Work>
+void forEachRow(const Rows& rows, Work work)
+{
+    for (size_t y = 0; y < rows.height; ++y)
+        work(rows.first + y * rows.step, rows.width);
 }
 
 void setWholeAlpha(IplImage* handle, uint8_t alpha)
 {
     const quib::AlphaKernels& kernels = quib::kernels().alpha;
-    forEachRow(handle, [&](uint8_t* row, size_t width) { kernels.constant(row, alpha, width); });
+    forEachRow(rowsOf(handle),
+               [&](uint8_t* row, size_t width) { kernels.constant(row, alpha, width); });
 }
 
 // The rectangle is already clipped. Its left edge counts bytes, and its top
@@ -46,23 +59,29 @@ void setRectAlpha(IplImage* handle, const QuibRect& rect, uint8_t alpha)
 void alphaFromPlane(IplImage* handle, const IplImage* plane, uint32_t scale)
 {
     const quib::AlphaKernels& kernels = quib::kernels().alpha;
+    Rows rows = rowsOf(handle);
+    const size_t planeStep = static_cast<size_t>(std::max(plane->widthStep, 0));
+    if (rows.step == rows.width * 4 && planeStep == rows.width) {
+        rows.width *= rows.height; // without gaps on either side they are one
+        rows.height = std::min(rows.height, size_t{1});
+    }
     // A plane smaller than the image is the caller's mistake, but no read
     // leaves its block.
     size_t bytesLeft = ownBlockBytes(plane);
     const uint8_t* planeRow = pixelsOf(plane);
-    forEachRow(handle, [&](uint8_t* row, size_t width) {
-        if (bytesLeft == 0)
-            return;
+    forEachRow(rows, [&](uint8_t* row, size_t width) {
         kernels.fromPlane(row, planeRow, scale, std::min(width, bytesLeft));
-        planeRow += plane->widthStep;
-        bytesLeft -= static_cast<size_t>(plane->widthStep);
+        const size_t advance = std::min(planeStep, bytesLeft);
+        planeRow += advance;
+        bytesLeft -= advance;
     });
 }
 
 void scaleOwnAlpha(IplImage* handle, uint32_t scale)
 {
     const quib::AlphaKernels& kernels = quib::kernels().alpha;
-    forEachRow(handle, [&](uint8_t* row, size_t width) { kernels.scale(row, scale, width); });
+    forEachRow(rowsOf(handle),
+               [&](uint8_t* row, size_t width) { kernels.scale(row, scale, width); });
 }
 
 } // namespace

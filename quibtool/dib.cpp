@@ -52,21 +52,24 @@ struct DibRows {
     size_t pixelBytes; // 3 or 4
 };
 
-// One row of opaque pixels; those that the block does not hold are black.
+// One row of opaque pixels; those that the block does not hold are black. The
+// next row comes above it.
 void importRow(uint8_t* to, const DibRows& from, uint64_t offset, size_t width)
 {
     const quib::ConvertKernels& convert = quib::kernels().convert;
     const auto importPixels = from.pixelBytes == 3 ? convert.opaqueFrom24 : convert.opaqueFrom32;
     const size_t held = ownHeldBytes(from.extent, offset, width * from.pixelBytes);
     const size_t whole = held / from.pixelBytes;
+    const quib::RowsAhead ahead{-static_cast<ptrdiff_t>(width * 4),
+                                static_cast<ptrdiff_t>(from.step)};
     if (whole > 0)
-        importPixels(to, from.extent.start + offset, whole);
+        importPixels(to, from.extent.start + offset, whole, ahead);
     if (whole == width)
         return;
     uint8_t last[4] = {};
     if (const size_t rest = held % from.pixelBytes)
         std::memcpy(last, from.extent.start + offset + held - rest, rest);
-    importPixels(to + whole * 4, last, 1);
+    importPixels(to + whole * 4, last, 1, ahead);
     quib::kernels().block.fill32(to + whole * 4 + 4, 0xFF000000u, width - whole - 1);
 }
 
