@@ -10,6 +10,7 @@
 #include <libyuv/scale_argb.h>
 #endif
 
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -60,6 +61,23 @@ void scalePlane(const Shared& src, const Shared& dst, const Sizes& s)
 }
 #endif
 
+// What the memory takes for a reduction: reads each line of the cache that the
+// rows of its sources lie in, and fills the result.
+void readRows(const Shared& src, const Shared& dst, const Sizes& s, int rowsOfOutput)
+{
+    constexpr size_t line = 64;
+    const size_t rowBytes = static_cast<size_t>(src->handle()->widthStep);
+    unsigned sum = 0;
+    for (int y = 0; y < s.dstHeight; ++y) {
+        const int first = y * s.srcHeight / s.dstHeight;
+        const uint8_t* row = src->data() + static_cast<size_t>(first) * rowBytes;
+        for (size_t i = 0; i < rowBytes * static_cast<size_t>(rowsOfOutput); i += line)
+            sum += row[i];
+    }
+    std::memset(dst->data(), static_cast<int>(sum & 1), dst->bytes());
+    keep(dst->data());
+}
+
 struct Kind {
     const char* name;
     int bitDepth;
@@ -80,8 +98,10 @@ void addLarge(const Kind& kind, const Sizes& sizes)
                .peer = "",
                .theirs = {},
                .floor = {}};
-#if defined(QUIB_BENCH_LIBYUV)
     const bool nearest = kind.mode == STRETCH_NEAREST;
+    if (sizes.dstHeight < sizes.srcHeight)
+        large.floor = [=] { readRows(src, dst, sizes, nearest ? 1 : 2); };
+#if defined(QUIB_BENCH_LIBYUV)
     if (kind.bitDepth == 8) {
         large.peer = "libyuv ScalePlane, no filter";
         large.theirs = [=] { scalePlane(src, dst, sizes); };
