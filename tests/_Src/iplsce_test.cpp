@@ -599,6 +599,41 @@ TEST(IplCopy, LeavesTwoMasksToLogic)
     EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
 }
 
+TEST(IplCopy, PassesARefusalOfLogicOnAsABackTrace)
+{
+    Random random(43);
+    const Image src = makeImage(9, 3, 1, IPL_DEPTH_1U);
+    const Image dst = makeImage(9, 3, 1, IPL_DEPTH_1U, 0, 4, 1);
+    giveRandomMask(src.get(), 9, 3, random);
+    EXPECT_REPORT(iplCopy(src.get(), dst.get()), -5, "iplAnd", "(nChSrcB != nChDst)", "ipland");
+    const RecordedReports reports;
+    iplCopy(src.get(), dst.get());
+    ASSERT_FALSE(reports.all().empty());
+    EXPECT_EQ(reports.all().back(), (Report{-1, "iplCopy", "", "iplsce"}));
+}
+
+TEST(IplCopy, TakesTheMaskOfOneOfTwoMasksAsAThird)
+{
+    Random random(42);
+    const Image src = makeImage(9, 3, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(9, 3, 1, IPL_DEPTH_8U);
+    randomise(src.get(), random);
+    giveRandomMask(src.get(), 9, 3, random);
+    const Image inner = makeImage(9, 3, 1, IPL_DEPTH_1U);
+    randomise(inner.get(), random);
+    giveRandomMask(dst.get(), 9, 3, random)->maskROI = inner.get();
+    const Twin before(dst.get());
+    const Twin expected(dst.get());
+    plainCopy(src.get(), expected.get());
+    iplCopy(src.get(), dst.get());
+    dst->maskROI->maskROI = nullptr;
+    for (int32_t y = 0; y < 3; ++y)
+        for (int32_t x = 0; x < 9; ++x)
+            EXPECT_EQ(
+                element(dst.get(), x, y, 0),
+                element(maskLets(inner.get(), x, y) ? expected.get() : before.get(), x, y, 0));
+}
+
 TEST(IplCopy, LeavesTheDestinationWhenMemoryForItsMaskRunsOut)
 {
     Random random(41);

@@ -235,6 +235,18 @@ TEST(QuibHasMMX, IsReadFromThisProcessor)
 #endif
 }
 
+#if defined(__x86_64__) || defined(__i386__)
+TEST(QuibProcessorLevel, KnowsTheMakerOfThisProcessor)
+{
+    const ProcessorIdentity identity = ownIdentifyProcessor();
+    EXPECT_GE(identity.highestLeaf, 1u);
+    EXPECT_LT(identity.highestLeaf, 256u);
+    EXPECT_EQ(std::memcmp(identity.vendor, "AuthenticAMD", 12) == 0, !!__builtin_cpu_is("amd"));
+    EXPECT_EQ(std::memcmp(identity.vendor, "GenuineIntel", 12) == 0, !!__builtin_cpu_is("intel"));
+    EXPECT_NE(identity.signature, 0u);
+}
+#endif
+
 TEST(EngineQuadWarpEnabled, StartsAtOne)
 {
     EXPECT_EQ(engineQuadWarpEnabled, 1);

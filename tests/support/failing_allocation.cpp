@@ -34,16 +34,22 @@ int32_t FailingAllocation::asked() const
 }
 
 // The linker's names for the calls of this program and for what they stand for.
+// It looks for them on behalf of shared libraries too.
+#if defined(_WIN32)
+#define QUIB_LINKED
+#else
+#define QUIB_LINKED __attribute__((visibility("default")))
+#endif
 extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
 
-void* __wrap_malloc(size_t size)
+QUIB_LINKED void* __wrap_malloc(size_t size)
 {
     return mustFail() ? nullptr : __real_malloc(size);
 }
 
-void* __wrap_calloc(size_t count, size_t size)
+QUIB_LINKED void* __wrap_calloc(size_t count, size_t size)
 {
     return mustFail() ? nullptr : __real_calloc(count, size);
 }
