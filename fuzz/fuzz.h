@@ -69,25 +69,16 @@ struct LeaksAllowed {
     LeaksAllowed& operator=(const LeaksAllowed&) = delete;
 };
 
-// Takes choices off the front of the input; zeros once it is used up.
-class FuzzInput
+// Takes choices off the front of the input, a byte each.
+class FuzzChoices
 {
 public:
-    FuzzInput(const uint8_t* bytes, size_t count) : next(bytes), left(count) {}
+    explicit FuzzChoices(const uint8_t* bytes) : next(bytes) {}
 
-    uint32_t choose(uint32_t count)
-    {
-        if (left == 0)
-            return 0;
-        --left;
-        return *next++ % count;
-    }
-    const uint8_t* rest() const { return next; }
-    size_t size() const { return left; }
+    uint32_t choose(uint32_t count) { return *next++ % count; }
 
 private:
     const uint8_t* next;
-    size_t left;
 };
 
 // A block of its own of exactly these bytes.

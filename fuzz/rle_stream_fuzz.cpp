@@ -1,5 +1,5 @@
 // A run-length stream of any content; what can be decoded must come back from
-// the encoder as it was. The first bytes choose the coding and the size.
+// the encoder as it was. The first four bytes choose the coding and the size.
 #include "fuzz/fuzz.h"
 
 #include "_Src/ownrle.h"
@@ -7,21 +7,22 @@
 namespace
 {
 
+constexpr size_t choiceBytes = 4;
 constexpr size_t tableBytes = 4;
 
-BITMAPINFOHEADER chooseHeader(FuzzInput& input)
+BITMAPINFOHEADER chooseHeader(FuzzChoices choices)
 {
     BITMAPINFOHEADER header{};
     header.biSize = sizeof header;
     header.biPlanes = 1;
     header.biClrUsed = 1;
-    const bool rle8 = input.choose(2) == 0;
+    const bool rle8 = choices.choose(2) == 0;
     header.biBitCount = rle8 ? 8 : 4;
     header.biCompression = rle8 ? BI_RLE8 : BI_RLE4;
     // Most are small; a few are as large as sizes can be.
-    const uint32_t scale = input.choose(16);
-    header.biWidth = static_cast<LONG>(input.choose(255) + 1);
-    header.biHeight = static_cast<LONG>(input.choose(64));
+    const uint32_t scale = choices.choose(16);
+    header.biWidth = static_cast<LONG>(choices.choose(255) + 1);
+    header.biHeight = static_cast<LONG>(choices.choose(64));
     if (scale == 1)
         header.biWidth *= 0x800000;
     if (scale == 2)
@@ -77,10 +78,11 @@ void encodeAndCompare(const BITMAPINFOHEADER& header, const uint8_t* rows)
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    FuzzInput input(data, size);
-    const BITMAPINFOHEADER header = chooseHeader(input);
+    if (size < choiceBytes)
+        return 0;
+    const BITMAPINFOHEADER header = chooseHeader(FuzzChoices(data));
     startFuzzInput();
-    const OwnDib dib = makeDib(header, input.rest(), input.size());
+    const OwnDib dib = makeDib(header, data + choiceBytes, size - choiceBytes);
     if (uint8_t* rows = ownDecompressRLE(dib)) {
         if (!isLegalButHuge(header.biWidth, header.biHeight))
             encodeAndCompare(header, rows);
