@@ -23,6 +23,12 @@ struct Sampling {
     const IplAxis& y;
 };
 
+// The elements of a destination row in one plane.
+int64_t lineLength(const Sampling& job)
+{
+    return static_cast<int64_t>(job.x.count) * job.src.channels;
+}
+
 // --- Nearest ---------------------------------------------------------------------
 
 int32_t nearestRow(const Sampling& job, int32_t y)
@@ -68,7 +74,7 @@ bool sampleNearest(const Sampling& job)
     const int32_t channels = job.src.channels;
     const bool inPlace = ownTakesWholeRows(job.dst);
     const IplScratch<int32_t> offsets(width);
-    const IplScratch<Element> scratch(static_cast<int64_t>(width) * channels);
+    const IplScratch<Element> scratch(lineLength(job));
     if (!offsets.data || !scratch.data)
         return false;
     for (int32_t x = 0; x < width; ++x)
@@ -201,6 +207,34 @@ struct Lines {
     int32_t rows[taps];
 };
 
+// Makes every destination row of the lines in its window, with makeLine(line,
+// plane, row) and makeRow(out, lines, window, count of elements).
+template<class Element, class Line, int32_t taps, class MakeLine, class MakeRow>
+bool makeRows(const Sampling& job, MakeLine makeLine, MakeRow makeRow)
+{
+    const int64_t count = lineLength(job);
+    const bool inPlace = ownTakesWholeRows(job.dst);
+    const IplScratch<Window> windows(job.y.count);
+    const IplScratch<Element> scratch(count);
+    Lines<Line, taps> lines(count + quib::zoomLanes);
+    if (!windows.data || !scratch.data || !lines.block.data)
+        return false;
+    setWindows<taps>(windows.data, job.y, job.src.y, job.srcHeight);
+    for (int32_t plane = 0; plane < job.src.planes; ++plane) {
+        lines.forget();
+        const auto makePlaneLine = [&](Line* line, int32_t row) { makeLine(line, plane, row); };
+        for (int32_t y = 0; y < job.y.count; ++y) {
+            const Line* found[taps];
+            lines.find(found, windows.data[y], makePlaneLine);
+            Element* out = inPlace ? ownTargetRow<Element>(job.dst, plane, y) : scratch.data;
+            makeRow(out, found, windows.data[y], count);
+            if (!inPlace)
+                ownDeliver(job.dst, plane, y, out, job.src.channels);
+        }
+    }
+    return true;
+}
+
 // --- 16-bit and float --------------------------------------------------------------
 
 void store(uint16_t* out, double value)
@@ -243,32 +277,15 @@ void makeWideRow(Element* out, const double* const* lines, const Window& window,
 template<class Element, int32_t taps>
 bool sampleWide(const Sampling& job)
 {
-    const int64_t count = static_cast<int64_t>(job.x.count) * job.src.channels;
-    const bool inPlace = ownTakesWholeRows(job.dst);
     const IplScratch<Window> columns(job.x.count);
-    const IplScratch<Window> rows(job.y.count);
-    const IplScratch<Element> scratch(count);
-    Lines<double, taps> lines(count);
-    if (!columns.data || !rows.data || !scratch.data || !lines.block.data)
+    if (!columns.data)
         return false;
     setWindows<taps>(columns.data, job.x, job.src.x, job.srcWidth);
-    setWindows<taps>(rows.data, job.y, job.src.y, job.srcHeight);
-    for (int32_t plane = 0; plane < job.src.planes; ++plane) {
-        lines.forget();
-        const auto makeLine = [&](double* line, int32_t row) {
-            makeWideLine<Element, taps>(
-                line, reinterpret_cast<const Element*>(job.src.row(plane, row)), job, columns.data);
-        };
-        for (int32_t y = 0; y < job.y.count; ++y) {
-            const double* found[taps];
-            lines.find(found, rows.data[y], makeLine);
-            Element* out = inPlace ? ownTargetRow<Element>(job.dst, plane, y) : scratch.data;
-            makeWideRow<Element, taps>(out, found, rows.data[y], count);
-            if (!inPlace)
-                ownDeliver(job.dst, plane, y, out, job.src.channels);
-        }
-    }
-    return true;
+    const auto makeLine = [&](double* line, int32_t plane, int32_t row) {
+        const uint8_t* src = job.src.row(plane, row);
+        makeWideLine<Element, taps>(line, reinterpret_cast<const Element*>(src), job, columns.data);
+    };
+    return makeRows<Element, double, taps>(job, makeLine, makeWideRow<Element, taps>);
 }
 
 // --- 8-bit ---------------------------------------------------------------------------
@@ -382,38 +399,25 @@ int64_t layGroups(Group* groups, const Window* windows, const Sampling& job,
 template<class Group, int32_t taps>
 bool sample8(const Sampling& job)
 {
-    const int64_t count = static_cast<int64_t>(job.x.count) * job.src.channels;
-    const bool inPlace = ownTakesWholeRows(job.dst);
     const RowSource source(job);
     const IplScratch<Window> columns(job.x.count);
-    const IplScratch<Window> rows(job.y.count);
-    const IplScratch<uint8_t> scratch(count);
-    Lines<int16_t, taps> lines(count + quib::zoomLanes);
-    if (!source.copy.data || !columns.data || !rows.data || !scratch.data || !lines.block.data)
+    if (!source.copy.data || !columns.data)
         return false;
     setWindows<taps>(columns.data, job.x, job.src.x, job.srcWidth);
-    setWindows<taps>(rows.data, job.y, job.src.y, job.srcHeight);
     const int64_t groupCount = layGroups<Group, taps>(nullptr, columns.data, job, source);
     const IplScratch<Group> groups(groupCount);
     if (!groups.data)
         return false;
     layGroups<Group, taps>(groups.data, columns.data, job, source);
 
-    for (int32_t plane = 0; plane < job.src.planes; ++plane) {
-        lines.forget();
-        const auto makeLine = [&](int16_t* line, int32_t row) {
-            makeLine8(line, source.row(plane, row), groups.data, static_cast<size_t>(groupCount));
-        };
-        for (int32_t y = 0; y < job.y.count; ++y) {
-            const int16_t* found[taps];
-            lines.find(found, rows.data[y], makeLine);
-            uint8_t* out = inPlace ? ownTargetRow<uint8_t>(job.dst, plane, y) : scratch.data;
-            makeRow8(out, found, rows.data[y], static_cast<size_t>(count));
-            if (!inPlace)
-                ownDeliver(job.dst, plane, y, out, job.src.channels);
-        }
-    }
-    return true;
+    const auto makeLine = [&](int16_t* line, int32_t plane, int32_t row) {
+        makeLine8(line, source.row(plane, row), groups.data, static_cast<size_t>(groupCount));
+    };
+    const auto makeRow = [](uint8_t* out, const int16_t* const(&lines)[taps], const Window& window,
+                            int64_t count) {
+        makeRow8(out, lines, window, static_cast<size_t>(count));
+    };
+    return makeRows<uint8_t, int16_t, taps>(job, makeLine, makeRow);
 }
 
 // --- Choice ----------------------------------------------------------------------------

@@ -101,35 +101,32 @@ bool averageWhole(const Areas& job, int32_t xSize, int32_t ySize)
 
 // --- Areas that cut pixels -------------------------------------------------------------
 
-// The source pixels under a destination pixel along one axis. Those between the
-// first and the last count in full.
-struct Span {
-    int32_t first;
-    int32_t count;
-    float head;
-    float tail; // of the last, if there is more than one
+using quib::AreaSpan;
 
-    void add(int32_t pixel, float weight)
-    {
-        if (count++ == 0) {
-            first = pixel;
-            head = weight;
-        } else {
-            tail = weight;
-        }
+void addPixel(AreaSpan* span, int32_t pixel, float weight)
+{
+    if (span->count++ == 0) {
+        span->first = pixel;
+        span->head = weight;
+    } else {
+        span->tail = weight;
     }
-    float weight(int32_t i) const { return i == 0 ? head : i == count - 1 ? tail : 1.0f; }
-};
+}
 
-void setSpans(Span* spans, int32_t count, float size, int32_t limit)
+float weightOf(const AreaSpan& span, int32_t i)
+{
+    return i == 0 ? span.head : i == span.count - 1 ? span.tail : 1.0f;
+}
+
+void setSpans(AreaSpan* spans, int32_t count, float size, int32_t limit)
 {
     constexpr float tolerance = 0.0001f;
-    std::memset(spans, 0, sizeof(Span) * count);
-    Span* const end = spans + count;
+    std::memset(spans, 0, sizeof(AreaSpan) * count);
+    AreaSpan* const end = spans + count;
     float rest = size; // what the span in hand still takes
     for (int32_t pixel = 0; pixel < limit && spans != end; ++pixel) {
         if (rest >= 1.0f - tolerance) {
-            spans->add(pixel, 1.0f);
+            addPixel(spans, pixel, 1.0f);
             rest -= 1.0f;
             if (rest <= tolerance) {
                 ++spans;
@@ -137,47 +134,55 @@ void setSpans(Span* spans, int32_t count, float size, int32_t limit)
             }
             continue;
         }
-        spans->add(pixel, rest);
+        addPixel(spans, pixel, rest);
         if (++spans != end)
-            spans->add(pixel, 1.0f - rest);
+            addPixel(spans, pixel, 1.0f - rest);
         rest = size - (1.0f - rest);
     }
+    // Rounding may have pushed the last boundary past the last pixel.
     for (; spans != end; ++spans)
         if (spans->count == 0)
-            spans->add(limit - 1, 1.0f);
+            addPixel(spans, limit - 1, 1.0f);
 }
 
-void addRow(float* sums, const uint8_t* row, float weight, int64_t count)
-{
-    quib::kernels().area.addRow(sums, row, weight, static_cast<size_t>(count));
-}
+// The tables and the sum buffer of a call.
+struct AreaTables {
+    AreaTables(const Areas& job, const IplFactors& factors)
+        : columns(job.width), rows(job.height),
+          elements(static_cast<int64_t>(job.srcWidth) * job.src.stride),
+          sums(elements + quib::areaSlack), between(elements)
+    {
+        const float xSize = static_cast<float>(factors.xSrc) / static_cast<float>(factors.xDst);
+        const float ySize = static_cast<float>(factors.ySrc) / static_cast<float>(factors.yDst);
+        area = xSize * ySize;
+        if (!exists())
+            return;
+        setSpans(columns.data, job.width, xSize, job.srcWidth);
+        setSpans(rows.data, job.height, ySize, job.srcHeight);
+        clear();
+    }
+    bool exists() const { return columns.data && rows.data && sums.data && between.data; }
+    void clear() const
+    {
+        std::memset(sums.data, 0, sizeof(float) * static_cast<size_t>(elements + quib::areaSlack));
+    }
+    float scale() const { return static_cast<float>(1.0 / area); }
 
-template<class Element>
-void addRow(float* sums, const Element* row, float weight, int64_t count)
-{
-    for (int64_t i = 0; i < count; ++i)
-        sums[i] += weight * static_cast<float>(row[i]);
-}
+    IplScratch<AreaSpan> columns;
+    IplScratch<AreaSpan> rows;
+    int64_t elements;             // in a source row
+    IplScratch<float> sums;       // of the columns, under one destination row
+    IplScratch<uint32_t> between; // the row kernel's scratch
+    float area;                   // of a destination pixel
+};
 
-void addBits(float* sums, const uint8_t* row, int32_t start, float weight, int32_t count)
-{
-    for (int32_t i = 0; i < count; ++i)
-        if (ownBit(row, start + i))
-            sums[i] += weight;
-}
-
-float spanSum(const float* sums, const Span& span, int32_t stride)
+float spanSum(const float* sums, const AreaSpan& span, int32_t stride)
 {
     const float* at = sums + static_cast<ptrdiff_t>(span.first) * stride;
-    float sum = span.head * *at;
-    for (int32_t i = 1; i < span.count; ++i)
-        sum += span.weight(i) * at[static_cast<ptrdiff_t>(i) * stride];
+    float sum = 0;
+    for (int32_t i = 0; i < span.count; ++i)
+        sum += weightOf(span, i) * at[static_cast<ptrdiff_t>(i) * stride];
     return sum;
-}
-
-void store(uint8_t* out, float value)
-{
-    *out = static_cast<uint8_t>(std::min(static_cast<int32_t>(value + 0.5f), 255));
 }
 
 void store(uint16_t* out, float value)
@@ -190,62 +195,60 @@ void store(float* out, float value)
     *out = value;
 }
 
-// The tables and the sum buffer of a call.
-struct AreaTables {
-    AreaTables(const Areas& job, const IplFactors& factors)
-        : columns(job.width), rows(job.height), elements(sumCount(job)), sums(elements)
-    {
-        const float xSize = static_cast<float>(factors.xSrc) / static_cast<float>(factors.xDst);
-        const float ySize = static_cast<float>(factors.ySrc) / static_cast<float>(factors.yDst);
-        area = xSize * ySize;
-        if (!exists())
-            return;
-        setSpans(columns.data, job.width, xSize, job.srcWidth);
-        setSpans(rows.data, job.height, ySize, job.srcHeight);
-    }
-    bool exists() const { return columns.data && rows.data && sums.data; }
-    static int64_t sumCount(const Areas& job)
-    {
-        return static_cast<int64_t>(job.srcWidth) * job.src.stride;
-    }
-    void clear() const { std::memset(sums.data, 0, sizeof(float) * static_cast<size_t>(elements)); }
-
-    IplScratch<Span> columns;
-    IplScratch<Span> rows;
-    int64_t elements;
-    IplScratch<float> sums; // one for each element of a source row
-    float area;             // of a destination pixel
-};
-
+// A destination row, all elements of its pixels.
 template<class Element>
-void averageRow(Element* out, const AreaTables& tables, const Areas& job)
+void averageRow(Element* out, const Areas& job, const AreaTables& tables, int32_t plane,
+                const AreaSpan& rows)
 {
-    const float scale = static_cast<float>(1.0 / tables.area);
-    const float* sums = tables.sums.data + job.src.first;
+    float* const sums = tables.sums.data;
+    tables.clear();
+    for (int32_t i = 0; i < rows.count; ++i) {
+        const Element* row = regionRow<Element>(job, plane, rows.first + i);
+        const float weight = weightOf(rows, i);
+        for (int64_t k = 0; k < tables.elements; ++k)
+            sums[k] += weight * static_cast<float>(row[k]);
+    }
+    const int32_t stride = job.src.stride;
+    const float scale = tables.scale();
     for (int32_t x = 0; x < job.width; ++x)
-        for (int32_t c = 0; c < job.src.channels; ++c)
-            store(out++, spanSum(sums + c, tables.columns.data[x], job.src.stride) * scale);
+        for (int32_t c = 0; c < stride; ++c)
+            store(out++, spanSum(sums + c, tables.columns.data[x], stride) * scale);
+}
+
+void averageRow(uint8_t* out, const Areas& job, const AreaTables& tables, int32_t plane,
+                const AreaSpan& rows)
+{
+    const quib::AreaKernels& kernels = quib::kernels().area;
+    kernels.spanColumns(tables.sums.data, regionRow<uint8_t>(job, plane, rows.first), job.src.step,
+                        rows, static_cast<size_t>(tables.elements), tables.between.data);
+    kernels.spanMeans(out, tables.sums.data, tables.columns.data, static_cast<size_t>(job.width),
+                      job.src.stride, tables.scale());
 }
 
 template<class Element>
 bool averageCut(const Areas& job, const IplFactors& factors)
 {
     const AreaTables tables(job, factors);
-    const IplScratch<Element> scratch(static_cast<int64_t>(job.width) * job.src.channels);
+    const IplScratch<Element> scratch(static_cast<int64_t>(job.width) * job.src.stride);
     if (!tables.exists() || !scratch.data)
         return false;
+    const bool inPlace = ownTakesWholeRows(job.dst) && job.src.channels == job.src.stride;
     for (int32_t plane = 0; plane < job.src.planes; ++plane) {
         for (int32_t y = 0; y < job.height; ++y) {
-            const Span& span = tables.rows.data[y];
-            tables.clear();
-            for (int32_t i = 0; i < span.count; ++i)
-                addRow(tables.sums.data, regionRow<Element>(job, plane, span.first + i),
-                       span.weight(i), tables.elements);
-            averageRow(scratch.data, tables, job);
-            ownDeliver(job.dst, plane, y, scratch.data, job.src.channels);
+            Element* out = inPlace ? ownTargetRow<Element>(job.dst, plane, y) : scratch.data;
+            averageRow(out, job, tables, plane, tables.rows.data[y]);
+            if (!inPlace)
+                ownDeliver(job.dst, plane, y, out + job.src.first, job.src.stride);
         }
     }
     return true;
+}
+
+void addBits(float* sums, const uint8_t* row, int32_t start, float weight, int32_t count)
+{
+    for (int32_t i = 0; i < count; ++i)
+        if (ownBit(row, start + i))
+            sums[i] += weight;
 }
 
 bool averageBits(const Areas& job, const IplFactors& factors)
@@ -257,11 +260,11 @@ bool averageBits(const Areas& job, const IplFactors& factors)
     // Weights are a little off in single precision; a half is to count as one.
     const float half = tables.area * (0.5f - 0.0001f);
     for (int32_t y = 0; y < job.height; ++y) {
-        const Span& span = tables.rows.data[y];
+        const AreaSpan& span = tables.rows.data[y];
         tables.clear();
         for (int32_t i = 0; i < span.count; ++i)
             addBits(tables.sums.data, job.src.row(0, job.src.y + span.first + i), job.src.x,
-                    span.weight(i), job.srcWidth);
+                    weightOf(span, i), job.srcWidth);
         for (int32_t x = 0; x < job.width; ++x)
             ownPutBit(bits.data, x, spanSum(tables.sums.data, tables.columns.data[x], 1) >= half);
         ownDeliverBits(job.dst, y, bits.data);

@@ -21,14 +21,6 @@ struct Sizes {
     int dstHeight;
 };
 
-void resize(const Pixels& src, const Pixels& dst, const Sizes& sizes, int mode)
-{
-    const auto scale = sizes.dstWidth < sizes.srcWidth ? iplDecimate : iplZoom;
-    scale(src.handle(), dst.handle(), sizes.dstWidth, sizes.srcWidth, sizes.dstHeight,
-          sizes.srcHeight, mode);
-    keep(dst.data());
-}
-
 #if defined(QUIB_BENCH_LIBYUV)
 // As many planes as the pixels have channels.
 void scalePlanes(const Pixels& src, const Pixels& dst, const Sizes& sizes, int planes,
@@ -51,12 +43,13 @@ void addResize(const std::string& operation, int bitDepth, const Sizes& sizes, i
 {
     const auto src = std::make_shared<Pixels>(sizes.srcWidth, sizes.srcHeight, bitDepth);
     const auto dst = std::make_shared<Pixels>(sizes.dstWidth, sizes.dstHeight, bitDepth);
-    Case resizeCase{.operation = operation + " from " + std::to_string(sizes.srcWidth) + "x" +
+    Case resizeCase{.operation = "QuibResize " + operation + " from " +
+                                 std::to_string(sizes.srcWidth) + "x" +
                                  std::to_string(sizes.srcHeight),
                     .width = sizes.dstWidth,
                     .height = sizes.dstHeight,
                     .limit = {.ratio = limit},
-                    .ours = [=] { resize(*src, *dst, sizes, mode); },
+                    .ours = [=] { QuibResize(src->handle(), dst->handle(), mode); },
                     .peer = "",
                     .theirs = {},
                     .floor = {}};

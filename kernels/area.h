@@ -17,6 +17,18 @@ struct AreaBlock {
 
 constexpr int64_t areaLargestBlock = 1 << 23;
 
+// The source pixels under a destination pixel along one axis. The first weighs
+// `head`, the last, if there is more than one, `tail`; those between weigh 1.
+struct AreaSpan {
+    int32_t first;
+    int32_t count;
+    float head;
+    float tail;
+};
+
+// How many elements the sums of a row are followed by, of any value.
+constexpr int32_t areaSlack = 4;
+
 struct AreaKernels {
     // The means of width x height blocks, halves rounded up: a row of dst has
     // width * channels elements, a row of src xSize times as many, and there are
@@ -24,8 +36,16 @@ struct AreaKernels {
     // element of a row of src.
     void (*blockMeans)(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep,
                        const AreaBlock& block, size_t width, size_t height, void* columnSums);
-    // sums[i] += weight * src[i], in single precision.
-    void (*addRow)(float* sums, const uint8_t* src, float weight, size_t count);
+    // The weighted sums of the `count` columns of a span of rows, the first of
+    // which is at src: in single precision, head * first + (the exact sum of
+    // those between) + tail * last. Sums of bytes are to fit in 24 bits.
+    void (*spanColumns)(float* sums, const uint8_t* src, ptrdiff_t step, const AreaSpan& rows,
+                        size_t count, void* columnSums);
+    // Sums over spans of pixels of `channels` elements, in the order of the
+    // pixels, times `scale`, halves rounded up: width * channels elements, none
+    // of them above 255.
+    void (*spanMeans)(uint8_t* dst, const float* sums, const AreaSpan* spans, size_t width,
+                      int32_t channels, float scale);
 };
 
 } // namespace quib

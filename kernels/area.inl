@@ -324,12 +324,99 @@ void blockMeans(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t s
         areaPlainBlocks(dst, src, step, block, divisor, width, columnSums);
 }
 
-void addRow(float* sums, const uint8_t* src, float weight, size_t count)
+template<class Sum>
+void areaSpanColumns(float* sums, const uint8_t* src, ptrdiff_t step, const AreaSpan& rows,
+                     size_t count, Sum* between)
 {
+    const uint8_t* last = src + (rows.count - 1) * step;
+    areaColumnSums(between, src + step, step, rows.count - 2, count);
     for (size_t i = 0; i < count; ++i)
-        sums[i] += weight * static_cast<float>(src[i]);
+        sums[i] = rows.head * static_cast<float>(src[i]) +
+                  static_cast<float>(static_cast<int32_t>(between[i])) +
+                  rows.tail * static_cast<float>(last[i]);
 }
 
-constexpr AreaKernels areaKernels{blockMeans, addRow};
+void spanColumns(float* sums, const uint8_t* src, ptrdiff_t step, const AreaSpan& rows,
+                 size_t count, void* columnSums)
+{
+    if (rows.count == 1) {
+        for (size_t i = 0; i < count; ++i)
+            sums[i] = rows.head * static_cast<float>(src[i]);
+    } else if (rows.count == 2) {
+        for (size_t i = 0; i < count; ++i)
+            sums[i] = rows.head * static_cast<float>(src[i]) +
+                      rows.tail * static_cast<float>(src[step + static_cast<ptrdiff_t>(i)]);
+    } else if (rows.count <= 2 + 257) {
+        areaSpanColumns(sums, src, step, rows, count, static_cast<uint16_t*>(columnSums));
+    } else {
+        areaSpanColumns(sums, src, step, rows, count, static_cast<uint32_t*>(columnSums));
+    }
+}
+
+uint8_t areaRounded(float value)
+{
+    const int32_t whole = static_cast<int32_t>(value + 0.5f);
+    return static_cast<uint8_t>(whole > 255 ? 255 : whole);
+}
+
+uint8_t areaSpanMean(const float* at, const AreaSpan& span, int32_t channels, float scale)
+{
+    float sum = span.head * *at;
+    for (int32_t i = 1; i < span.count - 1; ++i) {
+        at += channels;
+        sum += *at;
+    }
+    if (span.count > 1)
+        sum += span.tail * at[channels];
+    return areaRounded(sum * scale);
+}
+
+#if defined(__SSE2__)
+
+// A pixel of 3 or 4 elements at once; sums of 3 read one element past them.
+__m128i areaSpanPixel(const float* at, const AreaSpan& span, int32_t channels, float scale)
+{
+    __m128 sum = _mm_mul_ps(_mm_set1_ps(span.head), _mm_loadu_ps(at));
+    for (int32_t i = 1; i < span.count - 1; ++i) {
+        at += channels;
+        sum = _mm_add_ps(sum, _mm_loadu_ps(at));
+    }
+    if (span.count > 1)
+        sum = _mm_add_ps(sum, _mm_mul_ps(_mm_set1_ps(span.tail), _mm_loadu_ps(at + channels)));
+    const __m128 shifted = _mm_add_ps(_mm_mul_ps(sum, _mm_set1_ps(scale)), _mm_set1_ps(0.5f));
+    const __m128i words = _mm_packs_epi32(_mm_cvttps_epi32(shifted), _mm_setzero_si128());
+    return _mm_packus_epi16(words, words);
+}
+
+template<int32_t channels>
+void areaSpanPixels(uint8_t* dst, const float* sums, const AreaSpan* spans, size_t width,
+                    float scale)
+{
+    for (size_t x = 0; x < width; ++x, dst += channels) {
+        const float* at = sums + static_cast<ptrdiff_t>(spans[x].first) * channels;
+        const int32_t pixel = _mm_cvtsi128_si32(areaSpanPixel(at, spans[x], channels, scale));
+        __builtin_memcpy(dst, &pixel, channels);
+    }
+}
+
+#endif
+
+void spanMeans(uint8_t* dst, const float* sums, const AreaSpan* spans, size_t width,
+               int32_t channels, float scale)
+{
+#if defined(__SSE2__)
+    if (channels == 3)
+        return areaSpanPixels<3>(dst, sums, spans, width, scale);
+    if (channels == 4)
+        return areaSpanPixels<4>(dst, sums, spans, width, scale);
+#endif
+    for (size_t x = 0; x < width; ++x) {
+        const float* at = sums + static_cast<ptrdiff_t>(spans[x].first) * channels;
+        for (int32_t c = 0; c < channels; ++c)
+            *dst++ = areaSpanMean(at + c, spans[x], channels, scale);
+    }
+}
+
+constexpr AreaKernels areaKernels{blockMeans, spanColumns, spanMeans};
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -127,23 +128,82 @@ TEST(AreaKernels, BlockMeansWalkRowsByTheirSteps)
     }
 }
 
-TEST(AreaKernels, AddRowAddsWeightedBytes)
+namespace
+{
+
+// A span of up to a few pixels, or of very many, that starts at `first`.
+quib::AreaSpan randomSpan(int32_t first, int32_t largest, Random& random)
+{
+    const int32_t count = random.between(1, largest);
+    const auto weight = [&] { return static_cast<float>(random.between(0, 1000)) / 1000.0f; };
+    return {first, count, weight(), weight()};
+}
+
+} // namespace
+
+TEST(AreaKernels, SpanColumnsWeighTheFirstAndTheLastRow)
 {
     for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
         Random random(4);
-        for (size_t count = 0; count < 80; ++count) {
+        for (size_t count = 1; count < 80; ++count) {
+            const quib::AreaSpan rows = randomSpan(0, count % 9 == 0 ? 700 : 6, random);
+            const size_t step = count + static_cast<size_t>(random.between(0, 5));
+            const GuardedBuffer src(step * static_cast<size_t>(rows.count - 1) + count);
             const GuardedBuffer sums(count * 4);
-            const GuardedBuffer src(count);
-            random.fill(src.data(), count);
-            std::vector<float> expected(count);
-            const float weight = static_cast<float>(random.between(0, 1000)) / 999.0f;
+            const GuardedBuffer scratch(count * 4);
+            random.fill(src.data(), src.size());
+            table->area.spanColumns(sums.as<float>(), src.data(), static_cast<ptrdiff_t>(step),
+                                    rows, count, scratch.data());
             for (size_t i = 0; i < count; ++i) {
-                sums.as<float>()[i] = static_cast<float>(random.between(0, 100000)) / 7.0f;
-                expected[i] = sums.as<float>()[i] + weight * static_cast<float>(src.data()[i]);
+                const auto at = [&](int32_t y) {
+                    return static_cast<float>(src.data()[static_cast<size_t>(y) * step + i]);
+                };
+                float expected = rows.head * at(0);
+                float between = 0;
+                for (int32_t y = 1; y < rows.count - 1; ++y)
+                    between += at(y);
+                if (rows.count > 2)
+                    expected += between;
+                if (rows.count > 1)
+                    expected += rows.tail * at(rows.count - 1);
+                ASSERT_EQ(sums.as<float>()[i], expected) << rows.count << " rows";
             }
-            table->area.addRow(sums.as<float>(), src.data(), weight, count);
-            for (size_t i = 0; i < count; ++i)
-                ASSERT_EQ(sums.as<float>()[i], expected[i]);
+        }
+    }
+}
+
+TEST(AreaKernels, SpanMeansSumInTheOrderOfThePixels)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        Random random(5);
+        for (int32_t channels = 1; channels <= 5; ++channels) {
+            for (size_t width = 1; width < 40; ++width) {
+                constexpr int32_t pixels = 60;
+                const size_t elements = static_cast<size_t>(pixels * channels);
+                const GuardedBuffer sums((elements + quib::areaSlack) * 4);
+                for (size_t i = 0; i < elements + quib::areaSlack; ++i)
+                    sums.as<float>()[i] = static_cast<float>(random.between(0, 2550)) / 10.0f;
+                const GuardedBuffer dst(width * channels);
+                std::vector<quib::AreaSpan> spans;
+                for (size_t x = 0; x < width; ++x) {
+                    const int32_t first = random.between(0, pixels - 1);
+                    spans.push_back(randomSpan(first, std::min(pixels - first, 7), random));
+                }
+                const float scale = 1.0f / 3.5f; // now and then too large for a byte
+                table->area.spanMeans(dst.data(), sums.as<float>(), spans.data(), width, channels,
+                                      scale);
+                for (size_t k = 0; k < width * channels; ++k) {
+                    const quib::AreaSpan& span = spans[k / channels];
+                    const float* at = sums.as<float>() + span.first * channels + k % channels;
+                    float sum = span.head * at[0];
+                    for (int32_t i = 1; i < span.count; ++i)
+                        sum += (i == span.count - 1 ? span.tail : 1.0f) * at[i * channels];
+                    ASSERT_EQ(dst.data()[k],
+                              std::min(static_cast<int32_t>(sum * scale + 0.5f), 255));
+                }
+            }
         }
     }
 }
