@@ -10,6 +10,12 @@
 namespace
 {
 
+// Whether areas are made of whole pixels.
+bool isWhole(const IplFactors& factors)
+{
+    return factors.xSrc % factors.xDst == 0 && factors.ySrc % factors.yDst == 0;
+}
+
 // --- Samples -----------------------------------------------------------------------
 
 void fillAxis(IplAxis* axis, int32_t dstFactor, int32_t srcFactor)
@@ -103,6 +109,9 @@ bool averageWhole(const Areas& job, int32_t xSize, int32_t ySize)
 
 using quib::AreaSpan;
 
+// How far a boundary may be off a whole number and still count as one.
+constexpr float boundaryTolerance = 0.0001f;
+
 void addPixel(AreaSpan* span, int32_t pixel, float weight)
 {
     if (span->count++ == 0) {
@@ -120,15 +129,14 @@ float weightOf(const AreaSpan& span, int32_t i)
 
 void setSpans(AreaSpan* spans, int32_t count, float size, int32_t limit)
 {
-    constexpr float tolerance = 0.0001f;
     std::memset(spans, 0, sizeof(AreaSpan) * count);
     AreaSpan* const end = spans + count;
     float rest = size; // what the span in hand still takes
     for (int32_t pixel = 0; pixel < limit && spans != end; ++pixel) {
-        if (rest >= 1.0f - tolerance) {
+        if (rest >= 1.0f - boundaryTolerance) {
             addPixel(spans, pixel, 1.0f);
             rest -= 1.0f;
-            if (rest <= tolerance) {
+            if (rest <= boundaryTolerance) {
                 ++spans;
                 rest = size;
             }
@@ -150,11 +158,10 @@ struct AreaTables {
     AreaTables(const Areas& job, const IplFactors& factors)
         : columns(job.width), rows(job.height),
           elements(static_cast<int64_t>(job.srcWidth) * job.src.stride),
-          sums(elements + quib::areaSlack), between(elements)
+          sums(elements + quib::areaSlack), between(elements),
+          xSize(static_cast<float>(factors.xSrc) / static_cast<float>(factors.xDst)),
+          ySize(static_cast<float>(factors.ySrc) / static_cast<float>(factors.yDst))
     {
-        const float xSize = static_cast<float>(factors.xSrc) / static_cast<float>(factors.xDst);
-        const float ySize = static_cast<float>(factors.ySrc) / static_cast<float>(factors.yDst);
-        area = xSize * ySize;
         if (!exists())
             return;
         setSpans(columns.data, job.width, xSize, job.srcWidth);
@@ -166,14 +173,15 @@ struct AreaTables {
     {
         std::memset(sums.data, 0, sizeof(float) * static_cast<size_t>(elements + quib::areaSlack));
     }
-    float scale() const { return static_cast<float>(1.0 / area); }
+    float scale() const { return static_cast<float>(1.0 / (xSize * ySize)); }
 
     IplScratch<AreaSpan> columns;
     IplScratch<AreaSpan> rows;
     int64_t elements;             // in a source row
     IplScratch<float> sums;       // of the columns, under one destination row
     IplScratch<uint32_t> between; // the row kernel's scratch
-    float area;                   // of a destination pixel
+    float xSize;                  // of a destination pixel
+    float ySize;
 };
 
 float spanSum(const float* sums, const AreaSpan& span, int32_t stride)
@@ -257,8 +265,10 @@ bool averageBits(const Areas& job, const IplFactors& factors)
     const IplScratch<uint8_t> bits((static_cast<int64_t>(job.width) + 7) / 8);
     if (!tables.exists() || !bits.data)
         return false;
-    // Weights are a little off in single precision; a half is to count as one.
-    const float half = tables.area * (0.5f - 0.0001f);
+    // Half of the area, less what boundaries that cut pixels may be off by.
+    const float half = tables.xSize * tables.ySize / 2;
+    const float slack = boundaryTolerance * (tables.xSize + tables.ySize);
+    const float least = isWhole(factors) ? half : half - slack;
     for (int32_t y = 0; y < job.height; ++y) {
         const AreaSpan& span = tables.rows.data[y];
         tables.clear();
@@ -266,7 +276,7 @@ bool averageBits(const Areas& job, const IplFactors& factors)
             addBits(tables.sums.data, job.src.row(0, job.src.y + span.first + i), job.src.x,
                     weightOf(span, i), job.srcWidth);
         for (int32_t x = 0; x < job.width; ++x)
-            ownPutBit(bits.data, x, spanSum(tables.sums.data, tables.columns.data[x], 1) >= half);
+            ownPutBit(bits.data, x, spanSum(tables.sums.data, tables.columns.data[x], 1) >= least);
         ownDeliverBits(job.dst, y, bits.data);
     }
     return true;
@@ -275,10 +285,9 @@ bool averageBits(const Areas& job, const IplFactors& factors)
 template<class Element>
 bool average(const Areas& job, const IplFactors& factors)
 {
-    const bool isWhole = factors.xSrc % factors.xDst == 0 && factors.ySrc % factors.yDst == 0;
     const int64_t xSize = factors.xSrc / factors.xDst;
     const int64_t ySize = factors.ySrc / factors.yDst;
-    if (isWhole && xSize * ySize <= quib::areaLargestBlock)
+    if (isWhole(factors) && xSize * ySize <= quib::areaLargestBlock)
         return averageWhole<Element>(job, static_cast<int32_t>(xSize), static_cast<int32_t>(ySize));
     return averageCut<Element>(job, factors);
 }

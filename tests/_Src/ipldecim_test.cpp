@@ -59,8 +59,8 @@ double areaAverage(const IplImage* src, const Area& from, const Factors& f, int3
 Expected expectedAverage(uint32_t depth, double average, bool isWhole)
 {
     if (depth == IPL_DEPTH_1U) {
-        if (average >= 0.5)
-            return exactly(1);
+        if (average >= 0.5 || isWhole)
+            return exactly(average >= 0.5);
         // Single precision may take what is almost a half for one.
         return average < 0.4998 ? exactly(0) : Expected{0, 1};
     }
@@ -397,6 +397,28 @@ TEST(IplDecimate, SetsABitWhoseCutAreaIsExactlyHalfSet)
     iplDecimate(src.get(), dst.get(), 3, 4, 3, 4, 3);
     for (int32_t y = 0; y < 3; ++y)
         EXPECT_EQ(rowValues(dst, y), (std::vector<int32_t>{0, 1, 0}));
+}
+
+TEST(IplDecimate, SetsNoBitOfALargeBlockJustBelowHalf)
+{
+    // Two blocks of 100 by 100, the one with 4999 bits, the other with 5000.
+    const Image src = makeImage(200, 100, 1, IPL_DEPTH_1U);
+    for (int32_t i = 0; i < 5000; ++i) {
+        putElement(src.get(), i % 100, i / 100, 0, i < 4999);
+        putElement(src.get(), 100 + i % 100, i / 100, 0, 1);
+    }
+    const Image dst = makeImage(2, 1, 1, IPL_DEPTH_1U);
+    iplDecimate(src.get(), dst.get(), 1, 100, 1, 100, 3);
+    EXPECT_EQ(rowValues(dst, 0), (std::vector<int32_t>{0, 1}));
+    // Cut areas of 50.5 by 50.5: 2550.25 pixels, one of 1275 bits, and one of 1276.
+    const Image cut = makeImage(4, 4, 1, IPL_DEPTH_1U);
+    std::memset(src->imageData, 0, static_cast<size_t>(src->imageSize));
+    for (int32_t i = 0; i < 1276; ++i) {
+        putElement(src.get(), i % 50, i / 50, 0, i < 1275);
+        putElement(src.get(), 101 + i % 50, i / 50, 0, 1);
+    }
+    iplDecimate(src.get(), cut.get(), 2, 101, 2, 101, 3);
+    EXPECT_EQ(rowValues(cut, 0), (std::vector<int32_t>{0, 0, 1, 0}));
 }
 
 TEST(IplDecimate, AveragesABlockTooLargeForShortSums)
