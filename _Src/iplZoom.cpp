@@ -1,15 +1,19 @@
 #include "_Src/iplZoom.h"
 
+#include "_Src/iplreport.h"
 #include "_Src/iplround.h"
 #include "_Src/iplsample.h"
 
 namespace
 {
 
+// The worker's reports are iplZoom's, whoever called it.
+constexpr IplCaller caller{"iplZoom", "iplZoom"};
+
 // --- Checks ----------------------------------------------------------------------
 
-bool mayZoom(const IplCaller& caller, const IplImage* src, const IplImage* dst,
-             const IplFactors& factors, int32_t interpolate)
+bool mayZoom(const IplImage* src, const IplImage* dst, const IplFactors& factors,
+             int32_t interpolate)
 {
     if (!ownImageIsGood(caller, src) || !ownImageIsGood(caller, dst))
         return false;
@@ -142,11 +146,11 @@ bool zoomPass(const IplScaling& scaling, const ZoomAxis& xZoom, const ZoomAxis& 
 
 } // namespace
 
-void ownZoom(const IplCaller& caller, IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc,
-             int32_t yDst, int32_t ySrc, int32_t interpolate)
+void ownZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+             int32_t interpolate)
 {
     const IplFactors factors{xDst, xSrc, yDst, ySrc};
-    if (!mayZoom(caller, src, dst, factors, interpolate))
+    if (!mayZoom(src, dst, factors, interpolate))
         return;
     if (isAlphaAlone(src) || isAlphaAlone(dst))
         return;
@@ -178,7 +182,6 @@ void ownZoom(const IplCaller& caller, IplImage* src, IplImage* dst, int32_t xDst
 void iplZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
              int32_t interpolate)
 {
-    const IplCaller caller{"iplZoom", "iplZoom"};
     if (ownRequire(caller, xDst >= xSrc && yDst >= ySrc, "xDst < xSrc || yDst < ySrc"))
-        ownZoom(caller, src, dst, xDst, xSrc, yDst, ySrc, interpolate);
+        ownZoom(src, dst, xDst, xSrc, yDst, ySrc, interpolate);
 }

@@ -1,4 +1,5 @@
 #include "_Src/iplZoom.h"
+#include "_Src/iplreport.h"
 
 void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
                int32_t interpolate)
@@ -11,6 +12,6 @@ void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t
     if (isAverage)
         iplDecimate(src, dst, xDst, xSrc, yDst, ySrc, interpolate);
     else
-        ownZoom({"iplZoom", "iplZoom"}, src, dst, xDst, xSrc, yDst, ySrc, interpolate);
+        ownZoom(src, dst, xDst, xSrc, yDst, ySrc, interpolate);
     ownBackTrace(caller);
 }

@@ -20,8 +20,6 @@ constexpr const char* depthText =
     "srcImage->depth != IPL_DEPTH_1U && srcImage->depth != IPL_DEPTH_8U && "
     "srcImage->depth != IPL_DEPTH_16U && srcImage->depth != IPL_DEPTH_32F";
 
-constexpr IplCaller worker{"zoomCaller", "zoomFile"};
-
 // The worker's result is that of the plain form.
 void zoomAndCheck(IplImage* src, IplImage* dst, const Factors& factors, int32_t mode)
 {
@@ -50,7 +48,7 @@ void zoomAndCheck(IplImage* src, IplImage* dst, const Factors& factors, int32_t 
         [&](int32_t x, int32_t y, size_t c) {
             return expectedSample(src, columns[x], rows[y], channels[c]);
         }};
-    ownZoom(worker, src, dst, factors.xDst, factors.xSrc, factors.yDst, factors.ySrc, mode);
+    ownZoom(src, dst, factors.xDst, factors.xSrc, factors.yDst, factors.ySrc, mode);
     comparison.check();
 }
 
@@ -236,10 +234,10 @@ TEST(IplZoom, DoesNothingForARegionOutsideTheImage)
     EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(16, 0));
 }
 
-TEST(OwnZoom, ReportsUnderItsCallersNames)
+TEST(OwnZoom, ReportsUnderIplZoomsName)
 {
-    EXPECT_REPORT(ownZoom(worker, nullptr, nullptr, 1, 2, 1, 2, 0), -9, "zoomCaller",
-                  "Incorrect Image", "zoomFile");
+    EXPECT_REPORT(ownZoom(nullptr, nullptr, 1, 2, 1, 2, 0), -9, "iplZoom", "Incorrect Image",
+                  "iplZoom");
 }
 
 // --- Nearest -----------------------------------------------------------------------------
@@ -289,7 +287,7 @@ TEST(OwnZoom, GrowsOneAxisAndShrinksTheOther)
 {
     const Image src = row8({10, 20, 30, 40}, 2);
     const Image dst = makeImage(2, 4, 1, IPL_DEPTH_8U);
-    ownZoom(worker, src.get(), dst.get(), 2, 4, 4, 2, 0);
+    ownZoom(src.get(), dst.get(), 2, 4, 4, 2, 0);
     for (int32_t y = 0; y < 4; ++y)
         EXPECT_EQ(rowValues(dst, y), (std::vector<int32_t>{10, 30}));
 }
@@ -414,7 +412,7 @@ TEST(OwnZoom, WritesOnePixelAtLeast)
 {
     const Image src = row8({10, 20, 30}, 1);
     const Image dst = makeImage(4, 4, 1, IPL_DEPTH_8U);
-    ownZoom(worker, src.get(), dst.get(), 1, 100, 1, 100, 0);
+    ownZoom(src.get(), dst.get(), 1, 100, 1, 100, 0);
     std::vector<uint8_t> expected(16, 0);
     expected[0] = 10;
     EXPECT_EQ(bytesOf(dst.get()), expected);
@@ -467,8 +465,7 @@ TEST(IplZoom, WritesNothingWhereTheMaskDoesNotReach)
     EXPECT_EQ(rowValues(dst, 2), std::vector<int32_t>(6, 0));
 }
 
-// --- Random images
-// --------------------------------------------------------------------------------
+// --- Random images ------------------------------------------------------------------------------
 
 TEST(OwnZoom, IsThePlainFormAtEveryDepthOrderRegionMaskAndMode)
 {
@@ -513,7 +510,7 @@ TEST(OwnZoom, WorksOnTiledImagesAsOnUntiledOnes)
 {
     expectTilesMakeNoDifference(5, randomFactors, 2,
                                 [](IplImage* src, IplImage* dst, const Factors& f, int32_t mode) {
-                                    ownZoom(worker, src, dst, f.xDst, f.xSrc, f.yDst, f.ySrc, mode);
+                                    ownZoom(src, dst, f.xDst, f.xSrc, f.yDst, f.ySrc, mode);
                                 });
 }
 
@@ -522,10 +519,10 @@ TEST(OwnZoom, ReportsATileThatDoesNotCome)
     const Image image = makeImage(20, 9, 1, IPL_DEPTH_8U);
     TiledImage tiled(image.get(), 8, 8);
     tiled.failFrom = 2;
-    EXPECT_REPORT(ownZoom(worker, tiled.get(), image.get(), 1, 1, 1, 1, 0), -3, "zoomCaller",
-                  "srcImage->tileInfo->callBack crash", "zoomFile");
-    EXPECT_REPORT(ownZoom(worker, image.get(), tiled.get(), 1, 1, 1, 1, 0), -3, "zoomCaller",
-                  "dstImage->tileInfo->callBack crash", "zoomFile");
+    EXPECT_REPORT(ownZoom(tiled.get(), image.get(), 1, 1, 1, 1, 0), -3, "iplZoom",
+                  "srcImage->tileInfo->callBack crash", "iplZoom");
+    EXPECT_REPORT(ownZoom(image.get(), tiled.get(), 1, 1, 1, 1, 0), -3, "iplZoom",
+                  "dstImage->tileInfo->callBack crash", "iplZoom");
 }
 
 TEST(OwnZoom, ReadsAndWritesNoByteOutsideTheRows)
