@@ -262,7 +262,7 @@ QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, 
  *  - both of 8 bits and mode not IPL_INTER_SUPER: nearest, whatever the mode;
  *  - others: the engine's zoom, reduction or, growing on one axis and shrinking
  *    on the other, resize, with regions and masks, in a mode IPL_INTER_NN,
- *    IPL_INTER_LINEAR, IPL_INTER_CUBIC or, shrinking on both, IPL_INTER_SUPER.
+ *    IPL_INTER_LINEAR, IPL_INTER_CUBIC or, growing on neither, IPL_INTER_SUPER.
  *    Another mode, and images that differ in depth or channels, end the process.
  * Handles of the same size, depth and widthStep are copied, padding included.
  * QUIB_BAD_ARGUMENT for a bad handle. */
