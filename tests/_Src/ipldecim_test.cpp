@@ -210,10 +210,17 @@ TEST(IplDecimate, RefusesAChannelOfInterestOnOneSideOnly)
     const Image one = makeImage(8, 8, 1, IPL_DEPTH_8U);
     iplDecimate(src.get(), one.get(), 1, 1, 1, 1, 0);
     EXPECT_EQ(element(one.get(), 7, 7, 0), 90);
+    const Image oneAndAlpha = makeImage(8, 8, 2, IPL_DEPTH_8U, 0, 4, 2);
+    iplDecimate(src.get(), oneAndAlpha.get(), 1, 1, 1, 1, 0);
+    EXPECT_EQ(element(oneAndAlpha.get(), 7, 7, 0), 90);
+    EXPECT_EQ(element(oneAndAlpha.get(), 7, 7, 1), 0);
     setRoi(dst.get(), 3, 0, 0, 8, 8);
     iplDecimate(src.get(), dst.get(), 1, 1, 1, 1, 0);
     EXPECT_EQ(element(dst.get(), 7, 7, 2), 90);
     EXPECT_EQ(element(dst.get(), 7, 7, 1), 0);
+    putElement(oneAndAlpha.get(), 7, 7, 0, 33);
+    iplDecimate(oneAndAlpha.get(), dst.get(), 1, 1, 1, 1, 0);
+    EXPECT_EQ(element(dst.get(), 7, 7, 2), 33);
 }
 
 TEST(IplDecimate, ReportsEveryFailingTestInOrderBeforeItGivesUp)
@@ -419,6 +426,23 @@ TEST(IplDecimate, SetsNoBitOfALargeBlockJustBelowHalf)
     }
     iplDecimate(src.get(), cut.get(), 2, 101, 2, 101, 3);
     EXPECT_EQ(rowValues(cut, 0), (std::vector<int32_t>{0, 0, 1, 0}));
+}
+
+TEST(IplDecimate, ReportsThatThereIsNoMemoryForTheSums)
+{
+    // A row of more sums than a block can have. No pixel is read.
+    const Image src = makeImage(8, 4, 1, IPL_DEPTH_1U);
+    const Image dst = makeImage(4, 2, 1, IPL_DEPTH_1U);
+    src->width = 600000000;
+    src->widthStep = 75000000;
+    src->imageSize = 300000000;
+    const char* const text = "Can't create temporary buffer for interpolate = IPL_INTER_SUPER";
+    EXPECT_REPORT(iplDecimate(src.get(), dst.get(), 1, 2, 1, 2, 3), -4, "iplDecimate", text,
+                  "ipldecim");
+    const RecordedReports reports;
+    iplDecimate(src.get(), dst.get(), 1, 2, 1, 2, 3);
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{-4, "iplDecimate", text, "ipldecim"}}));
+    EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(8, 0));
 }
 
 TEST(IplDecimate, AveragesABlockTooLargeForShortSums)

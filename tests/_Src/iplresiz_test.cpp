@@ -119,6 +119,13 @@ TEST(IplResize, PassesAFailureOnAsABackTrace)
             iplResize(src.get(), dst.get(), 9, 6, 3, 6, IPL_INTER_LINEAR);
         },
         -1, "iplResize", "", "iplresiz");
+    const Image smaller = randomImage(3, 3, 3, random);
+    EXPECT_REPORT(
+        {
+            iplSetStatus(-13);
+            iplResize(src.get(), smaller.get(), 3, 6, 3, 6, IPL_INTER_SUPER);
+        },
+        -1, "iplResize", "", "iplresiz");
 }
 
 TEST(IplResize, TheBackTraceKeepsTheFirstStatus)

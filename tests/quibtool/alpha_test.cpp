@@ -175,6 +175,20 @@ TEST(QuibSetAlphaS, MatchesTheWalkByBytesForRandomRectangles)
     });
 }
 
+TEST(QuibSetAlphaS, DoesNothingToAnImageWithoutRows)
+{
+    const Image handle = makeHandle(4, 3, 32);
+    for (const int32_t height : {0, -1, INT32_MIN}) {
+        handle->height = height;
+        EXPECT_EQ(QuibSetAlphaS(handle.get(), nullptr, 0xFF), QUIB_OK);
+        // A rectangle is clipped to nothing, and refused.
+        QuibRect rect{0, 0, 4, 3};
+        EXPECT_EQ(QuibSetAlphaS(handle.get(), &rect, 0xFF), QUIB_BAD_ARGUMENT);
+        EXPECT_EQ(rect.bottom, height);
+    }
+    EXPECT_EQ(bytesOf(handle.get()), std::vector<uint8_t>(4 * 3 * 4, 0));
+}
+
 // --- QuibSetAlpha ----------------------------------------------------------------
 
 TEST(QuibSetAlpha, RefusesABadHandleWithTheText)
@@ -218,6 +232,22 @@ TEST(QuibSetAlpha, ChangesNothingAtAHundredPercentWithoutAPlane)
     const Image handle = randomHandle(9, 5, 32, random);
     const std::vector<uint8_t> before = bytesOf(handle.get());
     EXPECT_EQ(QuibSetAlpha(handle.get(), nullptr, 100), QUIB_OK);
+    EXPECT_EQ(bytesOf(handle.get()), before);
+}
+
+TEST(QuibSetAlpha, DoesNothingToAnImageWithoutRows)
+{
+    Random random(8);
+    const Image handle = randomHandle(4, 3, 32, random);
+    const Image plane = randomHandle(4, 3, 8, random);
+    const std::vector<uint8_t> before = bytesOf(handle.get());
+    for (const int32_t height : {0, -1, INT32_MIN}) {
+        handle->height = height;
+        for (const uint32_t percent : {0u, 50u, 100u}) {
+            EXPECT_EQ(QuibSetAlpha(handle.get(), nullptr, percent), QUIB_OK);
+            EXPECT_EQ(QuibSetAlpha(handle.get(), plane.get(), percent), QUIB_OK);
+        }
+    }
     EXPECT_EQ(bytesOf(handle.get()), before);
 }
 

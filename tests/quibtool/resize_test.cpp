@@ -222,6 +222,28 @@ TEST(QuibResize, IgnoresRegionsInTheStretcher)
     }
 }
 
+TEST(QuibResize, ChoosesEngineRoutesAndFactorsByTheWholeImages)
+{
+    // The regions grow and lie the other way round than the images, which are
+    // halved; the engine keeps to the regions all the same.
+    Random random(19);
+    const Image src = randomHandle(12, 12, 24, random);
+    const Image dst = randomHandle(6, 6, 24, random);
+    const std::vector<uint8_t> before = bytesOf(dst.get());
+    setRoi(src.get(), 0, 2, 4, 5, 4);
+    setRoi(dst.get(), 0, 1, 0, 5, 6);
+    EXPECT_EQ(QuibResize(src.get(), dst.get(), 1), QUIB_OK);
+    for (int32_t y = 0; y < 6; ++y)
+        for (int32_t x = 0; x < 6; ++x)
+            for (int32_t c = 0; c < 3; ++c) {
+                // Halving is done by nearest; 5 x 4 pixels make 2 x 2 whole ones.
+                const bool written = x >= 1 && x < 3 && y < 2;
+                EXPECT_EQ(element(dst.get(), x, y, c),
+                          written ? element(src.get(), 2 + 2 * (x - 1), 4 + 2 * y, c)
+                                  : before[static_cast<size_t>(y * dst->widthStep + x * 3 + c)]);
+            }
+}
+
 TEST(QuibResize, EndsTheProcessWhereTheEngineRefuses)
 {
     Random random(11);
