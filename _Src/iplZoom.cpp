@@ -43,15 +43,6 @@ bool isAlphaAlone(const IplImage* image)
     return image->alphaChannel != 0 && image->nChannels == 1;
 }
 
-bool channelsMatch(const IplImage* src, const IplImage* dst)
-{
-    const int32_t srcChannels = ownProcessedChannels(src);
-    const int32_t dstChannels = ownProcessedChannels(dst);
-    if (ownCoi(src) > 0 || ownCoi(dst) > 0)
-        return srcChannels == 1 && dstChannels == 1;
-    return srcChannels == dstChannels;
-}
-
 // What the image is large enough for.
 int32_t adjustMode(const IplImage* src, int32_t mode)
 {
@@ -164,7 +155,7 @@ void ownZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t y
     scaling.height = zoomExtent(yDst, ySrc, srcHeight, scaling.height);
     if (!ownScaleMask(caller, &scaling, src, dst, factors))
         return;
-    if (!channelsMatch(src, dst)) {
+    if (ownProcessedChannels(src) != ownProcessedChannels(dst)) {
         ownReport(caller, IPL_StsError, "srcImage COI != dstImage COI");
         return;
     }
