@@ -250,10 +250,16 @@ TEST(QuibResize, EndsTheProcessWhereTheEngineRefuses)
     const Image src = randomHandle(6, 6, 24, random);
     const Image wider = randomHandle(9, 3, 24, random);
     const Image larger = randomHandle(9, 9, 24, random);
+    const Image higher = randomHandle(6, 9, 24, random);
     const Image gray = randomHandle(9, 9, 8, random);
     EXPECT_REPORT(QuibResize(src.get(), wider.get(), 3), -5, "iplResize",
                   "(xDst > xSrc || yDst > ySrc)", "iplresiz");
     EXPECT_REPORT(QuibResize(src.get(), larger.get(), 3), -5, "iplZoom", modeText, "iplZoom");
+    EXPECT_REPORT(QuibResize(src.get(), higher.get(), 3), -5, "iplZoom", modeText, "iplZoom");
+    // Equal sizes of another layout are no reduction either.
+    higher->height = 6;
+    higher->widthStep = 24;
+    EXPECT_REPORT(QuibResize(src.get(), higher.get(), 3), -5, "iplZoom", modeText, "iplZoom");
     EXPECT_REPORT(QuibResize(src.get(), gray.get(), 0), -2, "iplZoom",
                   "srcImage COI != dstImage COI", "iplZoom");
 }
