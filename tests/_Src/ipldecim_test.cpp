@@ -364,6 +364,39 @@ TEST(IplDecimate, SharesACutPixelBetweenTwoAreas)
         EXPECT_EQ(rowValues(dst, y), std::vector<int32_t>(4, 50));
 }
 
+TEST(IplDecimate, AddsUpBoundariesThatAreNearlyWhole)
+{
+    // Each area starts 0.00005 of a pixel further in than the one before.
+    const Image src = makeImage(400, 4, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(400, 4, 1, IPL_DEPTH_8U);
+    for (int32_t x = 0; x < 400; ++x)
+        for (int32_t y = 0; y < 4; ++y)
+            putElement(src.get(), x, y, 0, x % 2 == 0 ? 0 : 255);
+    iplDecimate(src.get(), dst.get(), 20000, 20001, 1, 1, 3);
+    // Area 300 takes 0.985 of pixel 300 and 0.01505 of the next one.
+    EXPECT_EQ(element(dst.get(), 0, 0, 0), 0);
+    EXPECT_EQ(element(dst.get(), 1, 0, 0), 255);
+    EXPECT_EQ(element(dst.get(), 300, 0, 0), 4);
+    EXPECT_EQ(element(dst.get(), 301, 0, 0), 251);
+    EXPECT_EQ(element(dst.get(), 398, 0, 0), 5);
+}
+
+TEST(IplDecimate, TakesABoundaryCloseToAWholePixelForWhole)
+{
+    const Image src = makeImage(8, 4, 1, IPL_DEPTH_32F);
+    const Image dst = makeImage(8, 4, 1, IPL_DEPTH_32F);
+    for (int32_t y = 0; y < 4; ++y)
+        putElement(src.get(), 1, y, 0, 1000);
+    // At 1.00005 the first area ends; the second takes all of pixel 1.
+    iplDecimate(src.get(), dst.get(), 20000, 20001, 1, 1, 3);
+    EXPECT_EQ(element(dst.get(), 0, 0, 0), 0);
+    EXPECT_NEAR(element(dst.get(), 1, 0, 0), 1000 / 1.00005, 0.001);
+    // At 1.99995 it ends with pixel 1.
+    iplDecimate(src.get(), dst.get(), 20000, 39999, 1, 1, 3);
+    EXPECT_NEAR(element(dst.get(), 0, 0, 0), 1000 / 1.99995, 0.001);
+    EXPECT_EQ(element(dst.get(), 1, 0, 0), 0);
+}
+
 TEST(IplDecimate, KeepsAConstantImage)
 {
     for (const uint32_t depth : {IPL_DEPTH_8U, IPL_DEPTH_16U}) {
