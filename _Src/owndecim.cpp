@@ -112,34 +112,43 @@ using quib::AreaSpan;
 // How far a boundary may be off a whole number and still count as one.
 constexpr float boundaryTolerance = 0.0001f;
 
-// A place between two areas: so many pixels in, and a part of the next one.
-struct Boundary {
-    int32_t pixel;
-    float part;
-};
-
-Boundary boundaryAt(int64_t area, int32_t dstFactor, int32_t srcFactor)
+// Appends a pixel to a span.
+void addPixel(AreaSpan* span, int32_t pixel, float weight)
 {
-    const int64_t position = area * srcFactor;
-    const int32_t pixel = static_cast<int32_t>(position / dstFactor);
-    const float part = static_cast<float>(position % dstFactor) / static_cast<float>(dstFactor);
-    if (part <= boundaryTolerance)
-        return {pixel, 0.0f};
-    if (part >= 1.0f - boundaryTolerance)
-        return {pixel + 1, 0.0f};
-    return {pixel, part};
+    if (span->count++ == 0) {
+        span->first = pixel;
+        span->head = weight;
+    } else {
+        span->tail = weight;
+    }
 }
 
-void setSpans(AreaSpan* spans, int32_t count, int32_t dstFactor, int32_t srcFactor)
+// Goes from pixel to pixel with what the area in hand still takes of them.
+void setSpans(AreaSpan* spans, int32_t count, float size, int32_t limit)
 {
-    Boundary start{0, 0.0f};
-    for (int32_t i = 0; i < count; ++i) {
-        const Boundary end = boundaryAt(int64_t{i} + 1, dstFactor, srcFactor);
-        const bool cuts = end.part > 0.0f;
-        spans[i] = {start.pixel, end.pixel + cuts - start.pixel, 1.0f - start.part,
-                    cuts ? end.part : 1.0f};
-        start = end;
+    std::memset(spans, 0, sizeof(AreaSpan) * count);
+    AreaSpan* const end = spans + count;
+    float rest = size;
+    for (int32_t pixel = 0; pixel < limit && spans != end; ++pixel) {
+        if (rest >= 1.0f - boundaryTolerance) {
+            addPixel(spans, pixel, 1.0f);
+            rest -= 1.0f;
+            if (rest <= boundaryTolerance) {
+                ++spans;
+                // A boundary that counts as whole still keeps its place.
+                rest += size;
+            }
+            continue;
+        }
+        addPixel(spans, pixel, rest);
+        if (++spans != end)
+            addPixel(spans, pixel, 1.0f - rest);
+        rest = size - (1.0f - rest);
     }
+    // Rounding may have pushed the last boundary past the last pixel.
+    for (; spans != end; ++spans)
+        if (spans->count == 0)
+            addPixel(spans, limit - 1, 1.0f);
 }
 
 float weightOf(const AreaSpan& span, int32_t i)
@@ -158,8 +167,8 @@ struct AreaTables {
     {
         if (!exists())
             return;
-        setSpans(columns.data, job.width, factors.xDst, factors.xSrc);
-        setSpans(rows.data, job.height, factors.yDst, factors.ySrc);
+        setSpans(columns.data, job.width, xSize, job.srcWidth);
+        setSpans(rows.data, job.height, ySize, job.srcHeight);
         clear();
     }
     bool exists() const { return columns.data && rows.data && sums.data && between.data; }
