@@ -7,3 +7,4 @@ void addConvertCases();
 void addComposeCases();
 void addZoomCases();
 void addCompositeCases();
+void addPixelCases();

@@ -267,6 +267,7 @@ int main(int argc, char** argv)
     addComposeCases();
     addZoomCases();
     addCompositeCases();
+    addPixelCases();
     std::vector<Row> rows;
     std::string table = tableHead();
     std::cout << table << std::flush;

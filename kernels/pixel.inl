@@ -1,50 +1,12 @@
 namespace
 {
-
-// --- Runs ------------------------------------------------------------------------
-//
-// A formula is a struct with a static of(): an element from two elements, or
-// from one and a constant. Identical operands are allowed, so the loops promise
-// the compiler independent elements instead of separate blocks.
-
-template<class T, class Formula>
-void pairRun(void* dst, const void* a, const void* b, size_t count, int32_t)
+namespace pixel
 {
-    T* out = static_cast<T*>(dst);
-    const T* x = static_cast<const T*>(a);
-    const T* y = static_cast<const T*>(b);
-    QUIB_INDEPENDENT
-    for (size_t i = 0; i < count; ++i)
-        out[i] = Formula::of(x[i], y[i]);
-}
-
-template<class T, class Formula>
-void singleRun(void* dst, const void* a, const void*, size_t count, int32_t)
-{
-    T* out = static_cast<T*>(dst);
-    const T* x = static_cast<const T*>(a);
-    QUIB_INDEPENDENT
-    for (size_t i = 0; i < count; ++i)
-        out[i] = Formula::of(x[i]);
-}
-
-template<class T, class Formula, class Constant = T>
-void constantRun(void* dst, const void* a, size_t count, Constant constant)
-{
-    T* out = static_cast<T*>(dst);
-    const T* x = static_cast<const T*>(a);
-    QUIB_INDEPENDENT
-    for (size_t i = 0; i < count; ++i)
-        out[i] = Formula::of(x[i], constant);
-}
-
-template<class T, class Formula>
-void scalarRun(void* dst, const void* a, const void*, size_t count, int32_t value)
-{
-    constantRun<T, Formula>(dst, a, count, static_cast<T>(value));
-}
 
 // --- Formulas --------------------------------------------------------------------
+//
+// A formula is a struct with a static of(): an element from two elements, or
+// from one and a constant.
 
 // What is known of an element's type: its limits, a type that holds products,
 // and the unsigned type of its width with the bit that tells their orders apart.
@@ -255,6 +217,266 @@ struct Xor {
     }
 };
 
+// --- Whole vectors ---------------------------------------------------------------------
+//
+// Forms of some formulas for a vector's worth of elements at once, where the
+// compiler makes less of the plain ones.
+
+#if defined(__AVX2__)
+#define QUIB_VECTORS 1
+#define QUIB_VECTOR(operation) _mm256_##operation
+using Vector = __m256i;
+Vector zeroVector()
+{
+    return _mm256_setzero_si256();
+}
+Vector smallerWords(Vector words, Vector limit)
+{
+    return _mm256_min_epu16(words, limit);
+}
+#elif defined(__SSE2__)
+#define QUIB_VECTORS 1
+#define QUIB_VECTOR(operation) _mm_##operation
+using Vector = __m128i;
+Vector zeroVector()
+{
+    return _mm_setzero_si128();
+}
+Vector smallerWords(Vector words, Vector limit)
+{
+    return _mm_sub_epi16(words, _mm_subs_epu16(words, limit));
+}
+#else
+using Vector = uint64_t;
+#endif
+
+Vector loadVector(const void* address)
+{
+    Vector vector;
+    __builtin_memcpy(&vector, address, sizeof vector);
+    return vector;
+}
+
+void storeVector(void* address, Vector vector)
+{
+    __builtin_memcpy(address, &vector, sizeof vector);
+}
+
+template<class T, class Formula>
+struct VectorForm {
+};
+
+#if defined(QUIB_VECTORS)
+template<>
+struct VectorForm<uint8_t, Add> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epu8)(a, b); }
+};
+template<>
+struct VectorForm<int8_t, Add> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epi8)(a, b); }
+};
+template<>
+struct VectorForm<uint16_t, Add> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epu16)(a, b); }
+};
+template<>
+struct VectorForm<int16_t, Add> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epi16)(a, b); }
+};
+template<>
+struct VectorForm<uint8_t, Subtract> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epu8)(a, b); }
+};
+template<>
+struct VectorForm<int8_t, Subtract> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epi8)(a, b); }
+};
+template<>
+struct VectorForm<uint16_t, Subtract> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epu16)(a, b); }
+};
+template<>
+struct VectorForm<int16_t, Subtract> {
+    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epi16)(a, b); }
+};
+
+// Words from the bytes' products, brought back to bytes by `narrow`, which
+// leaves no more than a byte in each.
+template<class Narrow>
+Vector productsOfBytes(Vector a, Vector b, Narrow narrow)
+{
+    const Vector zero = zeroVector();
+    const Vector low = QUIB_VECTOR(mullo_epi16)(QUIB_VECTOR(unpacklo_epi8)(a, zero),
+                                                QUIB_VECTOR(unpacklo_epi8)(b, zero));
+    const Vector high = QUIB_VECTOR(mullo_epi16)(QUIB_VECTOR(unpackhi_epi8)(a, zero),
+                                                 QUIB_VECTOR(unpackhi_epi8)(b, zero));
+    return QUIB_VECTOR(packus_epi16)(narrow(low), narrow(high));
+}
+
+template<>
+struct VectorForm<uint8_t, Multiply> {
+    static Vector of(Vector a, Vector b)
+    {
+        const Vector limit = QUIB_VECTOR(set1_epi16)(255);
+        return productsOfBytes(a, b, [limit](Vector words) { return smallerWords(words, limit); });
+    }
+};
+template<>
+struct VectorForm<uint8_t, Square> {
+    static Vector of(Vector a) { return VectorForm<uint8_t, Multiply>::of(a, a); }
+};
+
+// The high byte of t + (t >> 8) + 1, where a * 257 * (b << 8) >> 16 gives all
+// but the 1.
+Vector scaledWords(Vector a257, Vector b256)
+{
+    const Vector words = QUIB_VECTOR(mulhi_epu16)(a257, b256);
+    return QUIB_VECTOR(srli_epi16)(QUIB_VECTOR(add_epi16)(words, QUIB_VECTOR(set1_epi16)(1)), 8);
+}
+
+template<>
+struct VectorForm<uint8_t, MultiplyScale> {
+    static Vector of(Vector a, Vector b)
+    {
+        const Vector zero = zeroVector();
+        const Vector low =
+            scaledWords(QUIB_VECTOR(unpacklo_epi8)(a, a), QUIB_VECTOR(unpacklo_epi8)(zero, b));
+        const Vector high =
+            scaledWords(QUIB_VECTOR(unpackhi_epi8)(a, a), QUIB_VECTOR(unpackhi_epi8)(zero, b));
+        return QUIB_VECTOR(packus_epi16)(low, high);
+    }
+};
+
+#endif
+
+template<class T>
+struct VectorForm<T, And> {
+    static Vector of(Vector a, Vector b) { return a & b; }
+};
+template<class T>
+struct VectorForm<T, Or> {
+    static Vector of(Vector a, Vector b) { return a | b; }
+};
+template<class T>
+struct VectorForm<T, Xor> {
+    static Vector of(Vector a, Vector b) { return a ^ b; }
+};
+
+template<class T>
+Vector spreadElement(T element)
+{
+    T elements[sizeof(Vector) / sizeof(T)];
+    for (T& each : elements)
+        each = element;
+    return loadVector(elements);
+}
+
+template<class T, class Formula>
+concept HasVectorForm = requires
+{
+    &VectorForm<T, Formula>::of;
+};
+
+// --- Runs ------------------------------------------------------------------------
+//
+// Identical operands are allowed, so the loops promise the compiler independent
+// elements instead of separate blocks.
+
+// How many elements to do one by one before vectors end where a vector's
+// alignment does. Short runs are not worth it.
+template<class T>
+size_t elementsToAlignment(const T* out, size_t count)
+{
+    if (count * sizeof(T) < 4096)
+        return 0;
+    return (sizeof(Vector) - reinterpret_cast<uintptr_t>(out) % sizeof(Vector)) / sizeof(T);
+}
+
+// Sets out[i] to plain(i) for all i, or a vector's worth from out[i] on to
+// vectors(i).
+template<class T, class Plain, class Vectors>
+void runVectors(T* out, size_t count, Plain plain, Vectors vectors)
+{
+    constexpr size_t lanes = sizeof(Vector) / sizeof(T);
+    size_t i = 0;
+    for (const size_t lead = elementsToAlignment(out, count); i < lead; ++i)
+        out[i] = plain(i);
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+        const Vector first = vectors(i);
+        const Vector second = vectors(i + lanes);
+        storeVector(out + i, first);
+        storeVector(out + i + lanes, second);
+    }
+    QUIB_INDEPENDENT
+    for (size_t rest = i; rest < count; ++rest)
+        out[rest] = plain(rest);
+}
+
+template<class T, class Plain>
+void runPlain(T* out, size_t count, Plain plain)
+{
+    QUIB_INDEPENDENT
+    for (size_t i = 0; i < count; ++i)
+        out[i] = plain(i);
+}
+
+// The processor's own look-ahead ends with the page.
+void prefetch(const void* address)
+{
+    __builtin_prefetch(static_cast<const uint8_t*>(address) + 512);
+}
+
+template<class T, class Formula>
+void pairRun(void* dst, const void* a, const void* b, size_t count, int32_t)
+{
+    const T* x = static_cast<const T*>(a);
+    const T* y = static_cast<const T*>(b);
+    const auto plain = [x, y](size_t i) { return Formula::of(x[i], y[i]); };
+    if constexpr (HasVectorForm<T, Formula>) {
+        runVectors(static_cast<T*>(dst), count, plain, [x, y](size_t i) {
+            prefetch(x + i);
+            prefetch(y + i);
+            return VectorForm<T, Formula>::of(loadVector(x + i), loadVector(y + i));
+        });
+    } else {
+        runPlain(static_cast<T*>(dst), count, plain);
+    }
+}
+
+template<class T, class Formula>
+void singleRun(void* dst, const void* a, const void*, size_t count, int32_t)
+{
+    const T* x = static_cast<const T*>(a);
+    const auto plain = [x](size_t i) { return Formula::of(x[i]); };
+    if constexpr (HasVectorForm<T, Formula>) {
+        runVectors(static_cast<T*>(dst), count, plain,
+                   [x](size_t i) { return VectorForm<T, Formula>::of(loadVector(x + i)); });
+    } else {
+        runPlain(static_cast<T*>(dst), count, plain);
+    }
+}
+
+template<class T, class Formula, class Constant>
+void constantRun(void* dst, const void* a, size_t count, Constant constant)
+{
+    const T* x = static_cast<const T*>(a);
+    const auto plain = [x, constant](size_t i) { return Formula::of(x[i], constant); };
+    if constexpr (HasVectorForm<T, Formula>) {
+        runVectors(static_cast<T*>(dst), count, plain,
+                   [x, constants = spreadElement(constant)](size_t i) {
+                       return VectorForm<T, Formula>::of(loadVector(x + i), constants);
+                   });
+    } else {
+        runPlain(static_cast<T*>(dst), count, plain);
+    }
+}
+
+template<class T, class Formula>
+void scalarRun(void* dst, const void* a, const void*, size_t count, int32_t value)
+{
+    constantRun<T, Formula>(dst, a, count, static_cast<T>(value));
+}
+
 // --- Scalar subtraction -------------------------------------------------------------
 //
 // The value may lie outside the element's range. Flipping the sign bit turns a
@@ -359,7 +581,7 @@ constexpr PixelRuns scalarLogicRuns{
     scalarRun<uint16_t, Formula>, scalarRun<uint32_t, Formula>, nullptr,
 };
 
-constexpr PixelKernels pixelKernels{
+constexpr PixelKernels table{
     .addS = {nullptr, nullptr, nullptr, nullptr, scalarRun<int32_t, Add>, nullptr},
     .subtractS = {subtractRun<uint8_t>, subtractRun<int8_t>, subtractRun<uint16_t>,
                   subtractRun<int16_t>, scalarRun<int32_t, Subtract>, nullptr},
@@ -392,5 +614,9 @@ constexpr PixelKernels pixelKernels{
     .logicOr = pairLogicRuns<Or>,
     .logicXor = pairLogicRuns<Xor>,
 };
+
+} // namespace pixel
+
+constexpr PixelKernels pixelKernels = pixel::table;
 
 } // namespace
