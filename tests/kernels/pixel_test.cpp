@@ -414,6 +414,46 @@ TEST(PixelKernels, TakeRunsOfAnyLengthBesideInaccessiblePages)
     runsAtEveryCount(pairOperations);
 }
 
+TEST(PixelKernels, GiveTheSameInOneLongRunAsInShortOnes)
+{
+    // Long runs are stored past the caches, from the first aligned element on.
+    const size_t bytes = (size_t{4} << 20) + 4096;
+    std::vector<uint8_t> a(bytes);
+    std::vector<uint8_t> b(bytes);
+    Random random(56);
+    random.fill(a.data(), bytes);
+    random.fill(b.data(), bytes);
+    const auto compare = [&](quib::PixelRun run, size_t elementBytes, size_t offset) {
+        constexpr size_t most = 1000;
+        const size_t count = (bytes - offset - 7) / elementBytes;
+        std::vector<uint8_t> whole(bytes, 9);
+        std::vector<uint8_t> inPieces(bytes, 9);
+        run(whole.data() + offset, a.data() + 4, b.data(), count, 77);
+        for (size_t i = 0; i < count; i += most) {
+            const size_t at = i * elementBytes;
+            run(inPieces.data() + offset + at, a.data() + 4 + at, b.data() + at,
+                std::min(most, count - i), 77);
+        }
+        ASSERT_TRUE(whole == inPieces) << offset;
+        // In place.
+        run(a.data() + 4, a.data() + 4, b.data(), count, 77);
+        ASSERT_EQ(std::memcmp(a.data() + 4, whole.data() + offset, count * elementBytes), 0);
+    };
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        const quib::PixelKernels& pixel = table->pixel;
+        for (const size_t offset : {4, 36, 16}) {
+            for (const quib::PixelRun run :
+                 {pixel.add.u8, pixel.multiply.u8, pixel.multiplyScale.u8, pixel.square.u8,
+                  pixel.multiplyS.u8})
+                compare(run, 1, offset);
+            compare(pixel.subtract.s16, 2, offset);
+            compare(pixel.andS.u16, 2, offset);
+            compare(pixel.logicXor.s32, 4, offset);
+        }
+    }
+}
+
 // --- Floats -----------------------------------------------------------------------------------
 
 namespace
