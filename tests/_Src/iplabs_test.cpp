@@ -1,6 +1,7 @@
 #include "_Src/ipl.h"
 
 #include "tests/support/levels.h"
+#include "tests/support/one_pixel.h"
 #include "tests/support/pixel_cases.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
@@ -12,15 +13,6 @@
 
 namespace
 {
-
-double magnitude(uint32_t depth, double element0)
-{
-    const Image src = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(src.get(), 0, 0, 0, element0);
-    iplAbs(src.get(), dst.get());
-    return element(dst.get(), 0, 0, 0);
-}
 
 constexpr uint32_t signedDepths[] = {IPL_DEPTH_8S, IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
 
@@ -87,13 +79,13 @@ void runAbs(const IplImage* a, const IplImage*, IplImage* dst)
 
 TEST(IplAbs, GivesTheLargestElementForTheSmallest)
 {
-    EXPECT_EQ(magnitude(IPL_DEPTH_8S, -128), 127);
-    EXPECT_EQ(magnitude(IPL_DEPTH_8S, -127), 127);
-    EXPECT_EQ(magnitude(IPL_DEPTH_16S, -32768), 32767);
-    EXPECT_EQ(magnitude(IPL_DEPTH_16S, -5), 5);
-    EXPECT_EQ(magnitude(IPL_DEPTH_32S, INT_MIN), INT_MAX);
-    EXPECT_EQ(magnitude(IPL_DEPTH_32S, 7), 7);
-    EXPECT_EQ(magnitude(IPL_DEPTH_32F, -0.5), 0.5);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_8S, -128), 127);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_8S, -127), 127);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_16S, -32768), 32767);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_16S, -5), 5);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_32S, INT_MIN), INT_MAX);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_32S, 7), 7);
+    EXPECT_EQ(resultOf(iplAbs, IPL_DEPTH_32F, -0.5), 0.5);
 }
 
 TEST(IplAbs, KeepsNegativeZeroAndNegativeNaNs)

@@ -1,42 +1,21 @@
-#include "_Src/ipl.h"
-
-#include "tests/support/images.h"
-#include "tests/support/report.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/one_pixel.h"
 
 #include <climits>
 
-namespace
-{
-
-double result(uint32_t depth, double elementA, double elementB)
-{
-    const Image a = makeImage(1, 1, 1, depth);
-    const Image b = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(a.get(), 0, 0, 0, elementA);
-    putElement(b.get(), 0, 0, 0, elementB);
-    iplAdd(a.get(), b.get(), dst.get());
-    return element(dst.get(), 0, 0, 0);
-}
-
-} // namespace
-
 TEST(IplAdd, SaturatesAtIntegerDepths)
 {
-    EXPECT_EQ(result(IPL_DEPTH_8U, 200, 55), 255);
-    EXPECT_EQ(result(IPL_DEPTH_8U, 200, 56), 255);
-    EXPECT_EQ(result(IPL_DEPTH_8S, 100, 28), 127);
-    EXPECT_EQ(result(IPL_DEPTH_8S, -100, -29), -128);
-    EXPECT_EQ(result(IPL_DEPTH_16U, 65535, 65535), 65535);
-    EXPECT_EQ(result(IPL_DEPTH_16S, -32768, -1), -32768);
-    EXPECT_EQ(result(IPL_DEPTH_32S, INT_MAX, 1), INT_MAX);
-    EXPECT_EQ(result(IPL_DEPTH_32S, INT_MIN, -1), INT_MIN);
-    EXPECT_EQ(result(IPL_DEPTH_32S, INT_MIN, INT_MAX), -1);
-    EXPECT_EQ(result(IPL_DEPTH_32F, 300.5, 0.25), 300.75);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 0, 1), 1);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 1, 1), 1);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_8U, 200, 55), 255);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_8U, 200, 56), 255);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_8S, 100, 28), 127);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_8S, -100, -29), -128);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_16U, 65535, 65535), 65535);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_16S, -32768, -1), -32768);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_32S, INT_MAX, 1), INT_MAX);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_32S, INT_MIN, -1), INT_MIN);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_32S, INT_MIN, INT_MAX), -1);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_32F, 300.5, 0.25), 300.75);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_1U, 0, 1), 1);
+    EXPECT_EQ(resultOfPair(iplAdd, IPL_DEPTH_1U, 1, 1), 1);
 }
 
 TEST(IplAdd, RefusesANullFirstSource)

@@ -1,5 +1,6 @@
 #include "_Src/ipl.h"
 
+#include "tests/support/one_pixel.h"
 #include "tests/support/pixel_cases.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
@@ -10,15 +11,6 @@
 
 namespace
 {
-
-double product(uint32_t depth, double element0, int32_t value)
-{
-    const Image src = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(src.get(), 0, 0, 0, element0);
-    iplMultiplySScale(src.get(), dst.get(), value);
-    return element(dst.get(), 0, 0, 0);
-}
 
 double plainScale(uint32_t depth, double a, double b)
 {
@@ -32,21 +24,21 @@ constexpr const char* file = "iplalpha";
 
 TEST(IplMultiplySScale, MultipliesAndDividesByTheLargestElement)
 {
-    EXPECT_EQ(product(IPL_DEPTH_8U, 255, 255), 255);
-    EXPECT_EQ(product(IPL_DEPTH_8U, 77, 255), 77);
-    EXPECT_EQ(product(IPL_DEPTH_8U, 254, 254), 253);
-    EXPECT_EQ(product(IPL_DEPTH_8U, 200, 128), 100);
-    EXPECT_EQ(product(IPL_DEPTH_16U, 65535, 12345), 12345);
-    EXPECT_EQ(product(IPL_DEPTH_16U, 65534, 65534), 65533);
-    EXPECT_EQ(product(IPL_DEPTH_16U, 1, 65534), 0);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_8U, 255, 255), 255);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_8U, 77, 255), 77);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_8U, 254, 254), 253);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_8U, 200, 128), 100);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_16U, 65535, 12345), 12345);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_16U, 65534, 65534), 65533);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_16U, 1, 65534), 0);
 }
 
 TEST(IplMultiplySScale, ClampsTheValue)
 {
-    EXPECT_EQ(product(IPL_DEPTH_8U, 77, 300), 77);
-    EXPECT_EQ(product(IPL_DEPTH_8U, 77, -1), 0);
-    EXPECT_EQ(product(IPL_DEPTH_16U, 777, INT_MAX), 777);
-    EXPECT_EQ(product(IPL_DEPTH_16U, 777, INT_MIN), 0);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_8U, 77, 300), 77);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_8U, 77, -1), 0);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_16U, 777, INT_MAX), 777);
+    EXPECT_EQ(resultOf(iplMultiplySScale, IPL_DEPTH_16U, 777, INT_MIN), 0);
 }
 
 TEST(IplMultiplyScale, GivesThePlainResultForImagesOfDifferingOrders)

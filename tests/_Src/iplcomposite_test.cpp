@@ -1,5 +1,6 @@
 #include "_Src/iplcomposite.h"
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/levels.h"
 #include "tests/support/plain_composite.h"
 #include "tests/support/recorded_reports.h"
@@ -1051,6 +1052,31 @@ TEST(AlphaComposite, RefusesNothingWhereNoAlphaOfBIsToBeHad)
     scene.call.alphaA = nullptr;
     run(scene.call);
     EXPECT_TRUE(reports.all().empty());
+}
+
+TEST(AlphaComposite, ReportsThatThereIsNoMemoryForAMergedMask)
+{
+    Random random(61);
+    for (const bool isConstant : {false, true}) {
+        Scene scene = pixelScene(9, 4, random);
+        Call& call = scene.call;
+        call.isConstant = isConstant;
+        giveRandomMask(call.a, 9, 4, random);
+        giveRandomMask(call.b, 9, 4, random);
+        const std::vector<uint8_t> before = bytesOf(call.dst);
+        for (const int32_t allocation : {0, 1}) {
+            const RecordedReports reports;
+            {
+                const FailingAllocation failing(allocation);
+                run(call);
+            }
+            ASSERT_EQ(reports.all().size(), static_cast<size_t>(allocation) + 1);
+            EXPECT_EQ(reports.all().back(),
+                      (Report{-4, isConstant ? "iplAlphaCompositeC" : "iplAlphaComposite",
+                              "No working memory", fileName}));
+            EXPECT_EQ(bytesOf(call.dst), before);
+        }
+    }
 }
 
 TEST(AlphaComposite, OneMaskIsUsedWhateverTheStatus)

@@ -1,6 +1,7 @@
 // Every member of the family, over random arrangements of images.
 #include "_Src/iplframe.h"
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/levels.h"
 #include "tests/support/pixel_cases.h"
 #include "tests/support/recorded_reports.h"
@@ -405,6 +406,30 @@ TEST(PixelFrame, LeavesTheAlphaChannelOutUnlessItIsTheChannelOfInterest)
         EXPECT_EQ(element(dst.get(), 4, 2, c), c == 3 ? 0x77 : 0x55);
 }
 
+TEST(PixelFrame, LeavesTheAlphaChannelOutUnderAMaskToo)
+{
+    const Image src = makeImage(2, 1, 4, IPL_DEPTH_32S, 0, 4, 4);
+    const Image dst = makeImage(2, 1, 4, IPL_DEPTH_32S, 0, 4, 4);
+    src->maskROI = makeImage(2, 1, 1, IPL_DEPTH_1U).release();
+    putElement(src->maskROI, 1, 0, 0, 1);
+    iplAddS(src.get(), dst.get(), 7);
+    for (int32_t c = 0; c < 4; ++c) {
+        EXPECT_EQ(element(dst.get(), 0, 0, c), 0);
+        EXPECT_EQ(element(dst.get(), 1, 0, c), c == 3 ? 0 : 7);
+    }
+}
+
+TEST(PixelFrame, ChangesTheChannelOfInterestAlone)
+{
+    for (const int32_t order : {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE}) {
+        const Image image = makeImage(3, 2, 3, IPL_DEPTH_16S, order);
+        setRoi(image.get(), 2, 0, 0, 3, 2);
+        iplAddS(image.get(), image.get(), -5);
+        for (int32_t c = 0; c < 3; ++c)
+            EXPECT_EQ(element(image.get(), 2, 1, c), c == 1 ? -5 : 0);
+    }
+}
+
 TEST(PixelFrame, LeavesAnImageOfAlphaAloneAsItIs)
 {
     const Image src = makeImage(5, 3, 1, IPL_DEPTH_8U, 0, 4, 1);
@@ -599,6 +624,33 @@ TEST(PixelFrame, ChangesNothingBeforeARefusal)
         run(member, src.get(), src.get(), dst.get());
         EXPECT_EQ(reports.all().size(), 1u);
         EXPECT_EQ(bytesOf(dst.get()), before);
+    }
+}
+
+TEST(PixelFrame, ReportsThatThereIsNoMemoryForAMergedMask)
+{
+    Random random(505);
+    for (const Member& member : members) {
+        SCOPED_TRACE(member.name);
+        const Image src = makeImage(9, 4, 1, IPL_DEPTH_8U);
+        const Image dst = makeImage(9, 4, 1, IPL_DEPTH_8U);
+        giveRandomMask(src.get(), 9, 4, random);
+        giveRandomMask(dst.get(), 9, 4, random);
+        const char* text = hasFrameChecks(member) ? "Out of memory" : "No working memory";
+        const Report noPixels{-4, "iplAllocateImage", "for allocate image data", "iplalloc"};
+        const Report noMask{-4, member.name, text, member.file};
+        for (const int32_t allocation : {0, 1}) {
+            const RecordedReports reports;
+            {
+                const FailingAllocation failing(allocation);
+                run(member, src.get(), src.get(), dst.get());
+            }
+            std::vector<Report> expected{noMask};
+            if (allocation == 1)
+                expected.insert(expected.begin(), noPixels);
+            EXPECT_EQ(reports.all(), expected);
+            EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(48, 0));
+        }
     }
 }
 

@@ -1,44 +1,23 @@
-#include "_Src/ipl.h"
-
-#include "tests/support/images.h"
-#include "tests/support/report.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/one_pixel.h"
 
 #include <climits>
 
-namespace
-{
-
-double result(uint32_t depth, double elementA, double elementB)
-{
-    const Image a = makeImage(1, 1, 1, depth);
-    const Image b = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(a.get(), 0, 0, 0, elementA);
-    putElement(b.get(), 0, 0, 0, elementB);
-    iplMultiply(a.get(), b.get(), dst.get());
-    return element(dst.get(), 0, 0, 0);
-}
-
-} // namespace
-
 TEST(IplMultiply, SaturatesAtIntegerDepths)
 {
-    EXPECT_EQ(result(IPL_DEPTH_8U, 51, 5), 255);
-    EXPECT_EQ(result(IPL_DEPTH_8U, 50, 5), 250);
-    EXPECT_EQ(result(IPL_DEPTH_8U, 255, 255), 255);
-    EXPECT_EQ(result(IPL_DEPTH_8U, 129, 255), 255);
-    EXPECT_EQ(result(IPL_DEPTH_8S, -128, -128), 127);
-    EXPECT_EQ(result(IPL_DEPTH_8S, -128, 2), -128);
-    EXPECT_EQ(result(IPL_DEPTH_16U, 65535, 65535), 65535);
-    EXPECT_EQ(result(IPL_DEPTH_16S, -32768, 2), -32768);
-    EXPECT_EQ(result(IPL_DEPTH_32S, 46341, 46341), INT_MAX);
-    EXPECT_EQ(result(IPL_DEPTH_32S, INT_MIN, 1), INT_MIN);
-    EXPECT_EQ(result(IPL_DEPTH_32S, INT_MIN, INT_MIN), INT_MAX);
-    EXPECT_EQ(result(IPL_DEPTH_32F, -1.5, 300), -450);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 0, 1), 0);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 1, 1), 1);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_8U, 51, 5), 255);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_8U, 50, 5), 250);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_8U, 255, 255), 255);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_8U, 129, 255), 255);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_8S, -128, -128), 127);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_8S, -128, 2), -128);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_16U, 65535, 65535), 65535);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_16S, -32768, 2), -32768);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_32S, 46341, 46341), INT_MAX);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_32S, INT_MIN, 1), INT_MIN);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_32S, INT_MIN, INT_MIN), INT_MAX);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_32F, -1.5, 300), -450);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_1U, 0, 1), 0);
+    EXPECT_EQ(resultOfPair(iplMultiply, IPL_DEPTH_1U, 1, 1), 1);
 }
 
 TEST(IplMultiply, RefusesANullFirstSource)

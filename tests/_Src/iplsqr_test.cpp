@@ -1,40 +1,21 @@
-#include "_Src/ipl.h"
-
-#include "tests/support/images.h"
-#include "tests/support/report.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/one_pixel.h"
 
 #include <climits>
 
-namespace
-{
-
-double squared(uint32_t depth, double element0)
-{
-    const Image src = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(src.get(), 0, 0, 0, element0);
-    iplSquare(src.get(), dst.get());
-    return element(dst.get(), 0, 0, 0);
-}
-
-} // namespace
-
 TEST(IplSquare, SaturatesTheSquare)
 {
-    EXPECT_EQ(squared(IPL_DEPTH_8U, 15), 225);
-    EXPECT_EQ(squared(IPL_DEPTH_8U, 16), 255);
-    EXPECT_EQ(squared(IPL_DEPTH_8S, -128), 127);
-    EXPECT_EQ(squared(IPL_DEPTH_8S, -11), 121);
-    EXPECT_EQ(squared(IPL_DEPTH_16U, 255), 65025);
-    EXPECT_EQ(squared(IPL_DEPTH_16U, 65535), 65535);
-    EXPECT_EQ(squared(IPL_DEPTH_16S, -32768), 32767);
-    EXPECT_EQ(squared(IPL_DEPTH_16S, -181), 32761);
-    EXPECT_EQ(squared(IPL_DEPTH_32S, -46340), 2147395600);
-    EXPECT_EQ(squared(IPL_DEPTH_32S, 46341), INT_MAX);
-    EXPECT_EQ(squared(IPL_DEPTH_32S, INT_MIN), INT_MAX);
-    EXPECT_EQ(squared(IPL_DEPTH_32F, -1.5), 2.25);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_8U, 15), 225);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_8U, 16), 255);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_8S, -128), 127);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_8S, -11), 121);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_16U, 255), 65025);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_16U, 65535), 65535);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_16S, -32768), 32767);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_16S, -181), 32761);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_32S, -46340), 2147395600);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_32S, 46341), INT_MAX);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_32S, INT_MIN), INT_MAX);
+    EXPECT_EQ(resultOf(iplSquare, IPL_DEPTH_32F, -1.5), 2.25);
 }
 
 TEST(IplSquare, CopiesBitsUnderTheMaskWhateverTheOrders)

@@ -1,47 +1,26 @@
-#include "_Src/ipl.h"
-
-#include "tests/support/images.h"
-#include "tests/support/report.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/one_pixel.h"
 
 #include <climits>
 
-namespace
-{
-
-double result(uint32_t depth, double elementA, double elementB)
-{
-    const Image a = makeImage(1, 1, 1, depth);
-    const Image b = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(a.get(), 0, 0, 0, elementA);
-    putElement(b.get(), 0, 0, 0, elementB);
-    iplSubtract(a.get(), b.get(), dst.get());
-    return element(dst.get(), 0, 0, 0);
-}
-
-} // namespace
-
 TEST(IplSubtract, SaturatesAtIntegerDepths)
 {
-    EXPECT_EQ(result(IPL_DEPTH_8U, 55, 56), 0);
-    EXPECT_EQ(result(IPL_DEPTH_8U, 255, 1), 254);
-    EXPECT_EQ(result(IPL_DEPTH_8S, -100, 29), -128);
-    EXPECT_EQ(result(IPL_DEPTH_8S, 100, -28), 127);
-    EXPECT_EQ(result(IPL_DEPTH_16U, 0, 65535), 0);
-    EXPECT_EQ(result(IPL_DEPTH_16S, 32767, -1), 32767);
-    EXPECT_EQ(result(IPL_DEPTH_32S, 0, INT_MIN), INT_MAX);
-    EXPECT_EQ(result(IPL_DEPTH_32S, -2, INT_MAX), INT_MIN);
-    EXPECT_EQ(result(IPL_DEPTH_32F, 0.25, 300.5), -300.25);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_8U, 55, 56), 0);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_8U, 255, 1), 254);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_8S, -100, 29), -128);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_8S, 100, -28), 127);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_16U, 0, 65535), 0);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_16S, 32767, -1), 32767);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_32S, 0, INT_MIN), INT_MAX);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_32S, -2, INT_MAX), INT_MIN);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_32F, 0.25, 300.5), -300.25);
 }
 
 TEST(IplSubtract, TakesTheBitsOfTheSecondFromTheFirst)
 {
-    EXPECT_EQ(result(IPL_DEPTH_1U, 0, 0), 0);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 0, 1), 0);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 1, 0), 1);
-    EXPECT_EQ(result(IPL_DEPTH_1U, 1, 1), 0);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_1U, 0, 0), 0);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_1U, 0, 1), 0);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_1U, 1, 0), 1);
+    EXPECT_EQ(resultOfPair(iplSubtract, IPL_DEPTH_1U, 1, 1), 0);
 }
 
 TEST(IplSubtract, HonoursTheMaskAtDepthOneWhateverTheOrders)

@@ -1,65 +1,46 @@
-#include "_Src/ipl.h"
-
-#include "tests/support/images.h"
-#include "tests/support/report.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/one_pixel.h"
 
 #include <climits>
 
-namespace
-{
-
-double difference(uint32_t depth, double element0, int32_t value, int32_t reverse)
-{
-    const Image src = makeImage(1, 1, 1, depth);
-    const Image dst = makeImage(1, 1, 1, depth);
-    putElement(src.get(), 0, 0, 0, element0);
-    iplSubtractS(src.get(), dst.get(), value, reverse);
-    return element(dst.get(), 0, 0, 0);
-}
-
-} // namespace
-
 TEST(IplSubtractS, SaturatesAtBothEndsOfEachDepth)
 {
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 100, 101, 0), 0);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 100, -156, 0), 255);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 100, 99, 0), 1);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, -28, 101, 0), -128);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, 127, 254, 0), -127);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, 127, 400, 0), -128);
-    EXPECT_EQ(difference(IPL_DEPTH_16S, 32767, 65534, 0), -32767);
-    EXPECT_EQ(difference(IPL_DEPTH_32S, 0, INT_MIN, 0), INT_MAX);
-    EXPECT_EQ(difference(IPL_DEPTH_32S, -1, INT_MIN, 0), INT_MAX);
-    EXPECT_EQ(difference(IPL_DEPTH_32S, INT_MIN, 1, 0), INT_MIN);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 100, 101, 0), 0);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 100, -156, 0), 255);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 100, 99, 0), 1);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, -28, 101, 0), -128);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, 127, 254, 0), -127);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, 127, 400, 0), -128);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_16S, 32767, 65534, 0), -32767);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_32S, 0, INT_MIN, 0), INT_MAX);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_32S, -1, INT_MIN, 0), INT_MAX);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_32S, INT_MIN, 1, 0), INT_MIN);
 }
 
 TEST(IplSubtractS, SubtractsFromTheValueInReverse)
 {
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 100, 99, 1), 0);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 100, 300, 1), 200);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 100, 356, -1), 255);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 255, 509, 1), 254);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 255, 510, 1), 255);
-    EXPECT_EQ(difference(IPL_DEPTH_8U, 1, 0, 1), 0);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, -128, 0, 1), 127);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, 127, 1000, 1), 127);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, -128, -1000, 1), -128);
-    EXPECT_EQ(difference(IPL_DEPTH_8S, 127, 200, 1), 73);
-    EXPECT_EQ(difference(IPL_DEPTH_16U, 65535, 131069, 1), 65534);
-    EXPECT_EQ(difference(IPL_DEPTH_32S, INT_MIN, INT_MIN, 1), 0);
-    EXPECT_EQ(difference(IPL_DEPTH_32S, INT_MIN, 0, 1), INT_MAX);
-    EXPECT_EQ(difference(IPL_DEPTH_32S, 1, INT_MIN, 1), INT_MIN);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 100, 99, 1), 0);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 100, 300, 1), 200);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 100, 356, -1), 255);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 255, 509, 1), 254);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 255, 510, 1), 255);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8U, 1, 0, 1), 0);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, -128, 0, 1), 127);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, 127, 1000, 1), 127);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, -128, -1000, 1), -128);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_8S, 127, 200, 1), 73);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_16U, 65535, 131069, 1), 65534);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_32S, INT_MIN, INT_MIN, 1), 0);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_32S, INT_MIN, 0, 1), INT_MAX);
+    EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_32S, 1, INT_MIN, 1), INT_MIN);
 }
 
 TEST(IplSubtractS, CopiesClearsAndInvertsBits)
 {
     for (const double bit : {0.0, 1.0}) {
-        EXPECT_EQ(difference(IPL_DEPTH_1U, bit, 2, 0), bit);
-        EXPECT_EQ(difference(IPL_DEPTH_1U, bit, 1, 0), 0);
-        EXPECT_EQ(difference(IPL_DEPTH_1U, bit, 2, 1), 0);
-        EXPECT_EQ(difference(IPL_DEPTH_1U, bit, 3, 1), 1 - bit);
+        EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_1U, bit, 2, 0), bit);
+        EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_1U, bit, 1, 0), 0);
+        EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_1U, bit, 2, 1), 0);
+        EXPECT_EQ(resultOf(iplSubtractS, IPL_DEPTH_1U, bit, 3, 1), 1 - bit);
     }
 }
 
@@ -74,26 +55,20 @@ TEST(IplSubtractS, RefusesANullSourceAndFloats)
 
 TEST(IplSubtractS, LeavesTheExtremesToLogic)
 {
-    const auto refused = [](uint32_t depth, int32_t value, int32_t reverse, const char* name,
-                            const char* file) {
-        const Image src = makeImage(3, 3, 1, depth);
-        EXPECT_REPORT(iplSubtractS(src.get(), nullptr, value, reverse), -9, name, "Incorrect Image",
-                      file);
-    };
-    refused(IPL_DEPTH_1U, 0, 0, "iplXorS", "iplxors");
-    refused(IPL_DEPTH_1U, 1, 0, "iplAndS", "iplands");
-    refused(IPL_DEPTH_1U, 0, 1, "iplAndS", "iplands");
-    refused(IPL_DEPTH_1U, 1, 1, "iplXorS", "iplxors");
+    expectDoneBy("iplXorS", "iplxors", iplSubtractS, IPL_DEPTH_1U, 0, 0);
+    expectDoneBy("iplAndS", "iplands", iplSubtractS, IPL_DEPTH_1U, 1, 0);
+    expectDoneBy("iplAndS", "iplands", iplSubtractS, IPL_DEPTH_1U, 0, 1);
+    expectDoneBy("iplXorS", "iplxors", iplSubtractS, IPL_DEPTH_1U, 1, 1);
     for (const int32_t largest : {255, 65535}) {
         const uint32_t depth = largest == 255 ? IPL_DEPTH_8U : IPL_DEPTH_16U;
-        refused(depth, -largest, 0, "iplOrS", "iplors");
-        refused(depth, 1 - largest, 0, "iplSubtractS", "iplsubs");
-        refused(depth, largest - 1, 0, "iplSubtractS", "iplsubs");
-        refused(depth, largest, 0, "iplAndS", "iplands");
-        refused(depth, 0, 1, "iplAndS", "iplands");
-        refused(depth, 1, 1, "iplSubtractS", "iplsubs");
-        refused(depth, 2 * largest - 1, 1, "iplSubtractS", "iplsubs");
-        refused(depth, 2 * largest, 1, "iplOrS", "iplors");
+        expectDoneBy("iplOrS", "iplors", iplSubtractS, depth, -largest, 0);
+        expectDoneBy("iplSubtractS", "iplsubs", iplSubtractS, depth, 1 - largest, 0);
+        expectDoneBy("iplSubtractS", "iplsubs", iplSubtractS, depth, largest - 1, 0);
+        expectDoneBy("iplAndS", "iplands", iplSubtractS, depth, largest, 0);
+        expectDoneBy("iplAndS", "iplands", iplSubtractS, depth, 0, 1);
+        expectDoneBy("iplSubtractS", "iplsubs", iplSubtractS, depth, 1, 1);
+        expectDoneBy("iplSubtractS", "iplsubs", iplSubtractS, depth, 2 * largest - 1, 1);
+        expectDoneBy("iplOrS", "iplors", iplSubtractS, depth, 2 * largest, 1);
     }
-    refused(IPL_DEPTH_8S, INT_MAX, 0, "iplSubtractS", "iplsubs");
+    expectDoneBy("iplSubtractS", "iplsubs", iplSubtractS, IPL_DEPTH_8S, INT_MAX, 0);
 }
