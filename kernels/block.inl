@@ -25,6 +25,18 @@ void copy(void* dst, const void* src, size_t bytes)
     __builtin_memcpy(dst, src, bytes);
 }
 
+void moveRows(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep, size_t bytes,
+              size_t rows)
+{
+    for (size_t y = 0; y < rows; ++y, dst += dstStep, src += srcStep) {
+        // The end of a row often lies in another page, which the processor would
+        // not look into by itself.
+        __builtin_prefetch(src + bytes - 1);
+        __builtin_prefetch(dst + bytes - 1, 1);
+        __builtin_memmove(dst, src, bytes);
+    }
+}
+
 uint8_t largest(const uint8_t* bytes, size_t count, bool skipFourth)
 {
     constexpr size_t run = 256;
@@ -45,6 +57,6 @@ uint8_t largest(const uint8_t* bytes, size_t count, bool skipFourth)
     return most;
 }
 
-constexpr BlockKernels blockKernels{fill32, fill16, copy, largest};
+constexpr BlockKernels blockKernels{fill32, fill16, copy, moveRows, largest};
 
 } // namespace

@@ -115,6 +115,50 @@ QUIB_API QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress);
  * none could be made. */
 QUIB_API QuibStatus QuibClone(const IplImage* src, IplImage** out);
 
+/* ---- Transfer ------------------------------------------------------------- */
+
+/* Moves a rectangle of src to a rectangle of dst. Both are given by value, right
+ * and bottom exclusive. Clipping to the images moves a rectangle's corner but
+ * never its size: one that starts left of or above its image shifts the content,
+ * and one that reaches past the right or bottom edge still moves its full size.
+ *
+ * Equal sizes and equal bytes a pixel: rows are copied raw, top row first, with
+ * what reaches past a row going on into the next one, up to the end of the
+ * pixels; src and dst may be one handle. Pixels of less than a byte do not move.
+ * stretch nonzero and different sizes: the nearest pixel at or before each
+ * position, 32-bit pairs in the same raw way, others through the engine, which
+ * ends the process for pairs that it cannot scale. Anything else: the engine
+ * copies what both rectangles have inside their images, or ends the process for
+ * different depths or channels. Where the engine works, a region that a record
+ * held before is lost.
+ *
+ * QUIB_BAD_ARGUMENT for a bad handle, a size below 1 and a rectangle that misses
+ * its image; the status of a record's check. */
+QUIB_API QuibStatus QuibBlt(IplImage* src, int32_t srcLeft, int32_t srcTop, int32_t srcRight,
+                            int32_t srcBottom, IplImage* dst, int32_t dstLeft, int32_t dstTop,
+                            int32_t dstRight, int32_t dstBottom, int32_t stretch);
+
+/* Draws a moving view of src. Column srcX of src lies under dstLeft, and each
+ * column of dst is stepX columns of src further; rows likewise. mode: 0 nearest,
+ * 1 linear, 2 linear along a smoothstep curve, any other value linear.
+ *
+ * The four edges are cut to whole pixels toward zero, and the origin follows
+ * them. Samples never leave src: columns and rows past its edges, or past the
+ * last whole one under the view, repeat the nearest. An origin left of or above
+ * src by a pixel or more loses its whole pixels. The size of the destination
+ * rectangle is not clipped: on the right and bottom it is to lie inside dst.
+ *
+ * Between handles that are not both 32-bit the engine scales the whole pixels
+ * under the view, without their fraction; mode is then its interpolation (0
+ * nearest, 1 linear, 2 cubic, 3 the average of an area, which only shrinks), and
+ * a refusal ends the process. A region that a record held before is then lost.
+ *
+ * QUIB_BAD_ARGUMENT for a bad handle, a view of one pixel or less of either
+ * image, and one that misses either; the status of a record's check. */
+QUIB_API QuibStatus QuibBlt_PANZOOM(IplImage* src, double srcX, double stepX, double srcY,
+                                    double stepY, IplImage* dst, double dstLeft, double dstRight,
+                                    double dstTop, double dstBottom, int32_t mode);
+
 /* ---- Composition --------------------------------------------------------- */
 
 /* Lays a 32-bit image over another, by the alphas of both (Porter and Duff 1984,

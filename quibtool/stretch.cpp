@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace
 {
@@ -50,22 +51,24 @@ void storeWeight(uint32_t* entry, uint8_t weight)
     *entry = weight * 0x01010101u;
 }
 
-void buildNearest(uint32_t dstN, uint32_t srcN, uint32_t* idx0)
+// The builders fill the first `count` of dstN entries.
+void buildNearest(uint32_t count, uint32_t dstN, uint32_t srcN, uint32_t* idx0)
 {
     if (dstN > 0 && srcN % dstN == 0) {
         // Whole steps add up without rounding, and need not be added up.
-        for (uint32_t i = 0; i < dstN; ++i)
+        for (uint32_t i = 0; i < count; ++i)
             idx0[i] = i * (srcN / dstN);
         return;
     }
-    forEachPosition(dstN, dstN, srcN, [=](uint32_t i, uint32_t whole, double) { idx0[i] = whole; });
+    forEachPosition(count, dstN, srcN,
+                    [=](uint32_t i, uint32_t whole, double) { idx0[i] = whole; });
 }
 
 template<class Weight, class Curve>
-void buildWeighted(uint32_t dstN, uint32_t srcN, Weight* weight, uint32_t* idx0, uint32_t* idx1,
-                   Curve curve)
+void buildWeighted(uint32_t count, uint32_t dstN, uint32_t srcN, Weight* weight, uint32_t* idx0,
+                   uint32_t* idx1, Curve curve)
 {
-    forEachPosition(dstN, dstN, srcN, [=](uint32_t i, uint32_t whole, double t) {
+    forEachPosition(count, dstN, srcN, [=](uint32_t i, uint32_t whole, double t) {
         idx0[i] = whole;
         idx1[i] = whole < srcN - 1 ? whole + 1 : whole;
         storeWeight(weight + i, curve(t));
@@ -73,15 +76,15 @@ void buildWeighted(uint32_t dstN, uint32_t srcN, Weight* weight, uint32_t* idx0,
 }
 
 template<class Weight>
-void buildTable(uint32_t dstN, uint32_t srcN, Weight* weight, uint32_t* idx0, uint32_t* idx1,
-                int32_t mode)
+void buildTable(uint32_t count, uint32_t dstN, uint32_t srcN, Weight* weight, uint32_t* idx0,
+                uint32_t* idx1, int32_t mode)
 {
     if (mode == STRETCH_NEAREST)
-        buildNearest(dstN, srcN, idx0);
+        buildNearest(count, dstN, srcN, idx0);
     else if (mode == STRETCH_SMOOTH)
-        buildWeighted(dstN, srcN, weight, idx0, idx1, smoothWeight);
+        buildWeighted(count, dstN, srcN, weight, idx0, idx1, smoothWeight);
     else
-        buildWeighted(dstN, srcN, weight, idx0, idx1, linearWeight);
+        buildWeighted(count, dstN, srcN, weight, idx0, idx1, linearWeight);
 }
 
 void buildNearestPairs(uint32_t dstN, uint32_t srcN, uint32_t* idx0)
@@ -103,6 +106,18 @@ void buildLinearPairs(uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t* 
             storeWeight(weight + 2 * k + i, linearWeight(t));
         }
     });
+}
+
+// The pair modes fill all entries.
+void buildTable32(uint32_t count, uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t* idx0,
+                  uint32_t* idx1, int32_t mode)
+{
+    if (mode == STRETCH_PAIRS_NEAREST)
+        buildNearestPairs(dstN, srcN, idx0);
+    else if (mode == STRETCH_PAIRS_LINEAR)
+        buildLinearPairs(dstN, srcN, weight, idx0, idx1);
+    else
+        buildTable(count, dstN, srcN, weight, idx0, idx1, mode);
 }
 
 // Rounding that added up over very many positions can reach past the last one.
@@ -138,6 +153,60 @@ uint32_t* takeWords(uint8_t** next, size_t count)
     return words;
 }
 
+// --- Blocks that end before the rows do ------------------------------------------
+
+// How many bytes of a block lie behind the start of a row.
+uint64_t bytesFromRow(ptrdiff_t step, size_t bytes, uint32_t row)
+{
+    if (step < 0)
+        return UINT64_MAX;
+    const uint64_t offset = static_cast<uint64_t>(step) * row;
+    return offset < bytes ? bytes - offset : 0;
+}
+
+uint32_t writableWidth(const StretchTarget& to, uint32_t y, size_t pixelBytes)
+{
+    return static_cast<uint32_t>(
+        std::min<uint64_t>(to.width, bytesFromRow(to.step, to.bytes, y) / pixelBytes));
+}
+
+// How many of the first `count` columns have their pixel inside the block.
+uint32_t readableWidth(const StretchSource& from, uint32_t row, const uint32_t* columns,
+                       uint32_t count, size_t pixelBytes)
+{
+    const uint64_t pixels =
+        bytesFromRow(from.step, from.bytes, std::min(row, from.height - 1)) / pixelBytes;
+    if (count == 0 || columns[count - 1] < pixels)
+        return count;
+    const uint32_t* end = std::partition_point(
+        columns, columns + count, [pixels](uint32_t column) { return column < pixels; });
+    return static_cast<uint32_t>(end - columns);
+}
+
+// --- One image that is both sides ------------------------------------------------
+
+// The addresses from the first to the last row, whichever lies lower.
+struct Extent {
+    int64_t begin;
+    int64_t end;
+};
+
+Extent extentOf(const uint8_t* data, uint32_t width, uint32_t height, ptrdiff_t step,
+                size_t pixelBytes)
+{
+    const int64_t first = static_cast<int64_t>(reinterpret_cast<uintptr_t>(data));
+    const int64_t last = first + int64_t{step} * (height - 1);
+    return {std::min(first, last),
+            std::max(first, last) + static_cast<int64_t>(width * uint64_t{pixelBytes})};
+}
+
+bool overlap(const StretchTarget& to, const StretchSource& from, size_t pixelBytes)
+{
+    const Extent target = extentOf(to.data, to.width, to.height, to.step, pixelBytes);
+    const Extent source = extentOf(from.data, from.width, from.height, from.step, pixelBytes);
+    return target.begin < source.end && source.begin < target.end;
+}
+
 // --- Nearest -------------------------------------------------------------------
 
 const uint8_t* sourceRow(const StretchSource& from, uint32_t row)
@@ -165,23 +234,47 @@ struct Gather {
     decltype(quib::StretchKernels::gatherSteps8) bySteps;
 };
 
+// How many pixels of row y both blocks hold.
+uint32_t nearestWidth(const StretchTarget& to, const StretchSource& from,
+                      const StretchTables& tables, size_t pixelBytes, uint32_t y)
+{
+    return readableWidth(from, tables.y.idx0[y], tables.x.idx0, writableWidth(to, y, pixelBytes),
+                         pixelBytes);
+}
+
+// Pixel by pixel, each as those before it leave it.
+void stretchNearestInOrder(const StretchTarget& to, const StretchSource& from,
+                           const StretchTables& tables, const Gather& gather)
+{
+    uint8_t* dst = to.data;
+    for (uint32_t y = 0; y < to.height; ++y, dst += to.step) {
+        const uint32_t width = nearestWidth(to, from, tables, gather.pixelBytes, y);
+        const uint8_t* src = sourceRow(from, tables.y.idx0[y]);
+        for (uint32_t x = 0; x < width; ++x)
+            gather.byIndex(dst + x * gather.pixelBytes, src, tables.x.idx0 + x, 1);
+    }
+}
+
 void stretchNearest(const StretchTarget& to, const StretchSource& from, const StretchTables& tables,
                     const Gather& gather)
 {
+    if (overlap(to, from, gather.pixelBytes))
+        return stretchNearestInOrder(to, from, tables, gather);
     const uint32_t* columns = tables.x.idx0;
     const uint32_t* rows = tables.y.idx0;
     const size_t step = evenStep(columns, to.width);
     const size_t rowBytes = to.width * gather.pixelBytes;
     uint8_t* dst = to.data;
     for (uint32_t y = 0; y < to.height; ++y, dst += to.step) {
+        const uint32_t width = nearestWidth(to, from, tables, gather.pixelBytes, y);
         const uint8_t* src = sourceRow(from, rows[y]);
         if (const uint8_t* above = sameRowAbove(to, rowBytes, rows, y))
-            std::memcpy(dst, above, rowBytes);
+            std::memcpy(dst, above, width * gather.pixelBytes);
         else if (step)
             gather.bySteps(dst, src, sourceRow(from, rows[std::min(y + 1, to.height - 1)]), step,
-                           to.width);
+                           width);
         else
-            gather.byIndex(dst, src, columns, to.width);
+            gather.byIndex(dst, src, columns, width);
     }
 }
 
@@ -236,6 +329,8 @@ struct FilteredRows {
         return line;
     }
 
+    void forget() { std::fill(std::begin(held), std::end(held), nullptr); }
+
     void filter(uint8_t* line, const uint8_t* src) const
     {
         const StretchAxis& x = tables.x;
@@ -251,18 +346,18 @@ struct FilteredRows {
 };
 
 // A row whose weights are all 255, along both axes.
-void stretchExactRow(uint8_t* dst, const StretchTarget& to, const StretchSource& from,
+void stretchExactRow(uint8_t* dst, uint32_t width, const StretchSource& from,
                      const Columns& columns, const uint8_t* upper, const uint8_t* lower)
 {
     const quib::StretchKernels& kernels = quib::kernels().stretch;
-    kernels.lerpSteps32(dst, upper, lower, columns.exactStep, columns.end);
-    if (columns.end == to.width)
+    kernels.lerpSteps32(dst, upper, lower, columns.exactStep, std::min(columns.end, width));
+    if (width <= columns.end)
         return;
     const size_t last = (size_t{from.width} - 1) * 4; // where alone two positions are one
     uint8_t pixel[4];
     kernels.lerpRows(pixel, upper + last, lower + last, 255, 4);
     quib::kernels().block.fill32(dst + size_t{columns.end} * 4, loadPixel(pixel),
-                                 to.width - columns.end);
+                                 width - columns.end);
 }
 
 void stretchWeighted(const StretchTarget& to, const StretchSource& from,
@@ -270,17 +365,21 @@ void stretchWeighted(const StretchTarget& to, const StretchSource& from,
 {
     const StretchAxis& y = tables.y;
     FilteredRows filtered{to, from, tables, findColumns(tables.x, to.width)};
+    const bool changesSource = overlap(to, from, 4);
     uint8_t* dst = to.data;
     for (uint32_t i = 0; i < to.height; ++i, dst += to.step) {
+        if (changesSource)
+            filtered.forget();
         const uint8_t weight = static_cast<uint8_t>(y.weight[i]);
-        if (filtered.columns.exactStep && weight == 255) {
-            stretchExactRow(dst, to, from, filtered.columns, sourceRow(from, y.idx0[i]),
+        const uint32_t width = writableWidth(to, i, 4);
+        if (filtered.columns.exactStep && weight == 255 && !changesSource) {
+            stretchExactRow(dst, width, from, filtered.columns, sourceRow(from, y.idx0[i]),
                             sourceRow(from, y.idx1[i]));
             continue;
         }
         const uint8_t* upper = filtered.row(y.idx0[i]);
         const uint8_t* lower = filtered.row(y.idx1[i]);
-        quib::kernels().stretch.lerpRows(dst, upper, lower, weight, size_t{to.width} * 4);
+        quib::kernels().stretch.lerpRows(dst, upper, lower, weight, size_t{width} * 4);
     }
 }
 
@@ -417,18 +516,13 @@ void stretchWeighted8(const StretchTarget& to, const StretchSource& from, int32_
 void BuildStretchTable8(uint32_t dstN, uint32_t srcN, uint8_t* weight, uint32_t* idx0,
                         uint32_t* idx1, int32_t mode)
 {
-    buildTable(dstN, srcN, weight, idx0, idx1, mode);
+    buildTable(dstN, dstN, srcN, weight, idx0, idx1, mode);
 }
 
 void BuildStretchTable32(uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t* idx0,
                          uint32_t* idx1, int32_t mode)
 {
-    if (mode == STRETCH_PAIRS_NEAREST)
-        buildNearestPairs(dstN, srcN, idx0);
-    else if (mode == STRETCH_PAIRS_LINEAR)
-        buildLinearPairs(dstN, srcN, weight, idx0, idx1);
-    else
-        buildTable(dstN, srcN, weight, idx0, idx1, mode);
+    buildTable32(dstN, dstN, srcN, weight, idx0, idx1, mode);
 }
 
 void GatherRow8(uint8_t* dst, const uint8_t* srcRow, const uint32_t* idx0, size_t n)
@@ -487,22 +581,47 @@ void ownStretch32(const StretchTarget& to, const StretchSource& from, const Stre
     stretchWeighted(to, from, tables);
 }
 
-void StretchStrided32(uint8_t* dst, uint32_t dstW, uint32_t dstH, ptrdiff_t dstStep,
-                      const uint8_t* src, uint32_t srcW, uint32_t srcH, ptrdiff_t srcStep,
-                      int32_t mode)
+StretchTarget ownCutToBlock(const StretchTarget& to)
 {
-    if (dstW == 0 || dstH == 0 || srcW == 0 || srcH == 0)
+    StretchTarget cut = to;
+    cut.width = writableWidth(to, 0, 4);
+    if (cut.width == 0)
+        cut.height = 0;
+    else if (to.step > 0)
+        cut.height = static_cast<uint32_t>(std::min<uint64_t>(
+            to.height, (to.bytes - 4) / static_cast<size_t>(to.step) + uint64_t{1}));
+    return cut;
+}
+
+uint8_t ownStretchWeight(double t, int32_t mode)
+{
+    return mode == STRETCH_SMOOTH ? smoothWeight(t) : linearWeight(t);
+}
+
+void StretchStrided32(const StretchTarget& to, const StretchSource& from, int32_t mode)
+{
+    StretchTarget cut = ownCutToBlock(to);
+    if (isPairMode(mode))
+        cut.height = to.height;
+    if (cut.width == 0 || cut.height == 0 || from.width == 0 || from.height == 0)
         return;
-    const StretchTables tables(dstW, dstH, linesOfMode(mode));
+    const StretchTables tables(cut.width, cut.height, linesOfMode(mode));
     if (!tables.exist())
         return;
     const StretchAxis& x = tables.x;
     const StretchAxis& y = tables.y;
-    BuildStretchTable32(dstW, srcW, x.weight, x.idx0, x.idx1, horizontalMode(mode));
-    BuildStretchTable32(dstH, srcH, y.weight, y.idx0, y.idx1, mode);
-    if (isPairMode(mode) && dstH % 2 == 1)
-        completePairs(y, dstH);
-    ownStretch32({dst, dstW, dstH, dstStep}, {src, srcW, srcH, srcStep}, tables);
+    buildTable32(cut.width, to.width, from.width, x.weight, x.idx0, x.idx1, horizontalMode(mode));
+    buildTable32(cut.height, to.height, from.height, y.weight, y.idx0, y.idx1, mode);
+    if (isPairMode(mode) && to.height % 2 == 1)
+        completePairs(y, to.height);
+    ownStretch32(cut, from, tables);
+}
+
+void StretchStrided32(uint8_t* dst, uint32_t dstW, uint32_t dstH, ptrdiff_t dstStep,
+                      const uint8_t* src, uint32_t srcW, uint32_t srcH, ptrdiff_t srcStep,
+                      int32_t mode)
+{
+    StretchStrided32({dst, dstW, dstH, dstStep}, {src, srcW, srcH, srcStep}, mode);
 }
 
 void StretchPacked32(uint8_t* dst, uint32_t dstW, uint32_t dstH, const uint8_t* src, uint32_t srcW,

@@ -50,13 +50,14 @@ void LerpRowByTable8(uint8_t* dst, const uint8_t* srcRow, const uint32_t* idx0,
 void LerpRows8(uint8_t* dst, const uint8_t* rowA, const uint8_t* rowB, const uint8_t* weightPointer,
                size_t n);
 
-// --- For stretchers with tables of their own -----------------------------------
+// --- In blocks that may end before the rows do ------------------------------------
 
 struct StretchTarget {
     uint8_t* data;
     uint32_t width;
     uint32_t height;
     ptrdiff_t step;
+    size_t bytes = SIZE_MAX; // from `data` to the block's end, for a step above 0
 };
 
 struct StretchSource {
@@ -64,7 +65,23 @@ struct StretchSource {
     uint32_t width;
     uint32_t height;
     ptrdiff_t step;
+    size_t bytes = SIZE_MAX;
 };
+
+// Rows may be wider than their step: they run on into the next ones, and are
+// written in their order. Left out are pixels past the end of the destination's
+// block and, in the nearest modes, those that come from past the end of the
+// source's; other modes want a source that has all its rows.
+void StretchStrided32(const StretchTarget& to, const StretchSource& from, int32_t mode);
+
+// --- For stretchers with tables of their own -----------------------------------
+
+// Without the columns and rows of which the block holds nothing.
+StretchTarget ownCutToBlock(const StretchTarget& to);
+
+// The share of the first of two neighbours, `t` away from it: 0 to 255, linear,
+// or along the curve of STRETCH_SMOOTH.
+uint8_t ownStretchWeight(double t, int32_t mode);
 
 struct StretchAxis {
     uint32_t* idx0; // never decreasing

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace
@@ -114,6 +115,49 @@ TEST(BlockKernels, LargestFindsTheLargestByte)
                     if (!(skipFourth && i % 4 == 3) && bytes[i] > expected)
                         expected = bytes[i];
                 ASSERT_EQ(block.largest(bytes, count, skipFourth), expected) << count;
+            }
+        }
+    });
+}
+
+TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        Random random(2);
+        for (int round = 0; round < 2000; ++round) {
+            constexpr size_t size = 3000;
+            const GuardedBuffer buffer(size);
+            random.fill(buffer.data(), size);
+            const size_t bytes = static_cast<size_t>(random.between(0, 300));
+            const size_t rows = static_cast<size_t>(random.between(0, 6));
+            const size_t dstStep = static_cast<size_t>(random.between(0, 340));
+            const size_t srcStep = static_cast<size_t>(random.between(0, 340));
+            const size_t room = size - 300 - 340 * 6;
+            const size_t dst = static_cast<size_t>(random.between(0, room));
+            const size_t src = static_cast<size_t>(random.between(0, room));
+            std::vector<uint8_t> expected = from(buffer, 0);
+            for (size_t y = 0; y < rows; ++y) {
+                const std::vector<uint8_t> row(&expected[src + y * srcStep],
+                                               &expected[src + y * srcStep] + bytes);
+                std::copy(row.begin(), row.end(), &expected[dst + y * dstStep]);
+            }
+            block.moveRows(buffer.data() + dst, static_cast<ptrdiff_t>(dstStep),
+                           buffer.data() + src, static_cast<ptrdiff_t>(srcStep), bytes, rows);
+            ASSERT_EQ(from(buffer, 0), expected);
+        }
+    });
+}
+
+TEST(BlockKernels, MoveRowsStaysInsideItsRows)
+{
+    forEachTable([](const quib::BlockKernels& block) {
+        for (const Guard guard : {Guard::afterEnd, Guard::beforeStart}) {
+            for (size_t bytes = 1; bytes < 200; ++bytes) {
+                const GuardedBuffer src(bytes * 3, guard);
+                const GuardedBuffer dst(bytes * 3, guard);
+                src.makeReadOnly();
+                const ptrdiff_t step = static_cast<ptrdiff_t>(bytes);
+                block.moveRows(dst.data(), step, src.data(), step, bytes, 3);
             }
         }
     });

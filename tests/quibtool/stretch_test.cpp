@@ -521,6 +521,41 @@ TEST(StretchStrided32, WritesBottomUpImagesToo)
     }
 }
 
+// The plain rows, each as wide as it is told to be and one after the other a
+// step further on, up to the block's end.
+static std::vector<uint8_t> plainInBlock(std::vector<uint8_t> block,
+                                         const std::vector<uint8_t>& rows, Size to, size_t step)
+{
+    for (size_t y = 0; y < to.height; ++y)
+        for (size_t x = 0; x < to.width; ++x)
+            if (y * step + x * 4 + 4 <= block.size())
+                std::copy_n(rows.begin() + static_cast<ptrdiff_t>((y * to.width + x) * 4), 4,
+                            block.begin() + static_cast<ptrdiff_t>(y * step + x * 4));
+    return block;
+}
+
+TEST(StretchStrided32, EndsWithTheDestinationsBlockInEveryMode)
+{
+    forEachLevel([] {
+        Random random(25);
+        for (int32_t round = 0; round < 200; ++round) {
+            const Size from{randomSide(random), randomSide(random)};
+            const Size to{randomSide(random), randomSide(random) * 2};
+            const int32_t mode = allModes[random.between(0, 7)];
+            const int32_t step = 4 * random.between(1, 40);
+            const GuardedBuffer out(static_cast<size_t>(random.between(1, 5000)));
+            const Pixels src(from, 4, Guard::afterEnd, random);
+            const std::vector<uint8_t> rows = plainStretch32(src.data(), from, to, mode);
+            const std::vector<uint8_t> expected = plainInBlock(contents(out), rows, to, step);
+            StretchStrided32(
+                {out.data(), to.width, to.height, step, out.size()},
+                {src.data(), from.width, from.height, static_cast<ptrdiff_t>(from.width) * 4},
+                mode);
+            ASSERT_EQ(contents(out), expected) << "mode " << mode;
+        }
+    });
+}
+
 TEST(StretchPacked32, AnOddHeightInAPairModeStaysInsideBothImages)
 {
     Random random(24);

@@ -80,6 +80,13 @@ inline void randomise(IplImage* image, Random& random)
         values[i] = static_cast<float>(random.between(-1000000, 1000000)) / 1000.0f;
 }
 
+inline Image makeRandomHandle(int32_t width, int32_t height, int32_t bitDepth, Random& random)
+{
+    Image handle = makeHandle(width, height, bitDepth);
+    randomise(handle.get(), random);
+    return handle;
+}
+
 inline void setRoi(IplImage* image, int32_t coi, int32_t x, int32_t y, int32_t width,
                    int32_t height)
 {
