@@ -92,15 +92,30 @@ inline Mix mixOf(Words s, Words d)
 
 // The products of differences and weights need their low 16 bits only: the
 // upper byte of these is added to the colour, and what it carries is dropped.
-inline Words blendPixels(Words s, Words d, const Mix& mix)
+// The fourth byte is blended like a colour.
+inline Bytes blendBytes(Words s, Words d, Halves weight)
 {
-    const Halves weight = spreadLowHalves((Words)mix.weight);
     const Halves even = (((Halves)s & 0xFF) - ((Halves)d & 0xFF)) * weight >> 8;
     const Halves odd = (((Halves)s >> 8) - ((Halves)d >> 8)) * weight;
     const Bytes isOdd = (Bytes)(Halves{} + 0xFF00);
+    return (Bytes)d + (isOdd ? (Bytes)odd : (Bytes)even);
+}
+
+inline Words withAlpha(Words colours, Words alpha)
+{
     const Bytes isAlpha = (Bytes)(Words{} + alphaMask);
-    const Bytes colours = (Bytes)d + (isOdd ? (Bytes)odd : (Bytes)even);
-    return (Words)(isAlpha ? (Bytes)((Words)mix.alpha << 24) : colours);
+    return (Words)(isAlpha ? (Bytes)alpha : (Bytes)colours);
+}
+
+inline Words blendPixels(Words s, Words d, const Mix& mix)
+{
+    const Halves weight = spreadLowHalves((Words)mix.weight);
+    return withAlpha((Words)blendBytes(s, d, weight), (Words)mix.alpha << 24);
+}
+
+inline Words blendByAlpha(Words s, Words d)
+{
+    return (Words)blendBytes(s, d, spreadLowHalves(s >> 24));
 }
 
 // The same for opaque pixels of s, whose weight is 255: one less than s where s
@@ -110,7 +125,7 @@ inline Words coverPixels(Words s, Words d)
     return (Words)((Bytes)s + (Bytes)((Bytes)s > (Bytes)d)) | alphaMask;
 }
 
-inline void blendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
+inline void pairBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
 {
     Words s[groupVectors];
     for (size_t i = 0; i < groupVectors; ++i)
@@ -134,27 +149,49 @@ inline void blendGroup(uint8_t* target, const uint8_t* under, const uint8_t* ove
         store(target + i * vectorBytes, blendPixels(s[i], load(under + i * vectorBytes), mixes[i]));
 }
 
-void pairBlend(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count)
+inline void alphaBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
+{
+    for (size_t i = 0; i < groupBytes; i += vectorBytes)
+        store(target + i, blendByAlpha(load(over + i), load(under + i)) | alphaMask);
+}
+
+inline void colourBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
+{
+    for (size_t i = 0; i < groupBytes; i += vectorBytes) {
+        const Words blended = blendByAlpha(load(over + i), load(under + i));
+        store(target + i, withAlpha(blended, load(target + i)));
+    }
+}
+
+// Calls group() along a row, for the last few pixels with copies of them.
+template<void (*group)(uint8_t* target, const uint8_t* under, const uint8_t* over)>
+void forEachGroup(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count)
 {
     size_t bytes = count * 4;
     for (; bytes >= groupBytes; bytes -= groupBytes) {
-        blendGroup(target, under, over);
+        group(target, under, over);
         target += groupBytes;
         under += groupBytes;
         over += groupBytes;
     }
     if (bytes == 0)
         return;
+    uint8_t targetRest[groupBytes] = {};
+    uint8_t underRest[groupBytes] = {};
     uint8_t overRest[groupBytes] = {};
-    uint8_t rest[groupBytes] = {};
+    __builtin_memcpy(targetRest, target, bytes);
+    __builtin_memcpy(underRest, under, bytes);
     __builtin_memcpy(overRest, over, bytes);
-    __builtin_memcpy(rest, under, bytes);
-    blendGroup(rest, rest, overRest);
-    __builtin_memcpy(target, rest, bytes);
+    group(targetRest, underRest, overRest);
+    __builtin_memcpy(target, targetRest, bytes);
 }
 
 } // namespace compose
 
-constexpr ComposeKernels composeKernels{compose::pairBlend};
+constexpr ComposeKernels composeKernels{
+    compose::forEachGroup<compose::pairBlendGroup>,
+    compose::forEachGroup<compose::alphaBlendGroup>,
+    compose::forEachGroup<compose::colourBlendGroup>,
+};
 
 } // namespace

@@ -10,28 +10,6 @@ namespace
 
 constexpr int32_t fileRow = 9000;
 
-// A walk down an image. It ends where the pixel block does, wherever its
-// advance would lead it.
-struct Cursor {
-    uint8_t* row;
-    size_t bytesLeft;
-    size_t advance;
-};
-
-Cursor startOf(const IplImage* handle, int32_t advanceWidth)
-{
-    return {reinterpret_cast<uint8_t*>(handle->imageData),
-            std::max(static_cast<size_t>(handle->imageSize), ownBlockBytes(handle)),
-            static_cast<size_t>(advanceWidth) * 4};
-}
-
-void nextRow(Cursor* cursor)
-{
-    const size_t bytes = std::min(cursor->advance, cursor->bytesLeft);
-    cursor->row += bytes;
-    cursor->bytesLeft -= bytes;
-}
-
 bool overlapsAskew(const uint8_t* a, const uint8_t* b, size_t bytes)
 {
     const uintptr_t first = reinterpret_cast<uintptr_t>(a);
@@ -52,18 +30,6 @@ void composeRun(ComposeRow composeRow, uint8_t* target, const uint8_t* under, co
         composeRow(target + i * 4, under + i * 4, over + i * 4, 1);
 }
 
-void composeRows(ComposeRow composeRow, Cursor target, Cursor under, Cursor over, size_t width,
-                 int32_t height)
-{
-    for (int32_t y = 0; y < height; ++y) {
-        const size_t left = std::min({target.bytesLeft, under.bytesLeft, over.bytesLeft});
-        composeRun(composeRow, target.row, under.row, over.row, std::min(width, left / 4));
-        nextRow(&target);
-        nextRow(&under);
-        nextRow(&over);
-    }
-}
-
 bool is32Bit(const QuibInfo& info)
 {
     return info.width >= 1 && info.height >= 1 && info.bitDepth == 32;
@@ -76,8 +42,7 @@ void ComposeRowOver(uint8_t* target, const uint8_t* under, const uint8_t* over, 
     quib::kernels().compose.pairBlend(target, under, over, count);
 }
 
-QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** result,
-                            ComposeRow composeRow)
+QuibStatus ownCheckLayers(const IplImage* over, const IplImage* under)
 {
     QuibInfo overInfo{};
     QuibInfo underInfo{};
@@ -85,28 +50,50 @@ QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** re
         return status;
     if (const QuibStatus status = ownGetInfo(under, &underInfo))
         return status;
-    if (!is32Bit(overInfo) || !is32Bit(underInfo))
-        return QUIB_BAD_ARGUMENT;
+    return is32Bit(overInfo) && is32Bit(underInfo) ? QUIB_OK : QUIB_BAD_ARGUMENT;
+}
+
+BlockWalk ownLayerWalk(const IplImage* handle, int32_t stepWidth, int32_t column, int32_t row)
+{
+    return ownWalkFrom(handle, static_cast<size_t>(stepWidth) * 4, column, row, 4);
+}
+
+void ownComposeRows(ComposeRow composeRow, BlockWalk target, BlockWalk under, BlockWalk over,
+                    size_t width, int32_t height)
+{
+    for (int32_t y = 0; y < height; ++y) {
+        const size_t left = std::min({target.bytesLeft, under.bytesLeft, over.bytesLeft});
+        composeRun(composeRow, target.row, under.row, over.row, std::min(width, left / 4));
+        for (BlockWalk* walk : {&target, &under, &over})
+            ownSkipRows(walk, 1);
+    }
+}
+
+QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** result,
+                            ComposeRow composeRow)
+{
+    if (const QuibStatus status = ownCheckLayers(over, under))
+        return status;
     IplImage* target = under;
     if (result) {
         if (!*result)
-            QuibCreate0(underInfo.width, underInfo.height, 32, result);
+            QuibCreate0(under->width, under->height, 32, result);
         target = *result;
         void* data = nullptr;
         if (QuibLockData(target, &data) != QUIB_OK)
             return QUIB_BAD_ARGUMENT;
     }
-    // With a result the two advances are exchanged, so images of different
-    // widths are walked askew.
-    const Cursor to = startOf(target, underInfo.width);
-    const Cursor from = startOf(under, result ? overInfo.width : underInfo.width);
-    const Cursor upper = startOf(over, result ? underInfo.width : overInfo.width);
-    if (overInfo.widthStep == underInfo.widthStep && overInfo.height == underInfo.height)
-        composeRows(composeRow, to, from, upper, ownBlockBytes(under) / 4, 1);
+    // With a result the two steps are exchanged, so images of different widths
+    // are walked askew.
+    const BlockWalk to = ownLayerWalk(target, under->width);
+    const BlockWalk from = ownLayerWalk(under, result ? over->width : under->width);
+    const BlockWalk upper = ownLayerWalk(over, result ? under->width : over->width);
+    if (over->widthStep == under->widthStep && over->height == under->height)
+        ownComposeRows(composeRow, to, from, upper, ownBlockBytes(under) / 4, 1);
     else
-        composeRows(composeRow, to, from, upper,
-                    static_cast<size_t>(std::min(overInfo.width, underInfo.width)),
-                    std::min(overInfo.height, underInfo.height));
+        ownComposeRows(composeRow, to, from, upper,
+                       static_cast<size_t>(std::min(over->width, under->width)),
+                       std::min(over->height, under->height));
     return QUIB_OK;
 }
 

@@ -172,6 +172,23 @@ QUIB_API QuibStatus QuibBlt_PANZOOM(IplImage* src, double srcX, double stepX, do
  * without pixels. */
 QUIB_API QuibStatus QuibComposition3(const IplImage* over, IplImage* under, IplImage** result);
 
+/* Does the same in place at a position, null for (0, 0), inside a rectangle, null
+ * for no limit. Here y grows upwards and row r of an image stands at -r: position
+ * is where over's first pixel goes on under, and the rectangle's top lies above
+ * its bottom, left and top inclusive. Neither is written. What falls outside
+ * under is left out, be it all of over. Rows are taken to lie four times a width
+ * apart; with neither position nor rectangle, images of one size are one run, row
+ * padding included. QUIB_BAD_ARGUMENT for a bad handle, for another depth and for
+ * a rectangle that is empty or upside down; a record that fails its check gives
+ * the check's status. */
+QUIB_API QuibStatus QuibComposition4(const IplImage* over, IplImage* under,
+                                     const QuibPoint* position, const QuibRect* rectangle);
+
+/* As QuibComposition3, but by over's alpha alone: a colour becomes
+ * under + ((over - under) * alpha >> 8), and the alpha of every pixel that is
+ * walked 255. On a processor without MMX the target keeps its alpha. */
+QUIB_API QuibStatus QuibComposition_s(const IplImage* over, IplImage* under, IplImage** result);
+
 /* ---- Alpha --------------------------------------------------------------- */
 
 /* Stores the low byte of alpha in the alpha byte of each pixel of a 32-bit

@@ -16,8 +16,8 @@ extern const uint32_t* const identityTable;
 // at [i * 511 + j] with i = red - green and j = red - blue; 360 for a gray.
 extern const int32_t* const hueTable;
 
-// Nonzero if the processor has MMX: bit 23 of its feature word. Both forms of
-// every operation give the same bytes, so nothing here is chosen by it.
+// Nonzero if the processor has MMX: bit 23 of its feature word. One result alone
+// depends on it, the alpha that QuibComposition_s leaves.
 extern uint32_t quibHasMMX;
 
 // 1 if the processor is of the later generation, else 0.

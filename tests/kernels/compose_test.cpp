@@ -162,3 +162,100 @@ TEST(PairBlend, MayWriteIntoEitherImage)
         }
     });
 }
+
+// --- By over's alpha alone ------------------------------------------------------
+
+namespace
+{
+
+using BlendRow = void (*)(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count);
+
+// `target` is what lay there before; its alphas stay unless `opaque`.
+Pixels plainByAlpha(const Pixels& target, const Pixels& under, const Pixels& over, bool opaque)
+{
+    Pixels out = target;
+    for (size_t i = 0; i < under.size(); i += 4) {
+        for (size_t c = i; c < i + 3; ++c)
+            out[c] = static_cast<uint8_t>(under[c] + (((over[c] - under[c]) * over[i + 3]) >> 8));
+        if (opaque)
+            out[i + 3] = 255;
+    }
+    return out;
+}
+
+// Calls work(row, opaque) with both rows of each level.
+template<class Work>
+void forBothRows(Work work)
+{
+    forEachTable([work](const quib::ComposeKernels& kernels) {
+        for (const bool opaque : {true, false}) {
+            SCOPED_TRACE(opaque ? "alphaBlend" : "colourBlend");
+            work(opaque ? kernels.alphaBlend : kernels.colourBlend, opaque);
+        }
+    });
+}
+
+} // namespace
+
+TEST(AlphaBlend, GivesThePlainResultForEveryAlphaAndPairOfColours)
+{
+    forBothRows([](BlendRow row, bool opaque) {
+        for (int alpha = 0; alpha < 256; ++alpha) {
+            Pixels over(65536 * 4);
+            Pixels under(65536 * 4);
+            for (size_t i = 0; i < 65536; ++i) {
+                for (size_t c = 0; c < 3; ++c) {
+                    over[i * 4 + c] = static_cast<uint8_t>((i >> 8) + c * 85);
+                    under[i * 4 + c] = static_cast<uint8_t>(i + c * 85);
+                }
+                over[i * 4 + 3] = static_cast<uint8_t>(alpha);
+                under[i * 4 + 3] = static_cast<uint8_t>(i * 7);
+            }
+            Pixels out = over;
+            row(out.data(), under.data(), over.data(), 65536);
+            ASSERT_EQ(out, plainByAlpha(over, under, over, opaque)) << alpha;
+        }
+    });
+}
+
+TEST(AlphaBlend, StaysInsideItsRunsAtAnyCountAndAddress)
+{
+    forBothRows([](BlendRow row, bool opaque) {
+        Random random(4);
+        for (size_t count = 0; count <= 80; ++count) {
+            const Pixels over = randomPixels(count, random);
+            const Pixels under = randomPixels(count, random);
+            const Pixels before = randomPixels(count, random);
+            const GuardedBuffer overBuffer(count * 4 + 1);
+            const GuardedBuffer underBuffer(count * 4 + 1);
+            const GuardedBuffer target(count * 4 + 1);
+            std::copy(over.begin(), over.end(), overBuffer.data() + 1);
+            std::copy(under.begin(), under.end(), underBuffer.data() + 1);
+            std::copy(before.begin(), before.end(), target.data() + 1);
+            overBuffer.makeReadOnly();
+            underBuffer.makeReadOnly();
+            row(target.data() + 1, underBuffer.data() + 1, overBuffer.data() + 1, count);
+            ASSERT_EQ(Pixels(target.data() + 1, target.data() + target.size()),
+                      plainByAlpha(before, under, over, opaque));
+            ASSERT_EQ(target.data()[0], 0xA5);
+        }
+    });
+}
+
+TEST(AlphaBlend, MayWriteIntoEitherImage)
+{
+    forBothRows([](BlendRow row, bool opaque) {
+        Random random(5);
+        for (size_t count = 1; count < 90; ++count) {
+            Pixels over = randomPixels(count, random);
+            Pixels under = randomPixels(count, random);
+            const Pixels intoUnder = plainByAlpha(under, under, over, opaque);
+            const Pixels intoOver = plainByAlpha(over, under, over, opaque);
+            Pixels target = under;
+            row(target.data(), target.data(), over.data(), count);
+            ASSERT_EQ(target, intoUnder);
+            row(over.data(), under.data(), over.data(), count);
+            ASSERT_EQ(over, intoOver);
+        }
+    });
+}

@@ -1,0 +1,28 @@
+#include "quibtool/composition.h"
+
+#include "kernels/kernels.h"
+#include "quibtool/handle.h"
+#include "quibtool/startup.h"
+
+namespace
+{
+
+constexpr int32_t fileRow = 15000;
+
+// By over's alpha alone. A processor without MMX leaves the target's alpha.
+void composeRowByAlpha(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count)
+{
+    const quib::ComposeKernels& kernels = quib::kernels().compose;
+    (quibHasMMX ? kernels.alphaBlend : kernels.colourBlend)(target, under, over, count);
+}
+
+} // namespace
+
+QuibStatus QuibComposition_s(const IplImage* over, IplImage* under, IplImage** result)
+{
+    if (!QuibIsValid(over, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (!QuibIsValid(under, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    return ownComposeImages(over, under, result, composeRowByAlpha);
+}
