@@ -5,6 +5,7 @@ void addBlockCases();
 void addStretchCases();
 void addConvertCases();
 void addComposeCases();
+void addBlitCases();
 void addZoomCases();
 void addCompositeCases();
 void addPixelCases();

@@ -265,6 +265,7 @@ int main(int argc, char** argv)
     addStretchCases();
     addConvertCases();
     addComposeCases();
+    addBlitCases();
     addZoomCases();
     addCompositeCases();
     addPixelCases();
