@@ -1,101 +1,28 @@
 // The main job: a photograph in, edited, and out again, on a page of pictures.
-#include "examples/demo/bitmapfile.h"
 #include "examples/demo/page.h"
 #include "examples/demo/picture.h"
+#include "examples/demo/tools.h"
+#include "examples/support/bitmapfile.h"
 
 #include "platform/platform.h"
 #include "quibtool/quibtool.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace
 {
 
-// A handle that frees itself.
-struct HandleDeleter {
-    void operator()(IplImage* handle) const { QuibFree(&handle); }
-};
-using Handle = std::unique_ptr<IplImage, HandleDeleter>;
-
-[[noreturn]] void fail(const std::string& message)
-{
-    std::cerr << "demo: " << message << "\n";
-    std::exit(1);
-}
-
-void check(QuibStatus status, const char* call)
-{
-    if (status != QUIB_OK) {
-        char text[160];
-        std::snprintf(text, sizeof text, "%s gave status 0x%08X", call,
-                      static_cast<unsigned>(status));
-        fail(text);
-    }
-}
-
-// The median time of several runs, in milliseconds.
-double timed(const std::function<void()>& work)
-{
-    std::vector<double> times;
-    for (int run = 0; run < 9; ++run) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        const std::chrono::duration<double, std::milli> taken =
-            std::chrono::steady_clock::now() - start;
-        times.push_back(taken.count());
-    }
-    std::nth_element(times.begin(), times.begin() + 4, times.end());
-    return times[4];
-}
-
-QuibInfo infoOf(const IplImage* handle)
-{
-    QuibInfo info{};
-    check(QuibGetInfo(handle, &info), "QuibGetInfo");
-    return info;
-}
-
-Handle create(int width, int height, int bitDepth)
-{
-    IplImage* handle = nullptr;
-    check(QuibCreate0(width, height, bitDepth, &handle), "QuibCreate0");
-    return Handle(handle);
-}
-
-Handle resized(const IplImage* source, int width, int height, int mode, double* milliseconds)
-{
-    Handle result = create(width, height, infoOf(source).bitDepth);
-    *milliseconds = timed([&] {
-        check(QuibResize(const_cast<IplImage*>(source), result.get(), mode), "QuibResize");
-    });
-    return result;
-}
-
-// The largest size of this aspect inside a box.
-QuibPoint fitted(const QuibInfo& info, int boxWidth, int boxHeight)
-{
-    const double scale = std::min(static_cast<double>(boxWidth) / info.width,
-                                  static_cast<double>(boxHeight) / info.height);
-    return {std::max(1, static_cast<int>(std::lround(info.width * scale))),
-            std::max(1, static_cast<int>(std::lround(info.height * scale)))};
-}
-
 class Demo
 {
 public:
-    Demo(std::string picture, std::string backdrop, std::string folder)
-        : photographFile(std::move(picture)), backdropFile(std::move(backdrop)),
+    Demo(std::string picture, std::string secondPicture, std::string folder)
+        : photographFile(std::move(picture)), backdropFile(std::move(secondPicture)),
           outputFolder(std::move(folder))
     {
         std::filesystem::create_directories(outputFolder);
@@ -109,7 +36,9 @@ public:
         bringIn();
         showSizes();
         showEngineSizes();
+        showParts();
         composeOverBackdrop();
+        composeInPlace();
         drawToDevice();
         sendOut();
         const std::string file = outputFolder + "/index.html";
@@ -229,15 +158,6 @@ private:
         }
     }
 
-    // The picture with an even number of rows, as the row-pair modes ask for.
-    static Handle evenRows(const IplImage* image)
-    {
-        const QuibInfo info = infoOf(image);
-        Handle even = create(info.width, std::max(2, info.height & ~1), 32);
-        check(QuibResize(const_cast<IplImage*>(image), even.get(), 0), "QuibResize");
-        return even;
-    }
-
     void showEngineSizes()
     {
         Section& shown = section("Change its size, 24 and 8 bits",
@@ -267,43 +187,55 @@ private:
         }
     }
 
-    // A 24-bit handle of a 32-bit one's colours.
-    static Handle dropAlpha(const IplImage* image)
+    // A part of the photograph, moved and seen through views of any phase.
+    void showParts()
     {
-        const QuibInfo info = infoOf(image);
-        Handle colour = create(info.width, info.height, 24);
-        void* from = nullptr;
-        void* to = nullptr;
-        check(QuibLockData(image, &from), "QuibLockData");
-        check(QuibLockData(colour.get(), &to), "QuibLockData");
-        const int32_t step = infoOf(colour.get()).widthStep;
-        for (int32_t y = 0; y < info.height; ++y) {
-            const uint8_t* src =
-                static_cast<uint8_t*>(from) + static_cast<ptrdiff_t>(y) * info.widthStep;
-            uint8_t* dst = static_cast<uint8_t*>(to) + static_cast<ptrdiff_t>(y) * step;
-            for (int32_t x = 0; x < info.width; ++x)
-                std::memcpy(dst + x * 3, src + x * 4, 3);
-        }
-        return colour;
-    }
+        Section& shown =
+            section("Show a part of it",
+                    "A rectangle goes from one handle into another, as it is or stretched to the "
+                    "nearest pixel. A moving view starts anywhere between two pixels and steps by "
+                    "any fraction, in each of three modes.");
+        const QuibInfo info = infoOf(photograph.get());
+        const int width = std::max(2, info.width / 5);
+        const int height = std::max(2, info.height / 5);
+        const int left = info.width * 3 / 10;
+        const int top = info.height * 3 / 10;
+        double time = 0;
 
-    // An 8-bit plane: an ellipse with a soft edge.
-    static Handle softEllipse(int width, int height)
-    {
-        Handle plane = create(width, height, 8);
-        void* data = nullptr;
-        check(QuibLockData(plane.get(), &data), "QuibLockData");
-        const int32_t step = infoOf(plane.get()).widthStep;
-        for (int32_t y = 0; y < height; ++y) {
-            uint8_t* row = static_cast<uint8_t*>(data) + static_cast<ptrdiff_t>(y) * step;
-            for (int32_t x = 0; x < width; ++x) {
-                const double dx = (x + 0.5) / width * 2 - 1;
-                const double dy = (y + 0.5) / height * 2 - 1;
-                const double inside = (0.96 - std::sqrt(dx * dx + dy * dy)) / 0.14;
-                row[x] = static_cast<uint8_t>(std::lround(std::clamp(inside, 0.0, 1.0) * 255));
-            }
+        const Handle part = create(width, height, 32);
+        time = timed([&] {
+            check(QuibBlt(photograph.get(), left, top, left + width, top + height, part.get(), 0, 0,
+                          width, height, 0),
+                  "QuibBlt");
+        });
+        shown.figures.push_back(
+            figure(part.get(), "A fifth of each side", "QuibBlt(image, ..., part, ..., 0)", time));
+
+        const QuibPoint size = fitted(infoOf(part.get()), 960, 640);
+        const Handle large = create(size.x, size.y, 32);
+        time = timed([&] {
+            check(QuibBlt(photograph.get(), left, top, left + width, top + height, large.get(), 0,
+                          0, size.x, size.y, 1),
+                  "QuibBlt");
+        });
+        shown.figures.push_back(
+            figure(large.get(), "Stretched", "QuibBlt(image, ..., larger, ..., 1)", time));
+
+        const char* modes[] = {"nearest", "linear", "smooth"};
+        const double stepX = static_cast<double>(width) / size.x;
+        const double stepY = static_cast<double>(height) / size.y;
+        for (int mode = 0; mode < 3; ++mode) {
+            time = timed([&] {
+                check(QuibBlt_PANZOOM(photograph.get(), left + 0.37, stepX, top + 0.61, stepY,
+                                      large.get(), 0, size.x, 0, size.y, mode),
+                      "QuibBlt_PANZOOM");
+            });
+            shown.figures.push_back(figure(large.get(), std::string("A view, ") + modes[mode],
+                                           "QuibBlt_PANZOOM(image, x, stepX, y, stepY, larger, "
+                                           "..., " +
+                                               std::to_string(mode) + ")",
+                                           time));
         }
-        return plane;
     }
 
     void composeOverBackdrop()
@@ -316,7 +248,7 @@ private:
         const Handle backdropLoaded = load(backdropFile, &time);
         check(QuibSetAlphaS(backdropLoaded.get(), nullptr, 255), "QuibSetAlphaS");
         const QuibPoint size = fitted(infoOf(backdropLoaded.get()), 900, 600);
-        const Handle backdrop = resized(backdropLoaded.get(), size.x, size.y, 2, &time);
+        backdrop = resized(backdropLoaded.get(), size.x, size.y, 2, &time);
 
         const Handle plane = softEllipse(size.x, size.y);
         shown.figures.push_back(figure(plane.get(), "The alpha plane", "", -1));
@@ -340,6 +272,50 @@ private:
                 composition = std::move(made);
             }
         }
+    }
+
+    // Calls that write into the lower picture, each on a copy of its own.
+    void composeInPlace()
+    {
+        Section& shown =
+            section("Lay a small picture over it in place",
+                    "The photograph goes onto the second one at a position, whole and inside a "
+                    "rectangle; heights grow upwards there. The plain form goes by the upper alpha "
+                    "alone and leaves an opaque picture.");
+        const QuibInfo info = infoOf(backdrop.get());
+        const QuibPoint size = fitted(info, info.width * 3 / 5, info.height * 3 / 5);
+        double time = 0;
+        const Handle over = resized(photograph.get(), size.x, size.y, 2, &time);
+        const Handle plane = softEllipse(size.x, size.y);
+        check(QuibSetAlpha(over.get(), plane.get(), 100), "QuibSetAlpha");
+
+        const QuibPoint place{info.width - size.x - 12, size.y + 12 - info.height};
+        const QuibRect middle{place.x + size.x / 4, place.y - size.y / 4, place.x + size.x * 3 / 4,
+                              place.y - size.y * 3 / 4};
+        const auto addPlaced = [&](const char* title, const char* call, const QuibRect* rectangle) {
+            const auto compose = [&](const Handle& under) {
+                check(QuibComposition4(over.get(), under.get(), &place, rectangle),
+                      "QuibComposition4");
+            };
+            const Handle spare = copyOf(backdrop.get());
+            const double taken = timed([&] { compose(spare); });
+            const Handle under = copyOf(backdrop.get());
+            compose(under);
+            shown.figures.push_back(figure(under.get(), title, call, taken));
+        };
+        addPlaced("At a position", "QuibComposition4(image, backdrop, &place, NULL)", nullptr);
+        addPlaced("Inside a rectangle", "QuibComposition4(image, backdrop, &place, &middle)",
+                  &middle);
+
+        const Handle sheer = resized(photograph.get(), info.width, info.height, 2, &time);
+        check(QuibSetAlphaS(sheer.get(), nullptr, 128), "QuibSetAlphaS");
+        IplImage* result = nullptr;
+        time = timed([&] {
+            check(QuibComposition_s(sheer.get(), backdrop.get(), &result), "QuibComposition_s");
+        });
+        const Handle made(result);
+        shown.figures.push_back(figure(made.get(), "Half of each",
+                                       "QuibComposition_s(image, backdrop, &result)", time));
     }
 
     void drawToDevice()
@@ -419,6 +395,7 @@ private:
     int pictures = 0;
     Handle photograph;
     Handle gray;
+    Handle backdrop; // 32-bit and opaque
     Handle composition;
 };
 

@@ -1,4 +1,5 @@
-// Reading a BMP file's bytes and telling what keeps the demo from using it.
+// BMP files: reading one's bytes, telling what keeps it from being read, and
+// writing one.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +7,7 @@
 #include <vector>
 
 // The file's bytes; empty, with `problem` set, if it is not a bitmap that the
-// demo can use. The message names the file and says what is wrong with it.
+// examples can use. The message names the file and says what is wrong with it.
 std::vector<uint8_t> readBitmapFile(const std::string& file, std::string* problem);
 
 // Writes a packed bitmap (header, then pixels) as a BMP file.

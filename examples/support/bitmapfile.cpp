@@ -1,4 +1,4 @@
-#include "examples/demo/bitmapfile.h"
+#include "examples/support/bitmapfile.h"
 
 #include "platform/platform.h"
 
@@ -67,11 +67,10 @@ std::string findProblem(const std::vector<uint8_t>& bytes)
         return "is stored top row first (its height is negative); only bottom-up files are read";
     if (header.biWidth > largestSide || header.biHeight > largestSide)
         return "is " + std::to_string(header.biWidth) + " x " + std::to_string(header.biHeight) +
-               " pixels; the demo takes pictures of up to " + std::to_string(largestSide) +
-               " on a side";
+               " pixels; pictures are read of up to " + std::to_string(largestSide) + " on a side";
     if (!isSupported(header))
         return "has " + bitsAndCompression(header) +
-               "; the demo takes 1, 8 (also run-length coded), 24 and 32 bits";
+               "; read are 1, 8 (also run-length coded), 24 and 32 bits";
     if (header.biBitCount > 8 && header.biClrUsed != 0)
         return "is a true-colour picture with a colour table, which is not read";
     BITMAPFILEHEADER fileHeader{};
