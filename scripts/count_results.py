@@ -31,8 +31,9 @@ def reason(case):
     """Why a test was skipped, on one line, or nothing."""
     skipped = case.find("skipped")
     text = (skipped.get("message") or "") if skipped is not None else ""
-    # ctest has what GoogleTest said in the output only.
-    said = re.search(r": Skipped\n(.*)", case.findtext("system-out") or "")
+    # ctest has what the test itself said in the output only.
+    output = case.findtext("system-out") or ""
+    said = re.search(r"(?:: Skipped\n|^skipped: )(.*)", output, re.MULTILINE)
     return " ".join((said.group(1) if said else text).split())
 
 

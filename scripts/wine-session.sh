@@ -77,7 +77,7 @@ inside timeout 60 "$server" -k 2>/dev/null || true
 
 display_file=$directory/display
 rm -f "$display_file"
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp \
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -fbdir "$directory" -nocursor -nolisten tcp \
     3>"$display_file" </dev/null >"$directory/xvfb.log" 2>&1 &
 xvfb=$!
 for ((i = 0; i < 300; i++)); do
@@ -92,6 +92,8 @@ if [[ ! -s $display_file ]]; then
 fi
 DISPLAY=:$(tr -d '[:space:]' <"$display_file")
 export DISPLAY
+# What the display shows, as Xvfb keeps it: an X window dump.
+export QUIB_SCREEN=$directory/Xvfb_screen0
 
 # A prefix counts as made once it says so: an interrupted one is made anew.
 if [[ ! -e $directory/prefix-is-made ]]; then

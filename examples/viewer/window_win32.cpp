@@ -1,0 +1,137 @@
+// The viewer's window on Windows, painted by QuibDrawToHDC.
+#include "examples/viewer/options.h"
+#include "examples/viewer/view.h"
+
+#include <windows.h>
+#include <windowsx.h>
+
+namespace
+{
+
+View view;
+POINT lastMouse;
+
+void redraw(HWND window)
+{
+    renderFrame(&view);
+    InvalidateRect(window, nullptr, FALSE);
+}
+
+void paint(HWND window)
+{
+    PAINTSTRUCT area;
+    const HDC hdc = BeginPaint(window, &area);
+    QuibDrawToHDC(view.frame.get(), hdc, 0, 0);
+    EndPaint(window, &area);
+}
+
+void drag(HWND window, WPARAM buttons, POINT mouse)
+{
+    if (buttons & MK_LBUTTON) {
+        pan(&view, mouse.x - lastMouse.x, mouse.y - lastMouse.y);
+        redraw(window);
+    }
+    lastMouse = mouse;
+}
+
+void zoom(HWND window, int units, POINT screen)
+{
+    ScreenToClient(window, &screen);
+    turnWheel(&view, static_cast<double>(units) / WHEEL_DELTA, screen.x, screen.y);
+    redraw(window);
+}
+
+void pressKey(HWND window, WPARAM key)
+{
+    if (key == VK_ESCAPE) {
+        DestroyWindow(window);
+        return;
+    }
+    if (key == 'M')
+        nextMode(&view);
+    else if (key == 'F')
+        fitPicture(&view);
+    else
+        return;
+    redraw(window);
+}
+
+void changeSize(HWND window, int32_t width, int32_t height)
+{
+    if (width == 0 || height == 0) // minimised
+        return;
+    if (width == view.frame->width && height == view.frame->height)
+        return;
+    resizeFrame(&view, width, height);
+    redraw(window);
+}
+
+LRESULT CALLBACK handleMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const POINT at{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    switch (message) {
+    case WM_PAINT:
+        paint(window);
+        return 0;
+    case WM_ERASEBKGND: // the frame covers it all
+        return 1;
+    case WM_LBUTTONDOWN:
+        SetCapture(window);
+        lastMouse = at;
+        return 0;
+    case WM_LBUTTONUP:
+        ReleaseCapture();
+        return 0;
+    case WM_MOUSEMOVE:
+        drag(window, wParam, at);
+        return 0;
+    case WM_MOUSEWHEEL:
+        zoom(window, GET_WHEEL_DELTA_WPARAM(wParam), at);
+        return 0;
+    case WM_KEYDOWN:
+        pressKey(window, wParam);
+        return 0;
+    case WM_SIZE:
+        changeSize(window, LOWORD(lParam), HIWORD(lParam));
+        return 0;
+    case WM_DESTROY:
+        PostQuitMessage(0);
+        return 0;
+    default:
+        return DefWindowProcA(window, message, wParam, lParam);
+    }
+}
+
+HWND makeWindow(int32_t width, int32_t height)
+{
+    WNDCLASSA kind{};
+    kind.lpfnWndProc = handleMessage;
+    kind.hInstance = GetModuleHandleA(nullptr);
+    kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
+    kind.lpszClassName = "QuibViewer";
+    RegisterClassA(&kind);
+    RECT outer{0, 0, width, height};
+    AdjustWindowRect(&outer, WS_OVERLAPPEDWINDOW, FALSE);
+    return CreateWindowA(kind.lpszClassName, "QuibTool viewer", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT,
+                         CW_USEDEFAULT, outer.right - outer.left, outer.bottom - outer.top, nullptr,
+                         nullptr, kind.hInstance, nullptr);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    if (const std::optional<int> status = startViewer(argc, argv, &options, &view))
+        return *status;
+    const HWND window = makeWindow(options.width, options.height);
+    if (!window)
+        return 1;
+    ShowWindow(window, SW_SHOWNORMAL);
+    MSG message;
+    while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageA(&message);
+    }
+    return 0;
+}
