@@ -125,6 +125,12 @@ inline Words coverPixels(Words s, Words d)
     return (Words)((Bytes)s + (Bytes)((Bytes)s > (Bytes)d)) | alphaMask;
 }
 
+inline void alphaBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
+{
+    for (size_t i = 0; i < groupBytes; i += vectorBytes)
+        store(target + i, blendByAlpha(load(over + i), load(under + i)) | alphaMask);
+}
+
 inline void pairBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
 {
     Words s[groupVectors];
@@ -141,18 +147,20 @@ inline void pairBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t*
             store(target + i * vectorBytes, coverPixels(s[i], load(under + i * vectorBytes)));
         return;
     }
+    Words opaque = load(under);
+    for (size_t i = 1; i < groupVectors; ++i)
+        opaque &= load(under + i * vectorBytes);
+    // Over opaque pixels the weight is over's alpha, for each of its values.
+    if (isZero(~opaque & alphaMask)) {
+        alphaBlendGroup(target, under, over);
+        return;
+    }
     // In two passes, so that the divisions do not hold up what follows them.
     Mix mixes[groupVectors];
     for (size_t i = 0; i < groupVectors; ++i)
         mixes[i] = mixOf(s[i], load(under + i * vectorBytes));
     for (size_t i = 0; i < groupVectors; ++i)
         store(target + i * vectorBytes, blendPixels(s[i], load(under + i * vectorBytes), mixes[i]));
-}
-
-inline void alphaBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
-{
-    for (size_t i = 0; i < groupBytes; i += vectorBytes)
-        store(target + i, blendByAlpha(load(over + i), load(under + i)) | alphaMask);
 }
 
 inline void colourBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)

@@ -52,6 +52,26 @@ Pixels randomPixels(size_t count, Random& random)
     return pixels;
 }
 
+struct Layers {
+    Pixels under;
+    Pixels over;
+};
+
+// All 65536 pairs of colours, each channel with others, at one pair of alphas.
+Layers everyPairOfColours(uint32_t overAlpha, uint32_t underAlpha)
+{
+    Layers layers{Pixels(65536 * 4), Pixels(65536 * 4)};
+    for (size_t i = 0; i < 65536; ++i) {
+        for (size_t c = 0; c < 3; ++c) {
+            layers.over[i * 4 + c] = static_cast<uint8_t>((i >> 8) + c * 85);
+            layers.under[i * 4 + c] = static_cast<uint8_t>(i + c * 85);
+        }
+        layers.over[i * 4 + 3] = static_cast<uint8_t>(overAlpha);
+        layers.under[i * 4 + 3] = static_cast<uint8_t>(underAlpha);
+    }
+    return layers;
+}
+
 } // namespace
 
 TEST(PairBlend, GivesTheTablesWeightAndAlphaForEveryPairOfAlphas)
@@ -78,17 +98,21 @@ TEST(PairBlend, GivesThePlainResultForEveryPairOfColours)
 {
     forEachTable([](const quib::ComposeKernels& kernels) {
         for (const uint32_t weightPair : {0x00FFu, 0x0101u, 0x8080u, 0x40C0u, 0xC040u, 0xFF00u}) {
-            Pixels over(65536 * 4);
-            Pixels under(65536 * 4);
-            for (size_t i = 0; i < 65536; ++i) {
-                for (size_t c = 0; c < 3; ++c) {
-                    over[i * 4 + c] = static_cast<uint8_t>((i >> 8) + c * 85);
-                    under[i * 4 + c] = static_cast<uint8_t>(i + c * 85);
-                }
-                over[i * 4 + 3] = static_cast<uint8_t>(weightPair >> 8);
-                under[i * 4 + 3] = static_cast<uint8_t>(weightPair);
-            }
-            ASSERT_EQ(blended(kernels, under, over), plainBlend(under, over));
+            const Layers layers = everyPairOfColours(weightPair >> 8, weightPair & 255);
+            ASSERT_EQ(blended(kernels, layers.under, layers.over),
+                      plainBlend(layers.under, layers.over));
+        }
+    });
+}
+
+TEST(PairBlend, GivesThePlainResultOverOpaqueRunsForEveryAlphaAndPairOfColours)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        for (uint32_t alpha = 0; alpha < 256; ++alpha) {
+            const Layers layers = everyPairOfColours(alpha, 255);
+            ASSERT_EQ(blended(kernels, layers.under, layers.over),
+                      plainBlend(layers.under, layers.over))
+                << alpha;
         }
     });
 }
@@ -137,6 +161,23 @@ TEST(PairBlend, StaysInsideItsRunsAtAnyCountAndAddress)
                 ASSERT_EQ(Pixels(target.data() + 1, target.data() + target.size()),
                           plainBlend(under, over));
                 ASSERT_EQ(target.data()[0], 0xA5);
+            }
+        }
+    });
+}
+
+TEST(PairBlend, GivesThePlainResultOverOpaqueRunsBrokenAtEveryPlace)
+{
+    forEachTable([](const quib::ComposeKernels& kernels) {
+        Random random(6);
+        for (const uint8_t odd : {uint8_t{0}, uint8_t{1}, uint8_t{127}, uint8_t{254}}) {
+            for (size_t at = 0; at < 100; ++at) {
+                const Pixels over = randomPixels(100, random);
+                Pixels under = randomPixels(100, random);
+                for (size_t i = 0; i < 100; ++i)
+                    under[i * 4 + 3] = 255;
+                under[at * 4 + 3] = odd;
+                ASSERT_EQ(blended(kernels, under, over), plainBlend(under, over));
             }
         }
     });
@@ -200,20 +241,11 @@ void forBothRows(Work work)
 TEST(AlphaBlend, GivesThePlainResultForEveryAlphaAndPairOfColours)
 {
     forBothRows([](BlendRow row, bool opaque) {
-        for (int alpha = 0; alpha < 256; ++alpha) {
-            Pixels over(65536 * 4);
-            Pixels under(65536 * 4);
-            for (size_t i = 0; i < 65536; ++i) {
-                for (size_t c = 0; c < 3; ++c) {
-                    over[i * 4 + c] = static_cast<uint8_t>((i >> 8) + c * 85);
-                    under[i * 4 + c] = static_cast<uint8_t>(i + c * 85);
-                }
-                over[i * 4 + 3] = static_cast<uint8_t>(alpha);
-                under[i * 4 + 3] = static_cast<uint8_t>(i * 7);
-            }
-            Pixels out = over;
-            row(out.data(), under.data(), over.data(), 65536);
-            ASSERT_EQ(out, plainByAlpha(over, under, over, opaque)) << alpha;
+        for (uint32_t alpha = 0; alpha < 256; ++alpha) {
+            const Layers layers = everyPairOfColours(alpha, alpha * 7 & 255);
+            Pixels out = layers.over;
+            row(out.data(), layers.under.data(), layers.over.data(), 65536);
+            ASSERT_EQ(out, plainByAlpha(layers.over, layers.under, layers.over, opaque)) << alpha;
         }
     });
 }
