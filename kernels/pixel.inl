@@ -462,14 +462,13 @@ template<class T, class OfElements, class OfVectors>
 void runVectors(T* out, const T* x, const T* y, size_t count, OfElements ofElements,
                 OfVectors ofVectors)
 {
-    const size_t lead = elementsToAlignment(out, count);
-    for (size_t i = 0; i < lead; ++i)
-        out[i] = ofElements(x[i], y[i]);
-    out += lead, x += lead, y += lead, count -= lead;
-    const size_t done = isStreamed(out, x, y, count)
-                            ? runWholeVectors<true>(out, x, y, count, ofVectors)
-                            : runWholeVectors<false>(out, x, y, count, ofVectors);
-    runElements(out + done, x + done, y + done, count - done, ofElements);
+    size_t i = elementsToAlignment(out, count);
+    for (size_t lead = 0; lead < i; ++lead)
+        out[lead] = ofElements(x[lead], y[lead]);
+    i += isStreamed(out + i, x + i, y + i, count - i)
+             ? runWholeVectors<true>(out + i, x + i, y + i, count - i, ofVectors)
+             : runWholeVectors<false>(out + i, x + i, y + i, count - i, ofVectors);
+    runElements(out + i, x + i, y + i, count - i, ofElements);
 }
 
 template<class T, class Formula>
