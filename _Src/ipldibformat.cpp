@@ -187,7 +187,7 @@ void store8(const OwnDibFormat& format, uint8_t* bytes, const OwnPixel* run, int
 void store24(const OwnDibFormat&, uint8_t* bytes, const OwnPixel* run, int32_t count)
 {
     for (int32_t i = 0; i < count; ++i)
-        std::memcpy(bytes + 3 * i, run[i].byte, 3);
+        std::memcpy(bytes + ptrdiff_t{3} * i, run[i].byte, 3);
 }
 
 uint32_t packChannel(const OwnMask& mask, uint32_t value)

@@ -26,7 +26,7 @@ bool isGray(const uint8_t* colour)
 int32_t ownNearestColor(const OwnPalette& palette, const OwnPixel& pixel)
 {
     if (palette.size == 256 && isGray(pixel.byte)) {
-        const uint8_t* entry = palette.entries + 4 * pixel.byte[2];
+        const uint8_t* entry = palette.entries + size_t{4} * pixel.byte[2];
         if (isGray(entry) && entry[0] == pixel.byte[2])
             return pixel.byte[2];
     }

@@ -344,8 +344,9 @@ struct RowSource {
             return src;
         const uint8_t* from = picksOne ? src + raster.first : src;
         const int32_t count = picksOne ? width : width * stride;
+        const ptrdiff_t step = picksOne ? raster.stride : 1;
         for (int32_t i = 0; i < count; ++i)
-            copy.data[i] = from[i * (picksOne ? raster.stride : 1)];
+            copy.data[i] = from[i * step];
         return copy.data;
     }
 

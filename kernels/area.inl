@@ -14,7 +14,8 @@ AreaDivisor areaDivisor(const AreaBlock& block)
     // A quotient lies at least 0.5 / count from a whole number; the product is
     // off by 256 / 2^23 at most.
     const bool isExact = count <= 16384;
-    return {count, static_cast<float>(count / 2) + 0.5f,
+    const uint32_t half = count / 2;
+    return {count, static_cast<float>(half) + 0.5f,
             isExact ? 1.0f / static_cast<float>(count) : 0.0f};
 }
 
@@ -155,7 +156,7 @@ template<AreaShape shape>
 {
     constexpr ptrdiff_t pairs = shape.many() / 2;
     const __m256i pick = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes.pick));
-    const ptrdiff_t pairAdvance = 2 * lanes.advance;
+    const ptrdiff_t pairAdvance = ptrdiff_t{2} * lanes.advance;
     src -= 16 - lanes.advance;
     areaPrefetch(src + rows * step);
     for (ptrdiff_t i = 0; i < pairs; ++i)

@@ -48,7 +48,8 @@ void zoomStoreLanes(int16_t* line, Sum sum)
 
 int32_t zoomPairSum(const uint8_t* window, const uint8_t* pick, const int16_t* weights, int32_t i)
 {
-    return window[pick[2 * i]] * weights[2 * i] + window[pick[2 * i + 1]] * weights[2 * i + 1];
+    const ptrdiff_t first = ptrdiff_t{2} * i;
+    return window[pick[first]] * weights[first] + window[pick[first + 1]] * weights[first + 1];
 }
 
 void linearLine(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups, size_t groupCount)

@@ -90,8 +90,9 @@ void buildTable(uint32_t count, uint32_t dstN, uint32_t srcN, Weight* weight, ui
 void buildNearestPairs(uint32_t dstN, uint32_t srcN, uint32_t* idx0)
 {
     forEachPosition(dstN / 2, dstN, srcN, [=](uint32_t k, uint32_t whole, double) {
-        idx0[2 * k] = 2 * whole;
-        idx0[2 * k + 1] = 2 * whole + 1;
+        uint32_t* pair = idx0 + size_t{2} * k;
+        pair[0] = 2 * whole;
+        pair[1] = 2 * whole + 1;
     });
 }
 
@@ -100,10 +101,11 @@ void buildLinearPairs(uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t* 
 {
     forEachPosition(dstN / 2, dstN, srcN, [=](uint32_t k, uint32_t whole, double t) {
         for (uint32_t i = 0; i < 2; ++i) {
+            const size_t entry = size_t{2} * k + i;
             const uint32_t row = 2 * whole + i;
-            idx0[2 * k + i] = row;
-            idx1[2 * k + i] = row < srcN - 2 ? row + 2 : row;
-            storeWeight(weight + 2 * k + i, linearWeight(t));
+            idx0[entry] = row;
+            idx1[entry] = row < srcN - 2 ? row + 2 : row;
+            storeWeight(weight + entry, linearWeight(t));
         }
     });
 }
