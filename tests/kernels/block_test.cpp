@@ -47,6 +47,24 @@ TEST(BlockKernels, Fill32StoresTheWordAtAnyAddress)
     });
 }
 
+TEST(BlockKernels, Fill32StoresLongRunsUpToTheirEnd)
+{
+    constexpr size_t longRun = size_t{1} << 18;
+    constexpr uint32_t value = 0x04030201u;
+    forEachTable([](const quib::BlockKernels& block) {
+        for (const size_t offset : {0, 1, 3}) {
+            for (const size_t count : {longRun - 1, longRun, longRun + 3}) {
+                const GuardedBuffer buffer(offset + count * 4);
+                std::vector<uint8_t> expected = from(buffer, 0);
+                for (size_t i = 0; i < count * 4; ++i)
+                    expected[offset + i] = static_cast<uint8_t>(value >> i % 4 * 8);
+                block.fill32(buffer.data() + offset, value, count);
+                ASSERT_TRUE(from(buffer, 0) == expected) << count << " from " << offset;
+            }
+        }
+    });
+}
+
 TEST(BlockKernels, Fill16StoresTheHalfWordAtAnyAddress)
 {
     forEachTable([](const quib::BlockKernels& block) {
