@@ -65,45 +65,46 @@ std::function<void()> yuvPair(const Pixels& a, const Pixels& b, Size size, YuvPa
     });
 }
 
+// A case of each size; `limit` is for the large one.
+template<class MakeCase>
+void addSizes(const std::string& name, double limit, MakeCase makeCase)
+{
+    for (const Size& size : sizes) {
+        Case sized = makeCase(sourcesOf(size), size);
+        sized.operation = name;
+        sized.width = size.width;
+        sized.height = size.height;
+        sized.limit.ratio = &size == sizes ? limit : 0;
+        addCase(sized);
+    }
+}
+
 void addPair(const std::string& name, double limit, PairWrapper wrapper, const std::string& peer,
              YuvPair pair)
 {
-    for (const Size& size : sizes) {
-        const Sources& sources = sourcesOf(size);
-        addCase({.operation = name,
-                 .width = size.width,
-                 .height = size.height,
-                 .limit = {.ratio = &size == sizes ? limit : 0},
-                 .ours =
-                     [wrapper, &sources] {
-                         IplImage* out = nullptr;
-                         wrapper(sources.a.handle(), sources.b.handle(), &out);
-                         QuibFree(&out);
-                     },
-                 .peer = peer,
-                 .theirs = yuvPair(sources.a, sources.b, size, pair),
-                 .floor = freshCopy(sources.a)});
-    }
+    addSizes(name, limit, [&](const Sources& sources, Size size) {
+        const auto ours = [wrapper, &sources] {
+            IplImage* out = nullptr;
+            wrapper(sources.a.handle(), sources.b.handle(), &out);
+            QuibFree(&out);
+        };
+        return Case{.ours = ours,
+                    .peer = peer,
+                    .theirs = yuvPair(sources.a, sources.b, size, pair),
+                    .floor = freshCopy(sources.a)};
+    });
 }
 
 void addSingle(const std::string& name, double limit, QuibStatus (*wrapper)(IplImage*, IplImage**))
 {
-    for (const Size& size : sizes) {
-        const Sources& sources = sourcesOf(size);
-        addCase({.operation = name,
-                 .width = size.width,
-                 .height = size.height,
-                 .limit = {.ratio = &size == sizes ? limit : 0},
-                 .ours =
-                     [wrapper, &sources] {
-                         IplImage* out = nullptr;
-                         wrapper(sources.a.handle(), &out);
-                         QuibFree(&out);
-                     },
-                 .peer = "memcpy",
-                 .theirs = freshCopy(sources.a),
-                 .floor = {}});
-    }
+    addSizes(name, limit, [&](const Sources& sources, Size) {
+        const auto ours = [wrapper, &sources] {
+            IplImage* out = nullptr;
+            wrapper(sources.a.handle(), &out);
+            QuibFree(&out);
+        };
+        return Case{.ours = ours, .peer = "memcpy", .theirs = freshCopy(sources.a)};
+    });
 }
 
 // The engine's AND of 1-bit images that start at three different bits, beside
