@@ -15,10 +15,23 @@
 namespace quib
 {
 
+// Eight elements of a row that many rows have alike: two out of each of four
+// windows of four.
+struct GatherBlock {
+    uint32_t window[4]; // where they begin
+    uint8_t place[8];   // of each element in its window
+};
+
 struct StretchKernels {
     // dst[i] = src[index[i]] for `count` elements. The indices never decrease.
     void (*gather8)(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t count);
     void (*gather32)(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t count);
+    // The first elements of a row in blocks, where they lie close enough together
+    // and this level gains by it. Returns how many blocks, count / 8 at most.
+    size_t (*planBlocks32)(GatherBlock* blocks, const uint32_t* index, size_t count);
+    // gather32 of 8 * count elements.
+    void (*gatherBlocks32)(uint8_t* dst, const uint8_t* src, const GatherBlock* blocks,
+                           size_t count);
     // dst[i] = src[i * step]. `next`, any address, is the row that will be wanted
     // next: rows far apart come from memory too slowly else.
     void (*gatherSteps8)(uint8_t* dst, const uint8_t* src, const uint8_t* next, size_t step,

@@ -107,9 +107,51 @@ void stretchStoreHalf(void* address, __m128i value)
     _mm_storeu_si128(static_cast<__m128i*>(address), value);
 }
 
-// Nearest: a block of outputs whose sources lie close together takes them out
-// of one or two loads by a shuffle; others are moved one by one. `end` is where
-// the last source of the row ends, past which no load may reach.
+// Nearest, four bytes.
+
+size_t planBlocks32(GatherBlock* blocks, const uint32_t* index, size_t count)
+{
+    // No window may reach past the last source of the row, or lie before the first.
+    const uint32_t end = count ? index[count - 1] + 1 : 0;
+    if (count < 8 || end - index[0] < 4)
+        return 0;
+    for (size_t i = 0; i < count / 8 * 8; i += 2) {
+        if (index[i + 1] - index[i] > 3)
+            return i / 8;
+        GatherBlock& block = blocks[i / 8];
+        const uint32_t window = index[i] < end - 4 ? index[i] : end - 4;
+        block.window[i % 8 / 2] = window;
+        block.place[i % 8] = static_cast<uint8_t>(index[i] - window);
+        block.place[i % 8 + 1] = static_cast<uint8_t>(index[i + 1] - window);
+    }
+    return count / 8;
+}
+
+// Two windows, one in each half.
+__m256 windowsAt(const uint8_t* src, uint32_t low, uint32_t high)
+{
+    const auto at = [src](uint32_t window) {
+        return reinterpret_cast<const float*>(src + window * size_t{4});
+    };
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(at(low))),
+                                _mm_loadu_ps(at(high)), 1);
+}
+
+void gatherBlocks32(uint8_t* dst, const uint8_t* src, const GatherBlock* blocks, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        const uint32_t* window = blocks[i].window;
+        const __m256i places = _mm256_cvtepu8_epi32(
+            _mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks[i].place)));
+        const __m256 first = _mm256_permutevar_ps(windowsAt(src, window[0], window[2]), places);
+        const __m256 second = _mm256_permutevar_ps(windowsAt(src, window[1], window[3]), places);
+        stretchStoreVector(dst + i * 32, _mm256_castps_si256(_mm256_blend_ps(first, second, 0xCC)));
+    }
+}
+
+// Nearest, one byte: a block of outputs whose sources lie close together takes
+// them out of one or two loads by a shuffle; others are moved one by one. `end`
+// is where the last source of the row ends, past which no load may reach.
 
 // The places of eight sources in a window that begins at `first`.
 __m256i placesFrom(const uint32_t* index, const uint32_t* first)
@@ -118,36 +160,7 @@ __m256i placesFrom(const uint32_t* index, const uint32_t* first)
     return _mm256_sub_epi32(stretchVector(index), _mm256_castps_si256(origin));
 }
 
-__m256i pixelsAt(const uint8_t* window, __m256i places)
-{
-    return _mm256_permutevar8x32_epi32(stretchVector(window), places);
-}
-
-__m256i pixelsAtWide(const uint8_t* window, __m256i places)
-{
-    const __m256i inSecond = _mm256_cmpgt_epi32(places, _mm256_set1_epi32(7));
-    return _mm256_blendv_epi8(pixelsAt(window, places), pixelsAt(window + 32, places), inSecond);
-}
-
-void gather32(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t count)
-{
-    const size_t end = count ? index[count - 1] + size_t{1} : 0;
-    size_t i = 0;
-    for (; i + 8 <= count; i += 8) {
-        const size_t first = index[i];
-        const size_t span = index[i + 7] - first;
-        const uint8_t* window = src + first * 4;
-        if (span < 8 && first + 8 <= end)
-            stretchStoreVector(dst + i * 4, pixelsAt(window, placesFrom(index + i, index + i)));
-        else if (span < 16 && first + 16 <= end)
-            stretchStoreVector(dst + i * 4, pixelsAtWide(window, placesFrom(index + i, index + i)));
-        else
-            gatherPlain32(dst + i * 4, src, index + i, 8);
-    }
-    gatherPlain32(dst + i * 4, src, index + i, count - i);
-}
-
-// The same for sixteen places, as bytes.
+// The same of sixteen sources, as bytes.
 __m128i bytePlacesFrom(const uint32_t* index)
 {
     const __m256i words =
@@ -448,14 +461,23 @@ void lerpSteps32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_
 }
 
 constexpr StretchKernels stretchKernels{
-    gather8, gather32, gatherSteps8, gatherSteps32, lerpColumns32, lerpRows, lerpSteps32,
+    gather8,       gatherPlain32, planBlocks32, gatherBlocks32, gatherSteps8,
+    gatherSteps32, lerpColumns32, lerpRows,     lerpSteps32,
 };
 
 #else
 
+// Blocks are for vectors.
+size_t planNoBlocks(GatherBlock*, const uint32_t*, size_t)
+{
+    return 0;
+}
+
+void gatherNoBlocks(uint8_t*, const uint8_t*, const GatherBlock*, size_t) {}
+
 constexpr StretchKernels stretchKernels{
-    gatherPlain8,       gatherPlain32, gatherStepsPlain8, gatherStepsPlain32,
-    lerpColumnsPlain32, lerpRowsPlain, lerpStepsPlain32,
+    gatherPlain8,       gatherPlain32,      planNoBlocks,  gatherNoBlocks,   gatherStepsPlain8,
+    gatherStepsPlain32, lerpColumnsPlain32, lerpRowsPlain, lerpStepsPlain32,
 };
 
 #endif

@@ -166,20 +166,22 @@ uint64_t bytesFromRow(ptrdiff_t step, size_t bytes, uint32_t row)
     return offset < bytes ? bytes - offset : 0;
 }
 
+// How many pixels of a row, or of its first `count` columns, lie inside the
+// block. Each row asks for it: divisions are for those that are cut.
 uint32_t writableWidth(const StretchTarget& to, uint32_t y, size_t pixelBytes)
 {
-    return static_cast<uint32_t>(
-        std::min<uint64_t>(to.width, bytesFromRow(to.step, to.bytes, y) / pixelBytes));
+    const uint64_t bytes = bytesFromRow(to.step, to.bytes, y);
+    return bytes >= uint64_t{to.width} * pixelBytes ? to.width
+                                                    : static_cast<uint32_t>(bytes / pixelBytes);
 }
 
-// How many of the first `count` columns have their pixel inside the block.
 uint32_t readableWidth(const StretchSource& from, uint32_t row, const uint32_t* columns,
                        uint32_t count, size_t pixelBytes)
 {
-    const uint64_t pixels =
-        bytesFromRow(from.step, from.bytes, std::min(row, from.height - 1)) / pixelBytes;
-    if (count == 0 || columns[count - 1] < pixels)
+    const uint64_t bytes = bytesFromRow(from.step, from.bytes, std::min(row, from.height - 1));
+    if (count == 0 || bytes >= (columns[count - 1] + uint64_t{1}) * pixelBytes)
         return count;
+    const uint64_t pixels = bytes / pixelBytes;
     const uint32_t* end = std::partition_point(
         columns, columns + count, [pixels](uint32_t column) { return column < pixels; });
     return static_cast<uint32_t>(end - columns);
@@ -257,26 +259,50 @@ void stretchNearestInOrder(const StretchTarget& to, const StretchSource& from,
     }
 }
 
+// What all rows have in common.
+struct NearestColumns {
+    const StretchTables& tables;
+    const Gather& gather;
+    uint32_t width;
+    size_t step;
+    size_t blocks;
+
+    NearestColumns(uint32_t dstW, const StretchTables& stretchTables, const Gather& rowFunctions)
+        : tables(stretchTables), gather(rowFunctions), width(dstW),
+          step(evenStep(tables.x.idx0, dstW)), blocks(0)
+    {
+        if (!step && gather.pixelBytes == 4)
+            blocks = quib::kernels().stretch.planBlocks32(tables.gathers, tables.x.idx0, dstW);
+    }
+
+    // The first `count` pixels of a row; `next` is the next one's source.
+    void makeRow(uint8_t* dst, const uint8_t* src, const uint8_t* next, uint32_t count) const
+    {
+        if (step)
+            return gather.bySteps(dst, src, next, step, count);
+        const size_t inBlocks = count == width ? blocks : 0;
+        quib::kernels().stretch.gatherBlocks32(dst, src, tables.gathers, inBlocks);
+        const size_t done = inBlocks * 8;
+        gather.byIndex(dst + done * gather.pixelBytes, src, tables.x.idx0 + done, count - done);
+    }
+};
+
 void stretchNearest(const StretchTarget& to, const StretchSource& from, const StretchTables& tables,
                     const Gather& gather)
 {
     if (overlap(to, from, gather.pixelBytes))
         return stretchNearestInOrder(to, from, tables, gather);
-    const uint32_t* columns = tables.x.idx0;
+    const NearestColumns columns(to.width, tables, gather);
     const uint32_t* rows = tables.y.idx0;
-    const size_t step = evenStep(columns, to.width);
     const size_t rowBytes = to.width * gather.pixelBytes;
     uint8_t* dst = to.data;
     for (uint32_t y = 0; y < to.height; ++y, dst += to.step) {
         const uint32_t width = nearestWidth(to, from, tables, gather.pixelBytes, y);
-        const uint8_t* src = sourceRow(from, rows[y]);
         if (const uint8_t* above = sameRowAbove(to, rowBytes, rows, y))
             std::memcpy(dst, above, width * gather.pixelBytes);
-        else if (step)
-            gather.bySteps(dst, src, sourceRow(from, rows[std::min(y + 1, to.height - 1)]), step,
-                           width);
         else
-            gather.byIndex(dst, src, columns, width);
+            columns.makeRow(dst, sourceRow(from, rows[y]),
+                            sourceRow(from, rows[std::min(y + 1, to.height - 1)]), width);
     }
 }
 
@@ -549,18 +575,21 @@ void LerpRows8(uint8_t* dst, const uint8_t* rowA, const uint8_t* rowB, const uin
 }
 
 StretchTables::StretchTables(uint32_t dstW, uint32_t dstH, uint32_t keptLines)
-    : lineCount(keptLines), block(nullptr), lines(nullptr), x{}, y{}
+    : lineCount(keptLines), block(nullptr), lines(nullptr), gathers(nullptr), x{}, y{}
 {
     const uint64_t tables = keptLines ? 3 : 1;
-    block = allocateScratch(((keptLines + tables) * dstW + tables * dstH) * 4);
+    const uint64_t gatherBytes = keptLines ? 0 : dstW / 8 * uint64_t{sizeof(quib::GatherBlock)};
+    block = allocateScratch(((keptLines + tables) * dstW + tables * dstH) * 4 + gatherBytes);
     if (!block)
         return;
     lines = block;
     uint8_t* next = block + size_t{keptLines} * dstW * 4;
     x.idx0 = takeWords(&next, dstW);
     y.idx0 = takeWords(&next, dstH);
-    if (!keptLines)
+    if (!keptLines) {
+        gathers = reinterpret_cast<quib::GatherBlock*>(next);
         return;
+    }
     x.idx1 = takeWords(&next, dstW);
     y.idx1 = takeWords(&next, dstH);
     x.weight = takeWords(&next, dstW);

@@ -5,6 +5,7 @@
 // them. Output 0 lies exactly on input 0: there is no half-pixel centring.
 #pragma once
 
+#include "kernels/stretch.h"
 #include "quibtool/quibtool.h"
 
 #include <cstddef>
@@ -106,6 +107,7 @@ struct StretchTables {
     uint32_t lineCount;
     uint8_t* block;
     uint8_t* lines;
+    quib::GatherBlock* gathers; // of a nearest stretch, dstW / 8
     StretchAxis x;
     StretchAxis y;
 };

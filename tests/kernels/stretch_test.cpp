@@ -98,6 +98,44 @@ TEST(StretchKernels, GathersPickTheIndexedElements)
     }
 }
 
+TEST(StretchKernels, BlocksPickTheirIndexedElements)
+{
+    for (const double step : steps) {
+        forEachCount([step](const quib::StretchKernels& kernels, Guard guard, size_t count,
+                            Random& random) {
+            const Table table = randomTable(count, step, random);
+            std::vector<quib::GatherBlock> blocks(count / 8 + 1);
+            const size_t planned = kernels.planBlocks32(blocks.data(), table.index.data(), count);
+            ASSERT_LE(planned, count / 8);
+            const Row row(table.rowLength * 4, guard, random);
+            const GuardedBuffer out(planned * 8 * 4, guard);
+            kernels.gatherBlocks32(out.data(), row.data(), blocks.data(), planned);
+            for (size_t i = 0; i < out.size(); ++i)
+                ASSERT_EQ(out.data()[i], row.data()[table.index[i / 4] * 4 + i % 4])
+                    << "step " << step << ", count " << count << ", byte " << i;
+        });
+    }
+}
+
+TEST(StretchKernels, PlanWholeRowsOfCloseElementsWhereVectorsGain)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        const bool gains = std::string(table->levelName) != "base";
+        for (const double step : {0.3, 1.0, 1.5, 3.0}) {
+            std::vector<uint32_t> index(83);
+            for (size_t i = 0; i < index.size(); ++i)
+                index[i] = static_cast<uint32_t>(static_cast<double>(i) * step);
+            quib::GatherBlock blocks[10];
+            EXPECT_EQ(table->stretch.planBlocks32(blocks, index.data(), 83), gains ? 10u : 0u);
+            EXPECT_EQ(table->stretch.planBlocks32(blocks, index.data(), 7), 0u);
+        }
+        const uint32_t farApart[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 14, 15, 16, 17, 18};
+        quib::GatherBlock blocks[2];
+        EXPECT_EQ(table->stretch.planBlocks32(blocks, farApart, 16), gains ? 1u : 0u);
+    }
+}
+
 TEST(StretchKernels, GatherStepsPickEveryNthElement)
 {
     for (const size_t step : {1u, 2u, 3u, 4u, 5u, 8u, 100u}) {
