@@ -271,13 +271,32 @@ void gatherSteps32(uint8_t* dst, const uint8_t* src, const uint8_t* next, size_t
     gatherStepsPlain32(dst + done * 4, src + done * step * 4, next, step, count - done);
 }
 
-// The lowest byte of each word of 16 or 32 bits, of the vector that the i-th
-// load of a block gives.
+// The lowest byte of each word of 16 or 32 bits.
 template<size_t step>
-__m256i lowestBytes(const uint8_t* from, size_t i)
+__m256i lowestBytes(__m256i words)
 {
     const __m256i lowest = step == 2 ? _mm256_set1_epi16(0xFF) : _mm256_set1_epi32(0xFF);
-    return _mm256_and_si256(stretchVector(from + i * 32), lowest);
+    return _mm256_and_si256(words, lowest);
+}
+
+template<size_t step>
+__m256i highestBytes(__m256i words)
+{
+    return step == 2 ? _mm256_srli_epi16(words, 8) : _mm256_srli_epi32(words, 24);
+}
+
+// 32 outputs; `choose` takes one byte of each word.
+template<size_t step, class Choose>
+__m256i everyNthByte(const uint8_t* from, Choose choose)
+{
+    const auto load = [from, choose](size_t i) { return choose(stretchVector(from + i * 32)); };
+    __m256i low = load(0);
+    __m256i high = load(1);
+    if constexpr (step == 4) {
+        low = _mm256_packus_epi32(low, high);
+        high = _mm256_packus_epi32(load(2), load(3));
+    }
+    return restoreOrder<step>(_mm256_packus_epi16(low, high));
 }
 
 template<size_t step>
@@ -285,17 +304,16 @@ size_t gatherStepBlocks8(uint8_t* dst, const uint8_t* src, const uint8_t* next, 
 {
     const size_t whole = count ? inWholeBlocks((count - 1) * step + 1, step, 32) : 0;
     for (size_t i = 0; i < whole; i += 32) {
-        const uint8_t* from = src + i * step;
         prefetchBlock<step * 32>(next + i * step);
-        __m256i low = lowestBytes<step>(from, 0);
-        __m256i high = lowestBytes<step>(from, 1);
-        if constexpr (step == 4) {
-            low = _mm256_packus_epi32(low, high);
-            high = _mm256_packus_epi32(lowestBytes<step>(from, 2), lowestBytes<step>(from, 3));
-        }
-        stretchStoreVector(dst + i, restoreOrder<step>(_mm256_packus_epi16(low, high)));
+        stretchStoreVector(dst + i, everyNthByte<step>(src + i * step, lowestBytes<step>));
     }
-    return whole;
+    if (whole == count || count <= 32)
+        return whole;
+    // The last outputs, some once more, by loads that end at the last source.
+    const size_t last = count - 32;
+    const uint8_t* from = src + last * step - (step - 1);
+    stretchStoreVector(dst + last, everyNthByte<step>(from, highestBytes<step>));
+    return count;
 }
 
 void gatherSteps8(uint8_t* dst, const uint8_t* src, const uint8_t* next, size_t step, size_t count)
