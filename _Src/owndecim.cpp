@@ -255,7 +255,29 @@ bool averageCut(const Areas& job, const IplFactors& factors)
     return true;
 }
 
-void addBits(float* sums, const uint8_t* row, int32_t start, float weight, int32_t count)
+// --- Areas of bits, by whole numbers: half of an area is a sharp bound --------------
+
+// One axis of the areas, in parts of which a source pixel's side has `dstFactor`
+// and an area's `srcFactor`.
+struct BitAxis {
+    int64_t dstFactor;
+    int64_t srcFactor;
+    int64_t limit; // source pixels
+
+    int64_t first(int64_t position) const { return position * srcFactor / dstFactor; }
+    int64_t end(int64_t position) const
+    {
+        return std::min(((position + 1) * srcFactor + dstFactor - 1) / dstFactor, limit);
+    }
+    // What the area at a position takes of a source pixel that it meets.
+    uint32_t parts(int64_t position, int64_t pixel) const
+    {
+        return static_cast<uint32_t>(std::min((pixel + 1) * dstFactor, (position + 1) * srcFactor) -
+                                     std::max(pixel * dstFactor, position * srcFactor));
+    }
+};
+
+void addBits(uint32_t* sums, const uint8_t* row, int32_t start, uint32_t weight, int32_t count)
 {
     for (int32_t i = 0; i < count; ++i)
         if (ownBit(row, start + i))
@@ -264,22 +286,24 @@ void addBits(float* sums, const uint8_t* row, int32_t start, float weight, int32
 
 bool averageBits(const Areas& job, const IplFactors& factors)
 {
-    const AreaTables tables(job, factors);
+    const BitAxis columns{factors.xDst, factors.xSrc, job.srcWidth};
+    const BitAxis rows{factors.yDst, factors.ySrc, job.srcHeight};
+    const IplScratch<uint32_t> sums(job.srcWidth); // of the columns, under one destination row
     const IplScratch<uint8_t> bits((static_cast<int64_t>(job.width) + 7) / 8);
-    if (!tables.exists() || !bits.data)
+    if (!sums.data || !bits.data)
         return false;
-    // Half of the area, less what boundaries that cut pixels may be off by.
-    const float half = tables.xSize * tables.ySize / 2;
-    const float slack = boundaryTolerance * (tables.xSize + tables.ySize);
-    const float least = isWhole(factors) ? half : half - slack;
+    const uint64_t area = static_cast<uint64_t>(factors.xSrc) * static_cast<uint64_t>(factors.ySrc);
     for (int32_t y = 0; y < job.height; ++y) {
-        const AreaSpan& span = tables.rows.data[y];
-        tables.clear();
-        for (int32_t i = 0; i < span.count; ++i)
-            addBits(tables.sums.data, job.src.row(0, job.src.y + span.first + i), job.src.x,
-                    weightOf(span, i), job.srcWidth);
-        for (int32_t x = 0; x < job.width; ++x)
-            ownPutBit(bits.data, x, spanSum(tables.sums.data, tables.columns.data[x], 1) >= least);
+        std::memset(sums.data, 0, sizeof(uint32_t) * static_cast<size_t>(job.srcWidth));
+        for (int64_t j = rows.first(y); j < rows.end(y); ++j)
+            addBits(sums.data, job.src.row(0, job.src.y + static_cast<int32_t>(j)), job.src.x,
+                    rows.parts(y, j), job.srcWidth);
+        for (int32_t x = 0; x < job.width; ++x) {
+            uint64_t sum = 0;
+            for (int64_t i = columns.first(x); i < columns.end(x); ++i)
+                sum += uint64_t{columns.parts(x, i)} * sums.data[i];
+            ownPutBit(bits.data, x, 2 * sum >= area);
+        }
         ownDeliverBits(job.dst, y, bits.data);
     }
     return true;
