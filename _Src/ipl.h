@@ -162,10 +162,13 @@ void iplMultiplyScale(const IplImage* srcImageA, const IplImage* srcImageB, IplI
 // Lays A over, in, out, atop, xor or plus (compositeType 0 to 5) B, in unsigned
 // images of 8 or 16 bits. Elements are weighted by their alpha unless
 // premulAlpha is 1; divideMode 1 divides the result by its alpha, in float. The
-// first takes constant alphas, or the image's own where a constant is negative,
-// and writes colours only. The second takes the alphas of images, by default the
-// sources' own, and writes the result's into alphaImageDst, by default into the
-// destination's own. Without an alpha of B, each pixel takes M less that of A.
+// first takes constant alphas, or the image's own where a constant is negative
+// or above the depth's largest element M, and writes colours only. The second
+// takes the alphas of alphaImageA, or else of srcImageA, and of alphaImageB, or
+// else, if alphaImageA is null too, of srcImageB; without one, an element's alpha
+// is M less that of A. An alpha image that names no alpha channel has it in its
+// first one. The result's alphas go into alphaImageDst, or else into the
+// destination's own channel, if it has one.
 void iplAlphaCompositeC(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage,
                         int32_t compositeType, int32_t aA, int32_t aB, int32_t premulAlpha,
                         int32_t divideMode);
@@ -197,8 +200,14 @@ int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_
 
 // --- Size (iplresiz, iplZoom, ipldecim) ----------------------------------------
 
-// Scale by xDst/xSrc and yDst/ySrc. iplZoom takes no shrinking axis,
-// iplDecimate no growing one, iplResize any mixture.
+// Scale by xDst/xSrc and yDst/ySrc, of another image than dst. iplZoom takes no
+// shrinking axis, iplDecimate no growing one, iplResize any mixture, but with
+// IPL_INTER_SUPER, which iplZoom refuses, no growing one. Modes fall back: zooms
+// to IPL_INTER_LINEAR below 4 and to IPL_INTER_NN below 2 pixels on an axis;
+// reductions to IPL_INTER_NN below 4, to less than one pixel, and, except
+// IPL_INTER_SUPER, where both axes shrink by whole numbers; bits always, but for
+// the averages of IPL_INTER_SUPER. Zooms of an image of nothing but alpha do
+// nothing.
 void iplZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
              int32_t interpolate);
 void iplDecimate(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,

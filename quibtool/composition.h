@@ -3,8 +3,8 @@
 
 #include "quibtool/blockwalk.h"
 
-// Composes `count` 32-bit pixels. `target` is `under` or `over`, or overlaps
-// neither.
+// Composes `count` 32-bit pixels, from the last to the first: rows of one block
+// may overlap.
 using ComposeRow = void (*)(uint8_t* target, const uint8_t* under, const uint8_t* over,
                             size_t count);
 

@@ -11,10 +11,10 @@ namespace
 constexpr int32_t fileRow = 13000;
 
 // The two inputs and the result, which is null if no clone could be made, with
-// the regions that the call gave them.
+// the regions that they have for the call's length.
 struct Composition {
     IplImage* images[3];
-    IplROI* regions[3];
+    IplROI regions[3];
 };
 
 struct Rects {
@@ -44,18 +44,11 @@ QuibStatus declareAlpha(IplImage* srcA, IplImage* srcB)
 }
 
 // A rectangle that is not empty when clipped fits; the others wrap.
-IplROI* regionOf(const QuibRect& rect)
+IplROI regionOf(const QuibRect& rect)
 {
     const uint32_t width = static_cast<uint32_t>(rect.right) - static_cast<uint32_t>(rect.left);
     const uint32_t height = static_cast<uint32_t>(rect.bottom) - static_cast<uint32_t>(rect.top);
-    return iplCreateROI(0, rect.left, rect.top, static_cast<int32_t>(width),
-                        static_cast<int32_t>(height));
-}
-
-IplROI* copyOf(const IplROI* roi)
-{
-    return roi ? iplCreateROI(roi->coi, roi->xOffset, roi->yOffset, roi->width, roi->height)
-               : nullptr;
+    return {0, rect.left, rect.top, static_cast<int32_t>(width), static_cast<int32_t>(height)};
 }
 
 // Gives each image the region of its rectangle, clipped in place, or else the one
@@ -70,15 +63,13 @@ bool giveRegions(Composition* composition, const Rects& rects, bool emptyEnds)
         const IplImage* limits = images[i < 2 ? i : 1];
         if (rect && !ownClipRect(rect, limits->width, limits->height) && emptyEnds)
             return false;
-        IplROI* region = rect ? regionOf(*rect) : i > 0 ? copyOf(images[i - 1]->roi) : nullptr;
-        if (!region || !images[i]) {
-            iplAlignedFree(region);
+        const IplROI* inherited = i > 0 ? images[i - 1]->roi : nullptr;
+        if (!images[i] || (!rect && !inherited))
             continue;
-        }
+        composition->regions[i] = rect ? regionOf(*rect) : *inherited;
         if (i == 2)
             iplAlignedFree(images[i]->roi);
-        images[i]->roi = region;
-        composition->regions[i] = region;
+        images[i]->roi = &composition->regions[i];
     }
     return true;
 }
@@ -90,12 +81,15 @@ void clearAlpha(const Composition& composition)
             image->alphaChannel = 0;
 }
 
-// The regions given stay with the records; one that was replaced, as the inputs
-// may be one handle, has none.
+// The inputs keep the regions that they were given.
 void endEarly(const Composition& composition)
 {
-    if (composition.images[0]->roi != composition.regions[0])
-        iplAlignedFree(composition.regions[0]);
+    for (int32_t i = 0; i < 2; ++i) {
+        const IplROI& region = composition.regions[i];
+        if (composition.images[i]->roi == &region)
+            composition.images[i]->roi = iplCreateROI(region.coi, region.xOffset, region.yOffset,
+                                                      region.width, region.height);
+    }
     clearAlpha(composition);
 }
 
@@ -104,8 +98,6 @@ void end(const Composition& composition)
     for (IplImage* image : composition.images)
         if (image)
             image->roi = nullptr;
-    for (IplROI* region : composition.regions)
-        iplAlignedFree(region);
     clearAlpha(composition);
 }
 

@@ -125,15 +125,16 @@ QUIB_API QuibStatus QuibClone(const IplImage* src, IplImage** out);
  * Equal sizes and equal bytes a pixel: rows are copied raw, top row first, with
  * what reaches past a row going on into the next one, up to the end of the
  * pixels; src and dst may be one handle. Pixels of less than a byte do not move.
- * stretch nonzero and different sizes: the nearest pixel at or before each
- * position, 32-bit pairs in the same raw way, others through the engine, which
- * ends the process for pairs that it cannot scale. Anything else: the engine
- * copies what both rectangles have inside their images, or ends the process for
- * different depths or channels. Where the engine works, a region that a record
- * held before is lost.
+ * stretch nonzero and different sizes: nearest pixels. Handles that both have
+ * four channels take the pixel at or before each position, in the same raw way;
+ * others go through iplResize, which ends the process for pairs that it cannot
+ * scale. Anything else: the engine copies what both rectangles have inside their
+ * images, or ends the process for different depths or channels. Where the engine
+ * works, a region that a record held before is lost.
  *
  * QUIB_BAD_ARGUMENT for a bad handle, a size below 1 and a rectangle that misses
- * its image; the status of a record's check. */
+ * its image; QUIB_FAILED without memory for a region; the status of a record's
+ * check. */
 QUIB_API QuibStatus QuibBlt(IplImage* src, int32_t srcLeft, int32_t srcTop, int32_t srcRight,
                             int32_t srcBottom, IplImage* dst, int32_t dstLeft, int32_t dstTop,
                             int32_t dstRight, int32_t dstBottom, int32_t stretch);
@@ -154,7 +155,8 @@ QUIB_API QuibStatus QuibBlt(IplImage* src, int32_t srcLeft, int32_t srcTop, int3
  * a refusal ends the process. A region that a record held before is then lost.
  *
  * QUIB_BAD_ARGUMENT for a bad handle, a view of one pixel or less of either
- * image, and one that misses either; the status of a record's check. */
+ * image or of no whole pixel after the cut, and one that misses either;
+ * QUIB_FAILED without memory for a region; the status of a record's check. */
 QUIB_API QuibStatus QuibBlt_PANZOOM(IplImage* src, double srcX, double stepX, double srcY,
                                     double stepY, IplImage* dst, double dstLeft, double dstRight,
                                     double dstTop, double dstBottom, int32_t mode);
@@ -192,16 +194,17 @@ QUIB_API QuibStatus QuibComposition_s(const IplImage* over, IplImage* under, Ipl
 /* ---- Alpha --------------------------------------------------------------- */
 
 /* Stores the low byte of alpha in the alpha byte of each pixel of a 32-bit
- * handle, row padding left as it is. With rect, clipped in place: rows 0 to
- * bottom - top, and in each the bytes left + 3, left + 7, ..., one for each of
- * the right - left columns; left counts bytes here. QUIB_BAD_ARGUMENT for fewer
+ * handle, row padding left as it is. With rect, clipped in place: the first
+ * bottom - top rows, and in each the bytes left + 3, left + 7, ..., one for each
+ * of the right - left columns; left counts bytes here. QUIB_BAD_ARGUMENT for fewer
  * than four channels and for a rectangle that is empty after clipping. */
 QUIB_API QuibStatus QuibSetAlphaS(IplImage* handle, QuibRect* rect, uint32_t alpha);
 
-/* Stores plane's byte times percent / 100, rounded down, in the alpha byte of
- * each pixel of a 32-bit handle; plane is a one-channel 8-bit image at least as
- * large. A null plane scales the alpha that is there. The scale is the low byte
- * of percent * 256 / 100, so only 0 to 100 are of use. QUIB_BAD_ARGUMENT for
+/* Stores plane's byte in the alpha byte of each pixel of a 32-bit handle; plane
+ * is a one-channel 8-bit image at least as large. A null plane stands for the
+ * alpha that is there. A percent other than 100 first makes it byte * scale / 256,
+ * where scale is the low byte of percent * 256 / 100; both divisions round down,
+ * so that 40 percent of 255 are 101, and only 0 to 100 are of use. QUIB_BAD_ARGUMENT for
  * fewer than four channels, or more than one in plane. */
 QUIB_API QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32_t percent);
 
@@ -239,7 +242,8 @@ QUIB_API QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32
 /* Takes the alphas from the fourth channels and writes that of the result.
  * premulAlpha 1: the colours carry their alpha already and are not weighted.
  * divideMode 1: computes in float and divides each colour by the result's alpha,
- * which makes it straight again. A rectangle that is empty after clipping ends
+ * which makes it straight again, and rounds it to nearest; the alpha is that of
+ * the table. A rectangle that is empty after clipping ends
  * the call with QUIB_OK, the result being srcB's clone; regions given before it
  * stay in the inputs. */
 QUIB_API QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** result,
@@ -324,7 +328,9 @@ QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, 
  *  - others: the engine's zoom, reduction or, growing on one axis and shrinking
  *    on the other, resize, with regions and masks, in a mode IPL_INTER_NN,
  *    IPL_INTER_LINEAR, IPL_INTER_CUBIC or, growing on neither, IPL_INTER_SUPER.
- *    Another mode, and images that differ in depth or channels, end the process.
+ *    Linear and cubic become nearest where both axes shrink by whole numbers.
+ *    Another mode, and images that differ in depth, data order or channels or
+ *    fail their check, end the process; to reduce, so do different origins.
  * Handles of the same size, depth and widthStep are copied, padding included.
  * QUIB_BAD_ARGUMENT for a bad handle. */
 QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
