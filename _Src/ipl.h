@@ -187,8 +187,9 @@ void iplConvertFromDIB(const tagBITMAPINFOHEADER* dib, IplImage* image);
 // header and room for its rows. Gives biCompression, or for a compressed bitmap
 // 1; after a report, the status. dither is one of IPL_DITHER_NONE 1, _FS 2,
 // _JJH 4, _STUCKEY 8, _BAYER 16, of which only the first is there; and
-// paletteConversion 0 keeps the colour table, 1 writes a standard one, 2 one
-// made for the image.
+// paletteConversion 0 keeps the colour table, 1 writes a standard one, 2 one made
+// for the image, which sets biClrUsed and wants room for 2 to the power
+// biBitCount colours.
 int32_t iplConvertToDIB(const IplImage* image, tagBITMAPINFOHEADER* dib, int32_t dither,
                         int32_t paletteConversion);
 

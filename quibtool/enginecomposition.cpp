@@ -123,7 +123,9 @@ QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** result, Q
                             QuibRect* rectB, QuibRect* rectResult, int32_t compositeType,
                             int32_t premulAlpha, int32_t divideMode)
 {
-    if (!QuibIsValid(srcA, fileRow + __LINE__) || !QuibIsValid(srcB, fileRow + __LINE__))
+    if (!QuibIsValid(srcA, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (!QuibIsValid(srcB, fileRow + __LINE__))
         return QUIB_BAD_ARGUMENT;
     if (!result)
         return QUIB_BAD_ARGUMENT;
@@ -148,7 +150,9 @@ QuibStatus QuibComposition2(IplImage* srcA, IplImage* srcB, uint32_t alphaA, uin
                             IplImage** result, QuibRect* rectA, QuibRect* rectB,
                             QuibRect* rectResult, int32_t compositeType)
 {
-    if (!QuibIsValid(srcA, fileRow + __LINE__) || !QuibIsValid(srcB, fileRow + __LINE__))
+    if (!QuibIsValid(srcA, fileRow + __LINE__))
+        return QUIB_BAD_ARGUMENT;
+    if (!QuibIsValid(srcB, fileRow + __LINE__))
         return QUIB_BAD_ARGUMENT;
     if (!result)
         return QUIB_BAD_ARGUMENT;

@@ -9,6 +9,9 @@
 namespace
 {
 
+// From a call's row to that of its second handle: past all lines of its file.
+constexpr int32_t secondHandle = 500;
+
 bool takesPartWhole(const IplImage* image)
 {
     return !image->roi && !image->maskROI && !image->tileInfo && image->alphaChannel == 0;
@@ -66,7 +69,7 @@ QuibStatus
 ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB, IplImage* dst),
                   int32_t row, const IplImage* srcA, const IplImage* srcB, IplImage** out)
 {
-    if (!QuibIsValid(srcA, row) || !QuibIsValid(srcB, row))
+    if (!QuibIsValid(srcA, row) || !QuibIsValid(srcB, row + secondHandle))
         return QUIB_BAD_ARGUMENT;
     if (!out)
         return QUIB_BAD_ARGUMENT;

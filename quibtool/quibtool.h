@@ -95,20 +95,24 @@ QUIB_API QuibStatus QuibLockData(const IplImage* handle, void** dataOut);
 /* The closing bracket of QuibLockData; changes nothing. */
 QUIB_API QuibStatus QuibUnlockData(const IplImage* handle);
 
-/* Fills a rectangle, or the whole image if rect is null. One channel: the value
- * is clamped to the depth's range, and a region or mask of the record is kept
- * to. 32 bits: the word B | G << 8 | R << 16 | A << 24, row padding included.
+/* Fills a rectangle, or the whole image if rect is null. One channel: the value,
+ * as a signed one, is clamped to the depth's range, a mask of the record is kept
+ * to, and without rect its region; with rect a region that it held is lost. 32
+ * bits: the word B | G << 8 | R << 16 | A << 24, row padding included.
  * 24 bits: nothing is written. QUIB_BAD_ARGUMENT for a rectangle that is empty
  * after clipping, QUIB_FAILED for another number of channels. */
 QUIB_API QuibStatus QuibFillColor(IplImage* handle, uint32_t fillColor, QuibRect* rect);
 
 /* Stores 1 if no byte of the rows, padding included but the alpha bytes of a
- * 32-bit image left out, exceeds threshold, else 0. */
+ * 32-bit image left out, exceeds threshold, else 0; and 1 for a record that
+ * fails its check. */
 QUIB_API QuibStatus QuibIsBlack(const IplImage* handle, uint32_t threshold, int32_t* result);
 
-/* Copies all pixel rows of src into *dstAddress; a null *dstAddress gets a new
- * handle of the same size and depth. An existing target is not examined: it
- * must be at least as large as src. */
+/* Copies all pixel rows of src, of plane order the first plane, to *dstAddress;
+ * a null *dstAddress gets a new handle of the same size and depth, or
+ * QUIB_BAD_DEPTH for a depth that has none. The size of an existing target is not
+ * examined: it must be at least as large as src. One that is no good handle stays
+ * as it is. */
 QUIB_API QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress);
 
 /* Stores a new handle with the same header, region and pixels. QUIB_FAILED if
@@ -279,30 +283,32 @@ QUIB_API QuibStatus Dib2Quib(void* dibHandle, IplImage** out, int32_t targetDept
  * 31) / 32 * biBitCount / 8) bytes after bits: right for 32 bits only. 24 and 32
  * bits: every pixel is opaque. 1 and 8 bits: the bytes at bits, biHeight such
  * rows of them, are taken for colour table and pixels, and what they are too
- * few for is 0. The failures of Dib2Quib. */
+ * few for is 0. out must be good; all else fails as in Dib2Quib. */
 QUIB_API QuibStatus Dib2Quib0(const void* header, const void* bits, IplImage** out);
 
 /* Writes a handle into the packed bitmap of its size, biHeight above 0, in a
  * block of movable global memory. 32-bit handles: a 24-bit bitmap, without the
  * alpha. 1-bit handles: an 8-bit bitmap, in the nearest colours of its table.
- * 8-bit handles pass with an 8-bit bitmap and 24-bit ones with a 24-bit one, but
- * are read as if they were of 32 bits and written as 24. QUIB_DIB_MISMATCH for
- * any other pair: the block then stays locked. QUIB_BAD_ARGUMENT for a null
- * dibHandle or a block that cannot be locked. */
+ * 8-bit handles pass with a bitmap of 8 to 15 bits and 24-bit ones with one of 24
+ * to 31, but are read as if they were of 32 bits and written as 24; a 1-bit handle
+ * with 9 to 15 bits ends the process. QUIB_DIB_MISMATCH for any other pair: the
+ * block then stays locked. QUIB_BAD_ARGUMENT for a bad handle, a null dibHandle
+ * and a block that cannot be locked; the status of the handle's check. */
 QUIB_API QuibStatus Quib2Dib(const IplImage* handle, void* dibHandle);
 
 /* Makes a handle from a BMP file of 1, 8, 24 or 32 bits per pixel; colour table
  * and pixels follow the headers at once. 24-bit and 32-bit files give a 32-bit
  * handle: with alpha 0, or with the alpha of the file. 1-bit and 8-bit files
  * give a gray handle of their depth. What a short file lacks reads 0.
- * QUIB_FAILED for a file that cannot be opened, is shorter than 14 bytes, does
- * not begin with "BM" or has another depth. 0 with *out untouched for a file
- * shorter than its headers and for one too large for memory. A header that the
- * engine refuses, such as one with rows top first, ends the process. */
+ * QUIB_BAD_ARGUMENT for a null argument, QUIB_FAILED for a file that cannot be
+ * opened, is shorter than 14 bytes, does not begin with "BM" or has another
+ * depth. 0 with *out untouched for a file shorter than its headers and for one
+ * too large for memory. A header that the engine refuses, such as one with rows
+ * top first, ends the process. */
 QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
 
 /* Draws the handle with its top left corner at (x, y) of a device context; an
- * HDC. 0 even if the device fails. */
+ * HDC. 0 even if the device fails. QUIB_BAD_ARGUMENT for a bad handle. */
 QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y);
 
 /* ---- Size ---------------------------------------------------------------- */
@@ -346,13 +352,13 @@ QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
 /* ---- Pixel operations ----------------------------------------------------- */
 
 /* Each stores in *outHandle a clone of its first handle in which the pixels of
- * the operation are written. Without regions and masks these are all pixels.
- * Otherwise they are as many as the smallest of all regions and masks holds,
- * paired from each one's corner, where the masks have a 1, in all channels but a
- * declared alpha channel, or in the channel of interest alone; the others keep
- * the first source's values. Both sources must agree in depth, data order and
- * number of channels: QUIB_BAD_ARGUMENT comes for unreadable handles and a null
- * outHandle only, and all else is the engine's to refuse.
+ * the operation are written: as many as the smallest of all images, or their
+ * regions, and masks holds, paired from each one's corner, where the masks have
+ * a 1, in all channels but a declared alpha channel, or in the channel of interest
+ * alone; the others keep the first source's values. Both sources must agree in
+ * depth, data order and number of channels. QUIB_BAD_ARGUMENT comes for unreadable
+ * handles, of which QuibAnd tests the first alone, and for nulls; all else is the
+ * engine's to refuse.
  *
  * Results are clamped to the depth's range: 0 to 255 in handles of the library's
  * own making, of which all four channels of a 32-bit one take part. */
@@ -370,7 +376,8 @@ QUIB_API QuibStatus QuibMultiplySScale(const IplImage* src, IplImage** outHandle
 /* src * src. 1 bit: a copy. */
 QUIB_API QuibStatus QuibSquare(const IplImage* src, IplImage** outHandle);
 
-/* The absolute value: at unsigned depths a copy. */
+/* The absolute value: at unsigned depths a copy. Nothing but the clone is made
+ * while the engine's status is that of an earlier failure. */
 QUIB_API QuibStatus QuibAbs(const IplImage* src, IplImage** outHandle);
 
 /* srcA + srcB. 1 bit: QuibOr. */

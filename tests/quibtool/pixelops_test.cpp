@@ -157,6 +157,10 @@ TEST(PixelWrappers, RefuseABadSecondHandleWithATextButForAnd)
         EXPECT_EQ(out, good.get());
         if (!examinesSecond(wrapper))
             continue;
+        // The row tells which of the two it was.
+        const std::string text = quibLastError;
+        EXPECT_EQ(wrapper.run(nullptr, good.get(), &out, 1), QUIB_BAD_ARGUMENT);
+        EXPECT_NE(quibLastError, text);
         quibLastError[0] = 0;
         EXPECT_EQ(wrapper.run(good.get(), &header, &out, 1), QUIB_BAD_ARGUMENT);
         EXPECT_TRUE(hasText());
