@@ -22,6 +22,12 @@ bool isPairMode(int32_t mode)
 template<class Visit>
 void forEachPosition(uint32_t count, uint32_t dstN, uint32_t srcN, Visit visit)
 {
+    if (dstN > 0 && srcN % dstN == 0) {
+        // Whole steps add up without rounding, and need not be added up.
+        for (uint32_t i = 0; i < count; ++i)
+            visit(i, i * (srcN / dstN), 0.0);
+        return;
+    }
     const double step = static_cast<double>(srcN) / static_cast<double>(dstN);
     double position = 0.0;
     for (uint32_t i = 0; i < count; ++i) {
@@ -54,12 +60,6 @@ void storeWeight(uint32_t* entry, uint8_t weight)
 // The builders fill the first `count` of dstN entries.
 void buildNearest(uint32_t count, uint32_t dstN, uint32_t srcN, uint32_t* idx0)
 {
-    if (dstN > 0 && srcN % dstN == 0) {
-        // Whole steps add up without rounding, and need not be added up.
-        for (uint32_t i = 0; i < count; ++i)
-            idx0[i] = i * (srcN / dstN);
-        return;
-    }
     forEachPosition(count, dstN, srcN,
                     [=](uint32_t i, uint32_t whole, double) { idx0[i] = whole; });
 }
