@@ -8,14 +8,6 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IPL_DEPTH_16U,
-                                  IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
-
-} // namespace
-
 TEST(IplCloneImage, RefusesABadImage)
 {
     EXPECT_REPORT(iplCloneImage(nullptr), -9, "iplCloneImage", "Incorrect Image", "iplClone");

@@ -32,12 +32,11 @@ void zoomAndCheck(IplImage* src, IplImage* dst, const Factors& factors, int32_t 
         used = IPL_INTER_LINEAR;
     const int32_t width = zoomReach(factors.xDst, factors.xSrc, from.width, to.width);
     const int32_t height = zoomReach(factors.yDst, factors.ySrc, from.height, to.height);
-    std::vector<Taps> columns;
-    for (const Place& place : zoomPlaces(factors.xDst, factors.xSrc, from.width, width, used))
-        columns.push_back(tapsOf(place, from.x, src->width, used));
-    std::vector<Taps> rows;
-    for (const Place& place : zoomPlaces(factors.yDst, factors.ySrc, from.height, height, used))
-        rows.push_back(tapsOf(place, from.y, src->height, used));
+    const std::vector<Taps> columns = tapsOfAll(
+        zoomPlaces(factors.xDst, factors.xSrc, from.width, width, used), from.x, src->width, used);
+    const std::vector<Taps> rows =
+        tapsOfAll(zoomPlaces(factors.yDst, factors.ySrc, from.height, height, used), from.y,
+                  src->height, used);
     const std::vector<int32_t> channels = channelsOf(src);
     const Comparison comparison{
         dst,
@@ -67,14 +66,6 @@ Image row8(const std::vector<uint8_t>& values, int32_t height)
     for (int32_t y = 0; y < height; ++y)
         std::copy(values.begin(), values.end(), rowOf(image.get(), y));
     return image;
-}
-
-std::vector<int32_t> rowValues(const Image& image, int32_t y)
-{
-    std::vector<int32_t> values;
-    for (int32_t x = 0; x < image->width; ++x)
-        values.push_back(static_cast<int32_t>(element(image.get(), x, y, 0)));
-    return values;
 }
 
 } // namespace
@@ -469,20 +460,7 @@ TEST(IplZoom, WritesNothingWhereTheMaskDoesNotReach)
 
 TEST(OwnZoom, IsThePlainFormAtEveryDepthOrderRegionMaskAndMode)
 {
-    forEachLevel([] {
-        Random random(3);
-        for (int round = 0; round < 3000; ++round) {
-            constexpr uint32_t depths[] = {IPL_DEPTH_1U, IPL_DEPTH_8U, IPL_DEPTH_8U, IPL_DEPTH_16U,
-                                           IPL_DEPTH_32F};
-            const ImagePair pair = randomPair(depths[random.between(0, 4)], 40, random);
-            const Factors factors = randomFactors(pair, random);
-            const int32_t mode = random.between(0, 2);
-            SCOPED_TRACE(describe(pair.src.get()) + " to " + describe(pair.dst.get()) +
-                         describe(factors, mode));
-            zoomAndCheck(pair.src.get(), pair.dst.get(), factors, mode);
-            ASSERT_FALSE(::testing::Test::HasFailure());
-        }
-    });
+    expectPlainForm(3, 40, randomFactors, 2, zoomAndCheck);
 }
 
 TEST(OwnZoom, IsThePlainFormOnWideRows)

@@ -10,9 +10,6 @@
 namespace
 {
 
-constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IPL_DEPTH_16U,
-                                  IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
-
 void noTiles(const IplImage*, int32_t, int32_t, int32_t) {}
 
 // The arguments of iplCreateImageHeader, good ones unless changed.

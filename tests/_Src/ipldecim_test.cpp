@@ -75,12 +75,11 @@ void decimateAndCheck(IplImage* src, IplImage* dst, const Factors& factors, int3
     const int32_t width = std::min(factors.xDst * from.width / factors.xSrc, to.width);
     const int32_t height = std::min(factors.yDst * from.height / factors.ySrc, to.height);
     const bool isWhole = factors.xSrc % factors.xDst == 0 && factors.ySrc % factors.yDst == 0;
-    std::vector<Taps> columns;
-    for (const Place& place : decimatePlaces(factors.xDst, factors.xSrc, width))
-        columns.push_back(tapsOf(place, from.x, src->width, std::min(used, 2)));
-    std::vector<Taps> rows;
-    for (const Place& place : decimatePlaces(factors.yDst, factors.ySrc, height))
-        rows.push_back(tapsOf(place, from.y, src->height, std::min(used, 2)));
+    const int32_t tapMode = std::min(used, 2);
+    const std::vector<Taps> columns =
+        tapsOfAll(decimatePlaces(factors.xDst, factors.xSrc, width), from.x, src->width, tapMode);
+    const std::vector<Taps> rows =
+        tapsOfAll(decimatePlaces(factors.yDst, factors.ySrc, height), from.y, src->height, tapMode);
     const std::vector<int32_t> channels = channelsOf(src);
     const IplImage* mask = src->maskROI ? src->maskROI : dst->maskROI;
     const Comparison comparison{
@@ -129,14 +128,6 @@ Image ramp(int32_t width, int32_t height)
         for (int32_t x = 0; x < width; ++x)
             putElement(image.get(), x, y, 0, 10 * y + x);
     return image;
-}
-
-std::vector<int32_t> rowValues(const Image& image, int32_t y)
-{
-    std::vector<int32_t> values;
-    for (int32_t x = 0; x < image->width; ++x)
-        values.push_back(static_cast<int32_t>(element(image.get(), x, y, 0)));
-    return values;
 }
 
 } // namespace
@@ -518,20 +509,7 @@ TEST(IplDecimate, WritesWhereTheResampledMaskIsSet)
 
 TEST(IplDecimate, IsThePlainFormAtEveryDepthOrderRegionMaskAndMode)
 {
-    forEachLevel([] {
-        Random random(2);
-        for (int round = 0; round < 3000; ++round) {
-            constexpr uint32_t depths[] = {IPL_DEPTH_1U, IPL_DEPTH_8U, IPL_DEPTH_8U, IPL_DEPTH_16U,
-                                           IPL_DEPTH_32F};
-            const ImagePair pair = randomPair(depths[random.between(0, 4)], 60, random);
-            const Factors factors = randomFactors(pair, random);
-            const int32_t mode = random.between(0, 3);
-            SCOPED_TRACE(describe(pair.src.get()) + " to " + describe(pair.dst.get()) +
-                         describe(factors, mode));
-            decimateAndCheck(pair.src.get(), pair.dst.get(), factors, mode);
-            ASSERT_FALSE(::testing::Test::HasFailure());
-        }
-    });
+    expectPlainForm(2, 60, randomFactors, 3, decimateAndCheck);
 }
 
 TEST(IplDecimate, IsThePlainFormOnWideRows)

@@ -18,43 +18,12 @@ namespace
 
 constexpr uint32_t integerDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S,
                                       IPL_DEPTH_16U, IPL_DEPTH_16S, IPL_DEPTH_32S};
-constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IPL_DEPTH_16U,
-                                  IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
 
 // --- The plain forms ------------------------------------------------------------------
-
-// The indices of the channels that an operation touches.
-std::vector<int32_t> channelsOf(const IplImage* image)
-{
-    if (image->roi && image->roi->coi > 0)
-        return {image->roi->coi - 1};
-    std::vector<int32_t> channels;
-    for (int32_t c = 0; c < image->nChannels - (image->alphaChannel != 0 ? 1 : 0); ++c)
-        channels.push_back(c);
-    return channels;
-}
 
 bool isAlphaAlone(const IplImage* image)
 {
     return !image->roi && image->alphaChannel != 0 && image->nChannels == 1;
-}
-
-int32_t clamped(uint32_t depth, int32_t value)
-{
-    switch (depth) {
-    case IPL_DEPTH_1U:
-        return std::min(std::max(value, 0), 1);
-    case IPL_DEPTH_8U:
-        return std::min(std::max(value, 0), 255);
-    case IPL_DEPTH_8S:
-        return std::min(std::max(value, -128), 127);
-    case IPL_DEPTH_16U:
-        return std::min(std::max(value, 0), 65535);
-    case IPL_DEPTH_16S:
-        return std::min(std::max(value, -32768), 32767);
-    default:
-        return value;
-    }
 }
 
 void plainSet(IplImage* image, int32_t value)
@@ -68,7 +37,7 @@ void plainSet(IplImage* image, int32_t value)
         for (int32_t x = 0; x < size.width; ++x)
             if (maskLets(image->maskROI, x, y))
                 for (const int32_t c : channelsOf(image))
-                    putElement(image, area.x + x, area.y + y, c, clamped(image->depth, value));
+                    putElement(image, area.x + x, area.y + y, c, saturated(image->depth, value));
 }
 
 // Copies one element, whatever its bits mean.
@@ -143,11 +112,10 @@ int32_t randomCoi(const IplImage* image, Random& random)
     return random.coin() ? 0 : random.between(1, image->nChannels);
 }
 
-int32_t fillValueFor(uint32_t depth, Random& random)
+int32_t fillValue(Random& random)
 {
     constexpr int32_t values[] = {INT_MIN, -40000, -129, -128, -1,    0,     1,      2,
                                   127,     128,    255,  300,  32768, 65535, 100000, INT_MAX};
-    (void)depth;
     return random.coin() ? values[random.between(0, 15)] : random.between(-300, 300);
 }
 
@@ -213,7 +181,7 @@ TEST(IplSet, GivesThePlainResultForRandomImages)
                 giveRandomRoi(image.get(), randomCoi(image.get(), random), random);
             if (random.coin())
                 giveMaskAtOddOffset(image.get(), random);
-            const int32_t value = fillValueFor(depth, random);
+            const int32_t value = fillValue(random);
             const Twin expected(image.get());
             plainSet(expected.get(), value);
             iplSet(image.get(), value);
@@ -292,18 +260,14 @@ TEST(IplSet, FillsTiledImagesAsUntiledOnes)
     for (int round = 0; round < 600; ++round) {
         const uint32_t depth = integerDepths[random.between(0, 5)];
         const Image image = randomImage(randomShape(depth, random), random);
-        TiledImage tiled(image.get(), 8 * random.between(1, 3), 8 * random.between(1, 2));
         if (random.coin())
             giveRandomRoi(image.get(), randomCoi(image.get(), random), random);
         if (random.coin())
             giveMaskAtOddOffset(image.get(), random);
-        const int32_t value = fillValueFor(depth, random);
+        const int32_t value = fillValue(random);
+        TiledTwin tiled(image.get(), 8 * random.between(1, 3), 8 * random.between(1, 2));
         const Twin result(image.get());
-        tiled->roi = image->roi;
-        tiled->maskROI = image->maskROI;
         iplSet(tiled.get(), value);
-        tiled->roi = nullptr;
-        tiled->maskROI = nullptr;
         tiled.collect(result.get());
         iplSet(image.get(), value);
         ASSERT_EQ(bytesOf(result.get()), bytesOf(image.get())) << describe(image.get());
@@ -316,18 +280,7 @@ TEST(IplSet, FetchesEachTileForWritingAndReleasesIt)
     TiledImage tiled(image.get(), 8, 16);
     setRoi(tiled.get(), 0, 6, 15, 12, 2);
     iplSet(tiled.get(), 5);
-    EXPECT_EQ(tiled.log, (std::vector<TileCall>{{0, 0, 2},
-                                                {0, 0, 4},
-                                                {1, 0, 2},
-                                                {1, 0, 4},
-                                                {2, 0, 2},
-                                                {2, 0, 4},
-                                                {0, 1, 2},
-                                                {0, 1, 4},
-                                                {1, 1, 2},
-                                                {1, 1, 4},
-                                                {2, 1, 2},
-                                                {2, 1, 4}}));
+    EXPECT_EQ(tiled.log, fetches(toWrite, {{0, 0}, {1, 0}, {2, 0}, {0, 1}, {1, 1}, {2, 1}}));
 }
 
 TEST(IplSet, EndsAtATileThatDoesNotCome)
@@ -667,20 +620,12 @@ TEST(IplCopy, CopiesTiledImagesAsUntiledOnes)
         Pair pair = randomPair(random);
         const int which = random.between(1, 3); // source, destination, both
         const auto tileSide = [&] { return 8 * random.between(1, 3); };
-        TiledImage tiledSrc(pair.src.get(), tileSide(), tileSide());
-        TiledImage tiledDst(pair.dst.get(), tileSide(), tileSide());
-        tiledSrc->roi = pair.src->roi;
-        tiledSrc->maskROI = pair.src->maskROI;
-        tiledDst->roi = pair.dst->roi;
-        tiledDst->maskROI = pair.dst->maskROI;
+        TiledTwin tiledSrc(pair.src.get(), tileSide(), tileSide());
+        TiledTwin tiledDst(pair.dst.get(), tileSide(), tileSide());
         const Twin result(pair.dst.get());
         IplImage* src = which & 1 ? tiledSrc.get() : pair.src.get();
         IplImage* dst = which & 2 ? tiledDst.get() : result.get();
         iplCopy(src, dst);
-        tiledSrc->roi = nullptr;
-        tiledSrc->maskROI = nullptr;
-        tiledDst->roi = nullptr;
-        tiledDst->maskROI = nullptr;
         if (which & 2)
             tiledDst.collect(result.get());
         iplCopy(pair.src.get(), pair.dst.get());
@@ -695,14 +640,7 @@ TEST(IplCopy, FetchesTheTilesOfTheSourceForReading)
     TiledImage src(plain.get(), 8, 8);
     setRoi(src.get(), 0, 7, 6, 5, 4);
     iplCopy(src.get(), plain.get());
-    EXPECT_EQ(src.log, (std::vector<TileCall>{{0, 0, 1},
-                                              {0, 0, 4},
-                                              {1, 0, 1},
-                                              {1, 0, 4},
-                                              {0, 1, 1},
-                                              {0, 1, 4},
-                                              {1, 1, 1},
-                                              {1, 1, 4}}));
+    EXPECT_EQ(src.log, fetches(toRead, {{0, 0}, {1, 0}, {0, 1}, {1, 1}}));
 }
 
 TEST(IplCopy, CutsAtTheTilesOfTheDestinationFirst)
@@ -712,8 +650,8 @@ TEST(IplCopy, CutsAtTheTilesOfTheDestinationFirst)
     TiledImage dst(plain.get(), 16, 8);
     setRoi(src.get(), 0, 4, 0, 8, 8);
     iplCopy(src.get(), dst.get());
-    EXPECT_EQ(dst.log, (std::vector<TileCall>{{0, 0, 2}, {0, 0, 4}}));
-    EXPECT_EQ(src.log, (std::vector<TileCall>{{0, 0, 1}, {0, 0, 4}, {1, 0, 1}, {1, 0, 4}}));
+    EXPECT_EQ(dst.log, fetches(toWrite, {{0, 0}}));
+    EXPECT_EQ(src.log, fetches(toRead, {{0, 0}, {1, 0}}));
 }
 
 TEST(IplCopy, EndsAtATileThatDoesNotCome)

@@ -5,6 +5,7 @@
 #include "quibtool/quibtool.h"
 #include "tests/support/random.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -159,4 +160,27 @@ inline void putElement(IplImage* image, int32_t x, int32_t y, int32_t channel, d
         reinterpret_cast<float*>(row)[index] = static_cast<float>(value);
         break;
     }
+}
+
+// --- Depths --------------------------------------------------------------------------------
+
+constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IPL_DEPTH_16U,
+                                  IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
+
+inline int64_t lowOf(uint32_t depth)
+{
+    const int64_t half = int64_t{1} << ((depth & IPL_DEPTH_MASK) - 1);
+    return depth & IPL_DEPTH_SIGN ? -half : 0;
+}
+
+inline int64_t highOf(uint32_t depth)
+{
+    const int64_t whole = int64_t{1} << (depth & IPL_DEPTH_MASK);
+    return (depth & IPL_DEPTH_SIGN ? whole / 2 : whole) - 1;
+}
+
+// Clamped to the range of an integer depth.
+inline double saturated(uint32_t depth, int64_t value)
+{
+    return static_cast<double>(std::min(std::max(value, lowOf(depth)), highOf(depth)));
 }

@@ -12,27 +12,6 @@
 #include <optional>
 #include <vector>
 
-constexpr uint32_t allDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S, IPL_DEPTH_16U,
-                                  IPL_DEPTH_16S, IPL_DEPTH_32S, IPL_DEPTH_32F};
-
-inline int64_t lowOf(uint32_t depth)
-{
-    const int64_t half = int64_t{1} << ((depth & IPL_DEPTH_MASK) - 1);
-    return depth & IPL_DEPTH_SIGN ? -half : 0;
-}
-
-inline int64_t highOf(uint32_t depth)
-{
-    const int64_t whole = int64_t{1} << (depth & IPL_DEPTH_MASK);
-    return (depth & IPL_DEPTH_SIGN ? whole / 2 : whole) - 1;
-}
-
-// Clamped to the range of an integer depth.
-inline double saturated(uint32_t depth, int64_t value)
-{
-    return static_cast<double>(std::min(std::max(value, lowOf(depth)), highOf(depth)));
-}
-
 // The low bits of a value, as an element of an integer depth.
 inline double wrapped(uint32_t depth, int64_t value)
 {
@@ -197,54 +176,24 @@ inline void expectPlainResultInPlace(const Arrangement& images, const Operation&
     ASSERT_EQ(bytesOf(dst), bytesOf(expected.get())) << images.text();
 }
 
-// Lends a tiled image the region and mask of another while it lives.
-class Lent
-{
-public:
-    Lent(TiledImage* borrower, const IplImage* image) : tiled(borrower)
-    {
-        if (tiled) {
-            tiled->get()->roi = image->roi;
-            tiled->get()->maskROI = image->maskROI;
-        }
-    }
-    ~Lent()
-    {
-        if (tiled) {
-            tiled->get()->roi = nullptr;
-            tiled->get()->maskROI = nullptr;
-        }
-    }
-    Lent(const Lent&) = delete;
-    Lent& operator=(const Lent&) = delete;
-
-private:
-    TiledImage* tiled;
-};
-
 // Runs the operation once on the images with some of them, at least one, in
 // tiles, and once on the images themselves.
 inline void expectSameInTiles(const Arrangement& images, const Operation& operation, Random& random)
 {
-    const auto tiles = [&](const IplImage* image) -> std::unique_ptr<TiledImage> {
+    const auto tiles = [&](const IplImage* image) -> std::unique_ptr<TiledTwin> {
         if (!image || random.coin())
             return nullptr;
-        return std::make_unique<TiledImage>(image, 8 * random.between(1, 3),
-                                            8 * random.between(1, 2));
+        return std::make_unique<TiledTwin>(image, 8 * random.between(1, 3),
+                                           8 * random.between(1, 2));
     };
     const auto a = tiles(images.a.get());
     const auto b = tiles(images.b.get());
     auto dst = tiles(images.dst.get());
     if (!a && !b && !dst)
-        dst = std::make_unique<TiledImage>(images.dst.get(), 8, 8);
+        dst = std::make_unique<TiledTwin>(images.dst.get(), 8, 8);
     const Twin result(images.dst.get());
-    {
-        const Lent lentA(a.get(), images.a.get());
-        const Lent lentB(b.get(), images.b.get());
-        const Lent lentDst(dst.get(), images.dst.get());
-        operation(a ? a->get() : images.a.get(), b ? b->get() : images.b.get(),
-                  dst ? dst->get() : result.get());
-    }
+    operation(a ? a->get() : images.a.get(), b ? b->get() : images.b.get(),
+              dst ? dst->get() : result.get());
     if (dst)
         dst->collect(result.get());
     operation(images.a.get(), images.b.get(), images.dst.get());

@@ -26,6 +26,17 @@ inline Area areaOf(const IplImage* image)
             length(roi.yOffset, roi.height, image->height)};
 }
 
+// The indices of the channels that an operation touches.
+inline std::vector<int32_t> channelsOf(const IplImage* image)
+{
+    if (image->roi && image->roi->coi > 0)
+        return {image->roi->coi - 1};
+    std::vector<int32_t> channels;
+    for (int32_t c = 0; c < image->nChannels - (image->alphaChannel != 0 ? 1 : 0); ++c)
+        channels.push_back(c);
+    return channels;
+}
+
 // Lowers a size to that of the image's region; a null image leaves it.
 inline void shrinkTo(Area* size, const IplImage* image)
 {

@@ -4,6 +4,7 @@
 
 #include "_Src/ipl.h"
 #include "tests/support/images.h"
+#include "tests/support/levels.h"
 #include "tests/support/regions.h"
 #include "tests/support/tiles.h"
 
@@ -21,18 +22,6 @@ struct Factors {
     int32_t yDst;
     int32_t ySrc;
 };
-
-// --- Channels --------------------------------------------------------------------------
-
-inline std::vector<int32_t> channelsOf(const IplImage* image)
-{
-    if (image->roi && image->roi->coi > 0)
-        return {image->roi->coi - 1};
-    std::vector<int32_t> channels;
-    for (int32_t c = 0; c < image->nChannels - (image->alphaChannel != 0 ? 1 : 0); ++c)
-        channels.push_back(c);
-    return channels;
-}
 
 // --- Samples -----------------------------------------------------------------------------
 
@@ -125,6 +114,15 @@ inline Taps tapsOf(const Place& place, int32_t regionStart, int32_t imageSize, i
     return taps;
 }
 
+inline std::vector<Taps> tapsOfAll(const std::vector<Place>& places, int32_t regionStart,
+                                   int32_t imageSize, int32_t mode)
+{
+    std::vector<Taps> all;
+    for (const Place& place : places)
+        all.push_back(tapsOf(place, regionStart, imageSize, mode));
+    return all;
+}
+
 inline double exactSample(const IplImage* src, const Taps& x, const Taps& y, int32_t channel)
 {
     double sum = 0;
@@ -155,6 +153,15 @@ inline int32_t sample8(const IplImage* src, const Taps& x, const Taps& y, int32_
     if (x.at.size() == 2)
         return sum >> 20;
     return std::min(std::max((sum + 0x80000) >> 20, 0), 255);
+}
+
+// The elements of a row of an image of one channel.
+inline std::vector<int32_t> rowValues(const Image& image, int32_t y)
+{
+    std::vector<int32_t> values;
+    for (int32_t x = 0; x < image->width; ++x)
+        values.push_back(static_cast<int32_t>(element(image.get(), x, y, 0)));
+    return values;
 }
 
 // --- Comparison -----------------------------------------------------------------------------
@@ -319,36 +326,29 @@ inline std::string describe(const Factors& factors, int32_t mode)
            std::to_string(mode);
 }
 
-// --- Tiles --------------------------------------------------------------------------------------
-
-// Gives an image another's region and mask for as long as it lives.
-class Lending
+// Calls check(src, dst, factors, mode), which compares with the plain form, for
+// images of all depths at every level.
+template<class MakeFactors, class Check>
+void expectPlainForm(uint64_t seed, int32_t largestSize, MakeFactors makeFactors, int32_t lastMode,
+                     Check check)
 {
-public:
-    Lending(IplImage* borrower, const IplImage* owner) : image(borrower)
-    {
-        image->roi = owner->roi;
-        image->maskROI = owner->maskROI;
-    }
-    ~Lending()
-    {
-        image->roi = nullptr;
-        image->maskROI = nullptr;
-    }
-    Lending(const Lending&) = delete;
-    Lending& operator=(const Lending&) = delete;
-
-private:
-    IplImage* image;
-};
-
-inline Image copyPixels(const IplImage* image)
-{
-    Image copy = makeImage(image->width, image->height, image->nChannels, image->depth,
-                           image->dataOrder, image->align, image->alphaChannel);
-    std::memcpy(copy->imageData, image->imageData, static_cast<size_t>(image->imageSize));
-    return copy;
+    forEachLevel([&] {
+        Random random(seed);
+        for (int round = 0; round < 3000; ++round) {
+            constexpr uint32_t depths[] = {IPL_DEPTH_1U, IPL_DEPTH_8U, IPL_DEPTH_8U, IPL_DEPTH_16U,
+                                           IPL_DEPTH_32F};
+            const ImagePair pair = randomPair(depths[random.between(0, 4)], largestSize, random);
+            const Factors factors = makeFactors(pair, random);
+            const int32_t mode = random.between(0, lastMode);
+            SCOPED_TRACE(describe(pair.src.get()) + " to " + describe(pair.dst.get()) +
+                         describe(factors, mode));
+            check(pair.src.get(), pair.dst.get(), factors, mode);
+            ASSERT_FALSE(::testing::Test::HasFailure());
+        }
+    });
 }
+
+// --- Tiles --------------------------------------------------------------------------------------
 
 // Whether work(src, dst, factors, mode) gives the same with tiled images.
 template<class MakeFactors, class Work>
@@ -363,17 +363,12 @@ void expectTilesMakeNoDifference(uint64_t seed, MakeFactors makeFactors, int32_t
         const int32_t mode = random.between(0, lastMode);
         SCOPED_TRACE(describe(pair.src.get()) + " to " + describe(pair.dst.get()) +
                      describe(factors, mode));
-        TiledImage src(pair.src.get(), 8 * random.between(1, 3), 8);
-        TiledImage dst(pair.dst.get(), 16, 8 * random.between(1, 2));
-        const Image fromTiled = copyPixels(pair.dst.get());
-        const Image toTiled = copyPixels(pair.dst.get());
-        {
-            const Lending lendings[] = {{src.get(), pair.src.get()},
-                                        {dst.get(), pair.dst.get()},
-                                        {fromTiled.get(), pair.dst.get()}};
-            work(src.get(), fromTiled.get(), factors, mode);
-            work(random.coin() ? src.get() : pair.src.get(), dst.get(), factors, mode);
-        }
+        TiledTwin src(pair.src.get(), 8 * random.between(1, 3), 8);
+        TiledTwin dst(pair.dst.get(), 16, 8 * random.between(1, 2));
+        const Twin fromTiled(pair.dst.get());
+        const Twin toTiled(pair.dst.get());
+        work(src.get(), fromTiled.get(), factors, mode);
+        work(random.coin() ? src.get() : pair.src.get(), dst.get(), factors, mode);
         dst.collect(toTiled.get());
         work(pair.src.get(), pair.dst.get(), factors, mode);
         ASSERT_EQ(bytesOf(fromTiled.get()), bytesOf(pair.dst.get()));

@@ -5,6 +5,7 @@
 #include "_Src/ipl.h"
 #include "tests/support/images.h"
 
+#include <utility>
 #include <vector>
 
 struct TileCall {
@@ -14,6 +15,21 @@ struct TileCall {
 
     bool operator==(const TileCall&) const = default;
 };
+
+constexpr int32_t toRead = 1;
+constexpr int32_t toWrite = 2;
+
+// The calls that fetch these tiles, each released before the next.
+inline std::vector<TileCall> fetches(int32_t mode,
+                                     const std::vector<std::pair<int32_t, int32_t>>& tiles)
+{
+    std::vector<TileCall> calls;
+    for (const auto& [xIndex, yIndex] : tiles) {
+        calls.push_back({xIndex, yIndex, mode});
+        calls.push_back({xIndex, yIndex, 4});
+    }
+    return calls;
+}
 
 class TiledImage
 {
@@ -113,4 +129,21 @@ private:
     int32_t rows;
     Image image;
     std::vector<Image> blocks;
+};
+
+// One with its source's region and mask too, which it does not own.
+class TiledTwin : public TiledImage
+{
+public:
+    TiledTwin(const IplImage* source, int32_t tileWidth, int32_t tileHeight)
+        : TiledImage(source, tileWidth, tileHeight)
+    {
+        get()->roi = source->roi;
+        get()->maskROI = source->maskROI;
+    }
+    ~TiledTwin()
+    {
+        get()->roi = nullptr;
+        get()->maskROI = nullptr;
+    }
 };
