@@ -1,5 +1,6 @@
 #include "quibtool/handle.h"
 
+#include "tests/support/bad_handles.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -7,17 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace
 {
-
-Image randomHandle(int32_t width, int32_t height, int32_t bitDepth, Random& random)
-{
-    Image handle = makeHandle(width, height, bitDepth);
-    randomise(handle.get(), random);
-    return handle;
-}
 
 // The fourth byte that QuibSetAlpha gives a pixel.
 uint8_t expectedAlpha(bool havePlane, uint8_t planeByte, uint8_t oldAlpha, uint32_t percent)
@@ -43,24 +35,16 @@ std::vector<uint8_t> expectedBytes(const IplImage* handle, const IplImage* plane
     return bytes;
 }
 
-void expectBadHandle(QuibStatus status)
-{
-    EXPECT_EQ(status, QUIB_BAD_ARGUMENT);
-    EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
-    quibLastError[0] = 0;
-}
-
 } // namespace
 
 // --- QuibSetAlphaS -------------------------------------------------------------
 
 TEST(QuibSetAlphaS, RefusesABadHandleWithTheText)
 {
-    quibLastError[0] = 0;
-    expectBadHandle(QuibSetAlphaS(nullptr, nullptr, 0));
+    EXPECT_BAD_HANDLE(QuibSetAlphaS(nullptr, nullptr, 0));
     Image handle = makeHandle(2, 2, 32);
     iplDeallocateImage(handle.get());
-    expectBadHandle(QuibSetAlphaS(handle.get(), nullptr, 0));
+    EXPECT_BAD_HANDLE(QuibSetAlphaS(handle.get(), nullptr, 0));
 }
 
 TEST(QuibSetAlphaS, RefusesFewerThanFourChannelsWithoutTextOrClip)
@@ -69,7 +53,7 @@ TEST(QuibSetAlphaS, RefusesFewerThanFourChannelsWithoutTextOrClip)
     QuibRect rect{-3, -3, 50, 50};
     for (const int32_t bitDepth : {1, 8, 24}) {
         Random random(1);
-        const Image handle = randomHandle(5, 4, bitDepth, random);
+        const Image handle = makeRandomHandle(5, 4, bitDepth, random);
         const std::vector<uint8_t> before = bytesOf(handle.get());
         EXPECT_EQ(QuibSetAlphaS(handle.get(), &rect, 7), QUIB_BAD_ARGUMENT);
         EXPECT_EQ(bytesOf(handle.get()), before);
@@ -84,7 +68,7 @@ TEST(QuibSetAlphaS, SetsTheFourthByteOfEveryPixel)
     forEachLevel([] {
         Random random(2);
         for (int32_t width = 1; width < 70; ++width) {
-            const Image handle = randomHandle(width, 3, 32, random);
+            const Image handle = makeRandomHandle(width, 3, 32, random);
             std::vector<uint8_t> expected = bytesOf(handle.get());
             for (size_t i = 3; i < expected.size(); i += 4)
                 expected[i] = 0xC3;
@@ -154,7 +138,7 @@ TEST(QuibSetAlphaS, MatchesTheWalkByBytesForRandomRectangles)
         for (int round = 0; round < 200; ++round) {
             const int32_t width = random.between(1, 40);
             const int32_t height = random.between(1, 12);
-            const Image handle = randomHandle(width, height, 32, random);
+            const Image handle = makeRandomHandle(width, height, 32, random);
             QuibRect rect{random.between(-3, width), random.between(-3, height),
                           random.between(-3, width + 3), random.between(-3, height + 3)};
             std::vector<uint8_t> expected = bytesOf(handle.get());
@@ -193,17 +177,16 @@ TEST(QuibSetAlphaS, DoesNothingToAnImageWithoutRows)
 
 TEST(QuibSetAlpha, RefusesABadHandleWithTheText)
 {
-    quibLastError[0] = 0;
-    expectBadHandle(QuibSetAlpha(nullptr, nullptr, 50));
+    EXPECT_BAD_HANDLE(QuibSetAlpha(nullptr, nullptr, 50));
 }
 
 TEST(QuibSetAlpha, RefusesOtherChannelCountsWithoutText)
 {
     quibLastError[0] = 0;
     Random random(4);
-    const Image colour = randomHandle(5, 4, 24, random);
-    const Image handle = randomHandle(5, 4, 32, random);
-    const Image plane = randomHandle(5, 4, 8, random);
+    const Image colour = makeRandomHandle(5, 4, 24, random);
+    const Image handle = makeRandomHandle(5, 4, 32, random);
+    const Image plane = makeRandomHandle(5, 4, 8, random);
     const std::vector<uint8_t> colourBefore = bytesOf(colour.get());
     const std::vector<uint8_t> before = bytesOf(handle.get());
     EXPECT_EQ(QuibSetAlpha(colour.get(), plane.get(), 50), QUIB_BAD_ARGUMENT);
@@ -218,7 +201,7 @@ TEST(QuibSetAlpha, RefusesOtherChannelCountsWithoutText)
 TEST(QuibSetAlpha, ClearsTheAlphaAtNoPercentWithoutReadingThePlane)
 {
     Random random(5);
-    const Image handle = randomHandle(9, 5, 32, random);
+    const Image handle = makeRandomHandle(9, 5, 32, random);
     Image plane = makeHandle(9, 5, 8);
     iplDeallocateImage(plane.get());
     const std::vector<uint8_t> expected = expectedBytes(handle.get(), nullptr, 0);
@@ -229,7 +212,7 @@ TEST(QuibSetAlpha, ClearsTheAlphaAtNoPercentWithoutReadingThePlane)
 TEST(QuibSetAlpha, ChangesNothingAtAHundredPercentWithoutAPlane)
 {
     Random random(6);
-    const Image handle = randomHandle(9, 5, 32, random);
+    const Image handle = makeRandomHandle(9, 5, 32, random);
     const std::vector<uint8_t> before = bytesOf(handle.get());
     EXPECT_EQ(QuibSetAlpha(handle.get(), nullptr, 100), QUIB_OK);
     EXPECT_EQ(bytesOf(handle.get()), before);
@@ -238,8 +221,8 @@ TEST(QuibSetAlpha, ChangesNothingAtAHundredPercentWithoutAPlane)
 TEST(QuibSetAlpha, DoesNothingToAnImageWithoutRows)
 {
     Random random(8);
-    const Image handle = randomHandle(4, 3, 32, random);
-    const Image plane = randomHandle(4, 3, 8, random);
+    const Image handle = makeRandomHandle(4, 3, 32, random);
+    const Image plane = makeRandomHandle(4, 3, 8, random);
     const std::vector<uint8_t> before = bytesOf(handle.get());
     for (const int32_t height : {0, -1, INT32_MIN}) {
         handle->height = height;
@@ -288,8 +271,8 @@ TEST(QuibSetAlpha, GivesThePlainResultForEveryPercentOfInterest)
                                        1000u, 0x00FFFFFFu, 0xFFFFFFFFu}) {
             const int32_t width = random.between(1, 80);
             const int32_t height = random.between(1, 6);
-            const Image handle = randomHandle(width, height, 32, random);
-            const Image plane = randomHandle(width + random.between(0, 9), height, 8, random);
+            const Image handle = makeRandomHandle(width, height, 32, random);
+            const Image plane = makeRandomHandle(width + random.between(0, 9), height, 8, random);
             for (const IplImage* given : {static_cast<const IplImage*>(plane.get()),
                                           static_cast<const IplImage*>(nullptr)}) {
                 const std::vector<uint8_t> expected = expectedBytes(handle.get(), given, percent);

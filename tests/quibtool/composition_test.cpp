@@ -3,6 +3,7 @@
 #include "_Src/ipl.h"
 #include "quibtool/handle.h"
 #include "quibtool/startup.h"
+#include "tests/support/bad_handles.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -10,34 +11,16 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace
 {
-
-constexpr QuibStatus badSize = static_cast<QuibStatus>(0xFFFFFFF6u); // the check's -10
-
-Image randomHandle(int32_t width, int32_t height, int32_t bitDepth, Random& random)
-{
-    Image handle = makeHandle(width, height, bitDepth);
-    randomise(handle.get(), random);
-    return handle;
-}
 
 // A handle of width x height pixels whose rows are as long as those of another
 // width.
 Image paddedHandle(int32_t width, int32_t height, int32_t rowWidth, Random& random)
 {
-    Image handle = randomHandle(rowWidth, height, 32, random);
+    Image handle = makeRandomHandle(rowWidth, height, 32, random);
     handle->width = width;
     return handle;
-}
-
-bool tookErrorText()
-{
-    const bool took = std::string(quibLastError).rfind("invalid dib in quibtool row ", 0) == 0;
-    quibLastError[0] = 0;
-    return took;
 }
 
 uint8_t* dataOf(const IplImage* image)
@@ -93,15 +76,9 @@ TEST(QuibComposition3, RefusesBadHandlesWithTheText)
 {
     const CleanStatus clean;
     const Image good = makeHandle(2, 2, 32);
-    Image wrapped;
-    IplImage* handle = nullptr;
-    ASSERT_EQ(QuibCreate0(65536, 16384, 32, &handle), QUIB_OK);
-    wrapped.reset(handle);
-    quibLastError[0] = 0;
-    EXPECT_EQ(QuibComposition3(nullptr, good.get(), nullptr), QUIB_BAD_ARGUMENT);
-    EXPECT_TRUE(tookErrorText());
-    EXPECT_EQ(QuibComposition3(good.get(), nullptr, nullptr), QUIB_BAD_ARGUMENT);
-    EXPECT_TRUE(tookErrorText());
+    const Image wrapped = wrappedHandle();
+    EXPECT_BAD_HANDLE(QuibComposition3(nullptr, good.get(), nullptr));
+    EXPECT_BAD_HANDLE(QuibComposition3(good.get(), nullptr, nullptr));
     // Both are tested before the check of either.
     EXPECT_EQ(QuibComposition3(wrapped.get(), nullptr, nullptr), QUIB_BAD_ARGUMENT);
     EXPECT_EQ(iplGetStatus(), 0);
@@ -125,12 +102,12 @@ TEST(QuibComposition3, PassesTheChecksStatusOn)
 TEST(QuibComposition3, RefusesOtherDepthsOnEitherSide)
 {
     Random random(1);
-    const Image good = randomHandle(4, 4, 32, random);
+    const Image good = makeRandomHandle(4, 4, 32, random);
     const std::vector<uint8_t> before = bytesOf(good.get());
     IplImage* result = nullptr;
     quibLastError[0] = 0;
     for (const int32_t bitDepth : {1, 8, 24}) {
-        const Image other = randomHandle(4, 4, bitDepth, random);
+        const Image other = makeRandomHandle(4, 4, bitDepth, random);
         EXPECT_EQ(QuibComposition3(good.get(), other.get(), &result), QUIB_BAD_ARGUMENT);
         EXPECT_EQ(QuibComposition3(other.get(), good.get(), &result), QUIB_BAD_ARGUMENT);
         EXPECT_EQ(QuibComposition3(other.get(), good.get(), nullptr), QUIB_BAD_ARGUMENT);
@@ -145,8 +122,8 @@ TEST(QuibComposition3, RefusesOtherDepthsOnEitherSide)
 TEST(QuibComposition3, RefusesAResultWithoutPixels)
 {
     Random random(2);
-    const Image over = randomHandle(4, 4, 32, random);
-    const Image under = randomHandle(4, 4, 32, random);
+    const Image over = makeRandomHandle(4, 4, 32, random);
+    const Image under = makeRandomHandle(4, 4, 32, random);
     const std::vector<uint8_t> before = bytesOf(under.get());
     Image header = makeHandle(4, 4, 32);
     iplDeallocateImage(header.get());
@@ -160,8 +137,8 @@ TEST(QuibComposition3, RefusesAResultThatTheCheckRefuses)
 {
     const CleanStatus clean;
     Random random(3);
-    const Image over = randomHandle(4, 4, 32, random);
-    const Image bad = randomHandle(4, 4, 32, random);
+    const Image over = makeRandomHandle(4, 4, 32, random);
+    const Image bad = makeRandomHandle(4, 4, 32, random);
     bad->origin = 9;
     IplImage* result = bad.get();
     EXPECT_EQ(QuibComposition3(over.get(), over.get(), &result), QUIB_BAD_ARGUMENT);
@@ -171,8 +148,8 @@ TEST(QuibComposition3, RefusesAResultThatTheCheckRefuses)
 TEST(QuibComposition3, MakesAResultOfTheLowerImagesSize)
 {
     Random random(4);
-    const Image over = randomHandle(9, 3, 32, random);
-    const Image under = randomHandle(7, 5, 32, random);
+    const Image over = makeRandomHandle(9, 3, 32, random);
+    const Image under = makeRandomHandle(7, 5, 32, random);
     const std::vector<uint8_t> before = bytesOf(under.get());
     IplImage* result = nullptr;
     ASSERT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_OK);
@@ -203,9 +180,9 @@ TEST(QuibComposition3, GivesThePlainResultForImagesOfOneSize)
         for (int round = 0; round < 200; ++round) {
             const int32_t width = random.between(1, 60);
             const int32_t height = random.between(1, 8);
-            const Image over = randomHandle(width, height, 32, random);
-            const Image under = randomHandle(width, height, 32, random);
-            const Image target = randomHandle(width, height, 32, random);
+            const Image over = makeRandomHandle(width, height, 32, random);
+            const Image under = makeRandomHandle(width, height, 32, random);
+            const Image target = makeRandomHandle(width, height, 32, random);
             const std::vector<uint8_t> overBefore = bytesOf(over.get());
             const std::vector<uint8_t> underBefore = bytesOf(under.get());
             IplImage* result = target.get();
@@ -238,10 +215,8 @@ TEST(QuibComposition3, WalksTheOverlapOfTwoImages)
     forEachLevel([] {
         Random random(7);
         for (int round = 0; round < 300; ++round) {
-            const Image over =
-                randomHandle(random.between(1, 40), random.between(1, 9), 32, random);
-            const Image under =
-                randomHandle(random.between(1, 40), random.between(1, 9), 32, random);
+            const Image over = makeRandomHandleUpTo(40, 9, 32, random);
+            const Image under = makeRandomHandleUpTo(40, 9, 32, random);
             const std::vector<uint8_t> expected =
                 plainComposition(over.get(), under.get(), nullptr);
             ASSERT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
@@ -253,8 +228,8 @@ TEST(QuibComposition3, WalksTheOverlapOfTwoImages)
 TEST(QuibComposition3, LeavesWhatTheSmallerImageDoesNotReach)
 {
     Random random(8);
-    const Image over = randomHandle(3, 2, 32, random);
-    const Image under = randomHandle(5, 4, 32, random);
+    const Image over = makeRandomHandle(3, 2, 32, random);
+    const Image under = makeRandomHandle(5, 4, 32, random);
     const std::vector<uint8_t> before = bytesOf(under.get());
     ASSERT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
     for (int32_t y = 0; y < 4; ++y)
@@ -269,11 +244,9 @@ TEST(QuibComposition3, WalksThreeImagesOfDifferentWidthsAskew)
     forEachLevel([] {
         Random random(9);
         for (int round = 0; round < 300; ++round) {
-            const Image over =
-                randomHandle(random.between(1, 40), random.between(1, 9), 32, random);
-            const Image under =
-                randomHandle(random.between(1, 40), random.between(1, 9), 32, random);
-            const Image target = randomHandle(under->width, under->height, 32, random);
+            const Image over = makeRandomHandleUpTo(40, 9, 32, random);
+            const Image under = makeRandomHandleUpTo(40, 9, 32, random);
+            const Image target = makeRandomHandle(under->width, under->height, 32, random);
             const std::vector<uint8_t> before = bytesOf(under.get());
             IplImage* result = target.get();
             const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), result);
@@ -341,8 +314,8 @@ TEST(QuibComposition3, NeverLeavesABlock)
 TEST(QuibComposition3, MayTakeEitherImageAsItsResult)
 {
     Random random(12);
-    const Image over = randomHandle(17, 5, 32, random);
-    const Image under = randomHandle(17, 5, 32, random);
+    const Image over = makeRandomHandle(17, 5, 32, random);
+    const Image under = makeRandomHandle(17, 5, 32, random);
     const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), nullptr);
     const Image upper(iplCloneImage(over.get()));
     IplImage* result = upper.get();
@@ -360,10 +333,8 @@ TEST(QuibComposition3, GivesTheSameBytesAtEveryLevelWhenItsResultIsWalkedAskew)
         Random random(13);
         std::vector<uint8_t> all;
         for (int round = 0; round < 100; ++round) {
-            const Image over =
-                randomHandle(random.between(1, 40), random.between(1, 9), 32, random);
-            const Image under =
-                randomHandle(random.between(1, 40), random.between(1, 9), 32, random);
+            const Image over = makeRandomHandleUpTo(40, 9, 32, random);
+            const Image under = makeRandomHandleUpTo(40, 9, 32, random);
             IplImage* result = round % 2 ? under.get() : over.get();
             ASSERT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_OK);
             const std::vector<uint8_t> bytes = bytesOf(result);
@@ -378,7 +349,7 @@ TEST(QuibComposition3, GivesTheSameBytesAtEveryLevelWhenItsResultIsWalkedAskew)
 TEST(QuibComposition3, ComposesAnImageWithItself)
 {
     Random random(14);
-    const Image image = randomHandle(17, 5, 32, random);
+    const Image image = makeRandomHandle(17, 5, 32, random);
     const std::vector<uint8_t> expected = plainComposition(image.get(), image.get(), nullptr);
     EXPECT_EQ(QuibComposition3(image.get(), image.get(), nullptr), QUIB_OK);
     EXPECT_EQ(bytesOf(image.get()), expected);
@@ -387,8 +358,8 @@ TEST(QuibComposition3, ComposesAnImageWithItself)
 TEST(QuibComposition3, IgnoresRegionsAndMasks)
 {
     Random random(15);
-    const Image over = randomHandle(17, 5, 32, random);
-    const Image under = randomHandle(17, 5, 32, random);
+    const Image over = makeRandomHandle(17, 5, 32, random);
+    const Image under = makeRandomHandle(17, 5, 32, random);
     const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), nullptr);
     setRoi(over.get(), 1, 3, 3, 2, 2);
     setRoi(under.get(), 1, 3, 3, 2, 2);

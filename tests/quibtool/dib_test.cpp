@@ -1,6 +1,7 @@
 #include "quibtool/quibtool.h"
 
 #include "quibtool/handle.h"
+#include "tests/support/bad_handles.h"
 #include "tests/support/dibs.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_image.h"
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 
 namespace
 {
@@ -531,9 +531,7 @@ void expectMismatch(const IplImage* handle, const BITMAPINFOHEADER& header)
 TEST(Quib2Dib, RefusesBadHandlesBeforeItLocks)
 {
     const GlobalDib block(emptyDib(dibHeader(2, 2, 24)));
-    quibLastError[0] = 0;
-    EXPECT_EQ(Quib2Dib(nullptr, block.get()), QUIB_BAD_ARGUMENT);
-    EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
+    EXPECT_BAD_HANDLE(Quib2Dib(nullptr, block.get()));
     const Image handle = makeHandle(2, 2, 32);
     EXPECT_EQ(Quib2Dib(handle.get(), nullptr), QUIB_BAD_ARGUMENT);
     const CleanStatus clean;

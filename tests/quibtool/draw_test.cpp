@@ -2,12 +2,11 @@
 
 #include "platform/platform.h"
 #include "quibtool/handle.h"
+#include "tests/support/bad_handles.h"
 #include "tests/support/images.h"
 #include "tests/support/report.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
 
 namespace
 {
@@ -90,9 +89,7 @@ void checkDrawn(const IplImage* handle, int32_t x, int32_t y)
 
 TEST(QuibDrawToHDC, RefusesABadHandle)
 {
-    quibLastError[0] = 0;
-    EXPECT_EQ(QuibDrawToHDC(nullptr, nullptr, 0, 0), QUIB_BAD_ARGUMENT);
-    EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
+    EXPECT_BAD_HANDLE(QuibDrawToHDC(nullptr, nullptr, 0, 0));
 }
 
 TEST(QuibDrawToHDC, LooksAwayWhenTheDeviceFails)

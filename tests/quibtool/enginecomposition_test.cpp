@@ -1,5 +1,6 @@
 #include "quibtool/handle.h"
 
+#include "tests/support/bad_handles.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <string>
 
 namespace
 {
@@ -21,13 +21,6 @@ using MaybeRect = std::optional<QuibRect>;
 QuibRect* addressOf(MaybeRect& rect)
 {
     return rect ? &*rect : nullptr;
-}
-
-Image randomHandle(int32_t width, int32_t height, int32_t bitDepth, Random& random)
-{
-    Image handle = makeHandle(width, height, bitDepth);
-    randomise(handle.get(), random);
-    return handle;
 }
 
 // What differs between the two functions.
@@ -167,12 +160,6 @@ QuibStatus callEither(bool second, IplImage* a, IplImage* b, IplImage** result)
                   : QuibComposition1(a, b, result, nullptr, nullptr, nullptr, 0, 0, 0);
 }
 
-void expectLastError()
-{
-    EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
-    quibLastError[0] = 0;
-}
-
 } // namespace
 
 // --- Refusals ----------------------------------------------------------------------------
@@ -182,15 +169,11 @@ TEST(QuibComposition, RefusesBadHandlesWithTheText)
     for (const bool second : {false, true}) {
         Image good = makeHandle(3, 3, 32);
         IplImage* result = good.get();
-        quibLastError[0] = 0;
-        EXPECT_EQ(callEither(second, nullptr, good.get(), &result), QUIB_BAD_ARGUMENT);
-        expectLastError();
-        EXPECT_EQ(callEither(second, good.get(), nullptr, &result), QUIB_BAD_ARGUMENT);
-        expectLastError();
+        EXPECT_BAD_HANDLE(callEither(second, nullptr, good.get(), &result));
+        EXPECT_BAD_HANDLE(callEither(second, good.get(), nullptr, &result));
         Image empty = makeHandle(3, 3, 32);
         iplDeallocateImage(empty.get());
-        EXPECT_EQ(callEither(second, good.get(), empty.get(), &result), QUIB_BAD_ARGUMENT);
-        expectLastError();
+        EXPECT_BAD_HANDLE(callEither(second, good.get(), empty.get(), &result));
         EXPECT_EQ(good->alphaChannel, 0);
         EXPECT_EQ(result, good.get());
     }
@@ -304,8 +287,8 @@ TEST(QuibComposition, SharesTheRegionOfAWithAllThree)
 {
     Random random(11);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(20, 16, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(20, 16, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         // Clipped to A alone: it passes B's edges.
         Job job = randomJob(a.get(), b.get(), second, random);
         job.rectA = QuibRect{3, 2, 30, 30};
@@ -317,8 +300,8 @@ TEST(QuibComposition, SharesTheRegionOfBWithTheResultAlone)
 {
     Random random(12);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(20, 16, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(20, 16, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         Job job = randomJob(a.get(), b.get(), second, random);
         job.rectB = QuibRect{3, 2, 10, 9};
         expectPlain(job);
@@ -329,8 +312,8 @@ TEST(QuibComposition, GivesTheResultARegionOfItsOwn)
 {
     Random random(13);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(20, 16, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(20, 16, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         Job job = randomJob(a.get(), b.get(), second, random);
         job.rectResult = QuibRect{5, 4, 10, 9};
         expectPlain(job);
@@ -340,8 +323,8 @@ TEST(QuibComposition, GivesTheResultARegionOfItsOwn)
 TEST(QuibComposition, TakesOneRectangleForAllThreePlaces)
 {
     Random random(14);
-    const Image a = randomHandle(20, 16, 32, random);
-    const Image b = randomHandle(12, 9, 32, random);
+    const Image a = makeRandomHandle(20, 16, 32, random);
+    const Image b = makeRandomHandle(12, 9, 32, random);
     QuibRect rect{4, 3, 18, 12};
     IplImage* result = nullptr;
     ASSERT_EQ(QuibComposition1(a.get(), b.get(), &result, &rect, &rect, &rect, 0, 0, 0), QUIB_OK);
@@ -360,8 +343,8 @@ TEST(QuibComposition1, AnEmptyRectangleEndsTheCallWithTheClone)
                                 {20, 0, 30, 9}, {9, 0, 2, 9},
                                 {-9, 0, 0, 9},  {INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN}};
     for (const QuibRect& empty : empties) {
-        const Image a = randomHandle(20, 16, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(20, 16, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         Job job{a.get(), b.get(), empty, QuibRect{1, 1, 5, 5}, {}, {}};
         const Image result = compose(job);
         EXPECT_EQ(bytesOf(result.get()), bytesOf(b.get()));
@@ -378,8 +361,8 @@ TEST(QuibComposition1, AnEmptyRectangleEndsTheCallWithTheClone)
 TEST(QuibComposition1, AnEmptyRectangleLeavesTheRegionsBeforeItInTheInputs)
 {
     Random random(16);
-    const Image a = randomHandle(20, 16, 32, random);
-    const Image b = randomHandle(12, 9, 32, random);
+    const Image a = makeRandomHandle(20, 16, 32, random);
+    const Image b = makeRandomHandle(12, 9, 32, random);
     Job job{a.get(), b.get(), QuibRect{2, 3, 9, 8}, {}, QuibRect{5, 5, 5, 5}, {}};
     const Image result = compose(job);
     EXPECT_EQ(bytesOf(result.get()), bytesOf(b.get()));
@@ -422,8 +405,8 @@ TEST(QuibComposition2, ClearsTheRecordsWhenTheReportOfAnEmptyRectangleReturns)
 {
     Random random(17);
     const RecordedReports reports;
-    const Image a = randomHandle(20, 16, 32, random);
-    const Image b = randomHandle(12, 9, 32, random);
+    const Image a = makeRandomHandle(20, 16, 32, random);
+    const Image b = makeRandomHandle(12, 9, 32, random);
     Job job{a.get(), b.get(), QuibRect{5, 5, 5, 9}, {}, {}, {true, 1, 2}};
     const Image result = compose(job);
     EXPECT_EQ(reports.all().size(), 1u);
@@ -436,8 +419,8 @@ TEST(QuibComposition2, ARectangleWhoseSizeWrapsHasNothingInside)
 {
     Random random(18);
     const RecordedReports reports;
-    const Image a = randomHandle(20, 16, 32, random);
-    const Image b = randomHandle(12, 9, 32, random);
+    const Image a = makeRandomHandle(20, 16, 32, random);
+    const Image b = makeRandomHandle(12, 9, 32, random);
     Job job{a.get(), b.get(), QuibRect{INT32_MAX, 5, INT32_MIN, 9}, {}, {}, {true, 1, 2}};
     const Image result = compose(job);
     EXPECT_TRUE(reports.all().empty());
@@ -476,8 +459,8 @@ TEST(QuibComposition2, LeavesTheFourthBytesOfTheSecondInput)
 TEST(QuibComposition2, TakesTheLowByteOfTheConstants)
 {
     Random random(21);
-    const Image a = randomHandle(9, 5, 32, random);
-    const Image b = randomHandle(9, 5, 32, random);
+    const Image a = makeRandomHandle(9, 5, 32, random);
+    const Image b = makeRandomHandle(9, 5, 32, random);
     Job low{a.get(), b.get(), {}, {}, {}, {true, 0xFF, 0x01}};
     Job high{a.get(), b.get(), {}, {}, {}, {true, 0x1FF, 0xFFFFFF01u}};
     EXPECT_EQ(bytesOf(compose(high).get()), bytesOf(compose(low).get()));
@@ -487,8 +470,8 @@ TEST(QuibComposition, CopiesARegionOfTheCallersWholeAndTakesItAway)
 {
     Random random(22);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(9, 5, 32, random);
-        const Image b = randomHandle(9, 5, 32, random);
+        const Image a = makeRandomHandle(9, 5, 32, random);
+        const Image b = makeRandomHandle(9, 5, 32, random);
         const std::vector<uint8_t> before = bytesOf(b.get());
         // The program's own, which nobody frees.
         IplROI roi{2, 3, 1, 4, 3};
@@ -517,8 +500,8 @@ TEST(QuibComposition, LosesRegionsThatRectanglesReplace)
 {
     Random random(23);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(20, 16, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(20, 16, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         Job job = randomJob(a.get(), b.get(), second, random);
         job.rectA = QuibRect{3, 2, 9, 8};
         job.rectB = QuibRect{1, 1, 9, 8};
@@ -539,8 +522,8 @@ TEST(QuibComposition, KeepsTheRestOfTheSecondInputBesideASmallFirst)
 {
     Random random(24);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(7, 30, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(7, 30, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         expectPlain(randomJob(a.get(), b.get(), second, random));
     }
 }
@@ -549,7 +532,7 @@ TEST(QuibComposition, KeepsThePaddingOfTheRows)
 {
     Random random(25);
     for (const bool second : {false, true}) {
-        const Image a = randomHandle(5, 4, 32, random);
+        const Image a = makeRandomHandle(5, 4, 32, random);
         const Image b = makeImage(5, 4, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
         randomise(b.get(), random);
         expectPlain(randomJob(a.get(), b.get(), second, random));
@@ -560,8 +543,8 @@ TEST(QuibComposition, KeepsToTheMasksOfTheInputs)
 {
     Random random(26);
     for (int round = 0; round < 40; ++round) {
-        const Image a = randomHandle(20, 16, 32, random);
-        const Image b = randomHandle(12, 9, 32, random);
+        const Image a = makeRandomHandle(20, 16, 32, random);
+        const Image b = makeRandomHandle(12, 9, 32, random);
         if (round % 3 != 0)
             giveMaskAtOddOffset(a.get(), random);
         if (round % 3 != 1)
@@ -577,7 +560,7 @@ TEST(QuibComposition, ComposesAHandleWithItself)
 {
     Random random(27);
     for (const bool second : {false, true}) {
-        const Image both = randomHandle(20, 16, 32, random);
+        const Image both = makeRandomHandle(20, 16, 32, random);
         expectPlain(randomJob(both.get(), both.get(), second, random));
         // The second region replaces the first.
         Job job = randomJob(both.get(), both.get(), second, random);
@@ -617,8 +600,8 @@ TEST(QuibComposition, IsPlainForRandomHandlesAndRectangles)
     forEachLevel([] {
         Random random(29);
         for (int round = 0; round < 1500; ++round) {
-            const Image a = randomHandle(random.between(1, 50), random.between(1, 12), 32, random);
-            const Image b = randomHandle(random.between(1, 50), random.between(1, 12), 32, random);
+            const Image a = makeRandomHandleUpTo(50, 12, 32, random);
+            const Image b = makeRandomHandleUpTo(50, 12, 32, random);
             Job job = randomJob(a.get(), b.get(), random.coin(), random);
             if (random.coin())
                 job.rectA = randomRect(a.get(), random);

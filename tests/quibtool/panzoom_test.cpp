@@ -2,6 +2,7 @@
 
 #include "quibtool/handle.h"
 
+#include "tests/support/bad_handles.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string>
 
 namespace
 {
@@ -196,13 +196,8 @@ TEST(QuibBltPanZoom, RefusesABadHandleWithTheText)
 {
     const Image good = makeHandle(4, 4, 32);
     const View view{0, 1, 0, 1, 0, 4, 0, 4};
-    for (const bool badIsSource : {true, false}) {
-        quibLastError[0] = 0;
-        EXPECT_EQ(panZoom(badIsSource ? nullptr : good.get(), view,
-                          badIsSource ? good.get() : nullptr, 0),
-                  QUIB_BAD_ARGUMENT);
-        EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
-    }
+    EXPECT_BAD_HANDLE(panZoom(nullptr, view, good.get(), 0));
+    EXPECT_BAD_HANDLE(panZoom(good.get(), view, nullptr, 0));
 }
 
 TEST(QuibBltPanZoom, PassesOnTheImageChecksBeforeItLooksAtTheView)
@@ -445,10 +440,8 @@ TEST(QuibBltPanZoom, MatchesThePlainFormForRandomViews)
     forEachLevel([] {
         Random random(14);
         for (int round = 0; round < 1500; ++round) {
-            const Image src =
-                makeRandomHandle(random.between(1, 40), random.between(1, 14), 32, random);
-            const Image dst =
-                makeRandomHandle(random.between(1, 60), random.between(1, 14), 32, random);
+            const Image src = makeRandomHandleUpTo(40, 14, 32, random);
+            const Image dst = makeRandomHandleUpTo(60, 14, 32, random);
             ASSERT_NO_FATAL_FAILURE(expectPlain(src.get(), randomView(src.get(), dst.get(), random),
                                                 dst.get(), random.between(0, 3)));
         }
@@ -565,10 +558,8 @@ TEST(QuibBltPanZoom, ScalesOtherDepthsThroughTheEngineWithoutThePhase)
         const int32_t depths[] = {1, 8, 24};
         const int32_t bitDepth = depths[random.between(0, 2)];
         const int32_t mode = random.between(0, 2);
-        const Image src =
-            makeRandomHandle(random.between(1, 30), random.between(1, 16), bitDepth, random);
-        const Image dst =
-            makeRandomHandle(random.between(1, 30), random.between(1, 16), bitDepth, random);
+        const Image src = makeRandomHandleUpTo(30, 16, bitDepth, random);
+        const Image dst = makeRandomHandleUpTo(30, 16, bitDepth, random);
         const View v = randomView(src.get(), dst.get(), random);
         const PlainAxis x = plainAxis(v.srcX, v.stepX, v.left, v.right, src->width, dst->width);
         const PlainAxis y = plainAxis(v.srcY, v.stepY, v.top, v.bottom, src->height, dst->height);

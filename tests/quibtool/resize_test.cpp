@@ -1,6 +1,7 @@
 #include "quibtool/handle.h"
 #include "quibtool/stretch.h"
 
+#include "tests/support/bad_handles.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -8,17 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace
 {
-
-Image randomHandle(int32_t width, int32_t height, int32_t bitDepth, Random& random)
-{
-    Image handle = makeHandle(width, height, bitDepth);
-    randomise(handle.get(), random);
-    return handle;
-}
 
 constexpr int32_t depths[] = {1, 8, 24, 32};
 constexpr int32_t manyModes[] = {0, 1, 2, 3, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1};
@@ -28,22 +20,15 @@ constexpr const char* modeText =
 
 using Resize = QuibStatus (*)(IplImage*, IplImage*, int32_t);
 
-void expectBadHandle(Resize resize, IplImage* src, IplImage* dst)
-{
-    quibLastError[0] = 0;
-    EXPECT_EQ(resize(src, dst, 0), QUIB_BAD_ARGUMENT);
-    EXPECT_EQ(std::string(quibLastError).rfind("invalid dib in quibtool row ", 0), 0u);
-}
-
 void expectBadHandlesRefused(Resize resize)
 {
     const Image good = makeHandle(4, 4, 32);
     const Image empty = makeHandle(4, 4, 32);
     iplDeallocateImage(empty.get());
-    expectBadHandle(resize, nullptr, good.get());
-    expectBadHandle(resize, good.get(), nullptr);
-    expectBadHandle(resize, empty.get(), good.get());
-    expectBadHandle(resize, good.get(), empty.get());
+    EXPECT_BAD_HANDLE(resize(nullptr, good.get(), 0));
+    EXPECT_BAD_HANDLE(resize(good.get(), nullptr, 0));
+    EXPECT_BAD_HANDLE(resize(empty.get(), good.get(), 0));
+    EXPECT_BAD_HANDLE(resize(good.get(), empty.get(), 0));
 }
 
 } // namespace
@@ -60,8 +45,8 @@ TEST(QuibResize, CopiesEqualLayoutsInEveryModeWithTheirPadding)
     Random random(1);
     for (const int32_t bitDepth : depths) {
         for (const int32_t mode : manyModes) {
-            const Image src = randomHandle(13, 7, bitDepth, random);
-            const Image dst = randomHandle(13, 7, bitDepth, random);
+            const Image src = makeRandomHandle(13, 7, bitDepth, random);
+            const Image dst = makeRandomHandle(13, 7, bitDepth, random);
             EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
             EXPECT_EQ(bytesOf(dst.get()), bytesOf(src.get())) << bitDepth << " bits, " << mode;
         }
@@ -71,7 +56,7 @@ TEST(QuibResize, CopiesEqualLayoutsInEveryModeWithTheirPadding)
 TEST(QuibResize, LeavesAHandleResizedToItselfAsItIs)
 {
     Random random(2);
-    const Image image = randomHandle(9, 5, 24, random);
+    const Image image = makeRandomHandle(9, 5, 24, random);
     const std::vector<uint8_t> before = bytesOf(image.get());
     EXPECT_EQ(QuibResize(image.get(), image.get(), 1), QUIB_OK);
     EXPECT_EQ(bytesOf(image.get()), before);
@@ -85,7 +70,7 @@ TEST(QuibResize, Stretches32BitHandlesByTheirMode)
              {0, 1, 2, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1, 0x7002}) {
             for (int32_t round = 0; round < 10; ++round) {
                 const int32_t height = random.between(1, 20) * 2;
-                const Image src = randomHandle(random.between(1, 40), height, 32, random);
+                const Image src = makeRandomHandle(random.between(1, 40), height, 32, random);
                 const GuardedHandle dst(random.between(1, 40), random.between(1, 20) * 2, 32);
                 std::vector<uint8_t> expected(static_cast<size_t>(dst->imageSize));
                 StretchPacked32(expected.data(), dst->width, dst->height,
@@ -103,7 +88,7 @@ TEST(QuibResize, Stretches32BitHandlesByTheirMode)
 TEST(QuibResize, Takes8BitHandlesByNearestInEveryMode)
 {
     Random random(4);
-    const Image src = randomHandle(17, 11, 8, random);
+    const Image src = makeRandomHandle(17, 11, 8, random);
     const Image nearest = makeHandle(30, 5, 8);
     ASSERT_EQ(QuibResize(src.get(), nearest.get(), 0), QUIB_OK);
     // Positions of columns are 17 / 30 apart, those of rows 11 / 5.
@@ -120,8 +105,8 @@ TEST(QuibResize, Takes8BitHandlesByNearestInEveryMode)
 TEST(QuibResize, LeavesThePaddingOf8BitRowsAlone)
 {
     Random random(5);
-    const Image src = randomHandle(9, 4, 8, random);
-    const Image dst = randomHandle(13, 8, 8, random);
+    const Image src = makeRandomHandle(9, 4, 8, random);
+    const Image dst = makeRandomHandle(13, 8, 8, random);
     const std::vector<uint8_t> before = bytesOf(dst.get());
     EXPECT_EQ(QuibResize(src.get(), dst.get(), 0), QUIB_OK);
     const std::vector<uint8_t> after = bytesOf(dst.get());
@@ -158,7 +143,7 @@ TEST(QuibResize, StretchesEqualSizesOfAnotherLayout)
     // The same size with longer rows: not a copy, and the 32-bit route takes
     // rows as packed.
     Random random(7);
-    const Image src = randomHandle(6, 4, 32, random);
+    const Image src = makeRandomHandle(6, 4, 32, random);
     const Image dst = makeHandle(8, 4, 32);
     dst->width = 6;
     EXPECT_EQ(QuibResize(src.get(), dst.get(), 1), QUIB_OK);
@@ -179,7 +164,7 @@ TEST(QuibResize, GoesToTheEngineByTheRelationOfTheSizes)
     };
     Random random(8);
     for (const int32_t bitDepth : {1, 24}) {
-        const Image src = randomHandle(12, 12, bitDepth, random);
+        const Image src = makeRandomHandle(12, 12, bitDepth, random);
         for (const Row& row :
              {Row{17, 15, iplZoom, 1}, Row{12, 15, iplZoom, 2}, Row{17, 12, iplZoom, 0},
               Row{5, 7, iplDecimate, 1}, Row{4, 6, iplDecimate, 3}, Row{17, 6, iplResize, 1},
@@ -198,7 +183,7 @@ TEST(QuibResize, AveragesShrinking8BitAnd32BitHandlesInMode3)
 {
     Random random(9);
     for (const int32_t bitDepth : {8, 32}) {
-        const Image src = randomHandle(12, 8, bitDepth, random);
+        const Image src = makeRandomHandle(12, 8, bitDepth, random);
         const Image dst = makeHandle(4, 4, bitDepth);
         const Image expected = makeHandle(4, 4, bitDepth);
         EXPECT_EQ(QuibResize(src.get(), dst.get(), 3), QUIB_OK);
@@ -211,7 +196,7 @@ TEST(QuibResize, IgnoresRegionsInTheStretcher)
 {
     Random random(10);
     for (const int32_t bitDepth : {8, 32}) {
-        const Image src = randomHandle(12, 8, bitDepth, random);
+        const Image src = makeRandomHandle(12, 8, bitDepth, random);
         const Image plain = makeHandle(20, 5, bitDepth);
         ASSERT_EQ(QuibResize(src.get(), plain.get(), 0), QUIB_OK);
         setRoi(src.get(), 1, 2, 2, 3, 3);
@@ -227,8 +212,8 @@ TEST(QuibResize, ChoosesEngineRoutesAndFactorsByTheWholeImages)
     // The regions grow and lie the other way round than the images, which are
     // halved; the engine keeps to the regions all the same.
     Random random(19);
-    const Image src = randomHandle(12, 12, 24, random);
-    const Image dst = randomHandle(6, 6, 24, random);
+    const Image src = makeRandomHandle(12, 12, 24, random);
+    const Image dst = makeRandomHandle(6, 6, 24, random);
     const std::vector<uint8_t> before = bytesOf(dst.get());
     setRoi(src.get(), 0, 2, 4, 5, 4);
     setRoi(dst.get(), 0, 1, 0, 5, 6);
@@ -247,11 +232,11 @@ TEST(QuibResize, ChoosesEngineRoutesAndFactorsByTheWholeImages)
 TEST(QuibResize, EndsTheProcessWhereTheEngineRefuses)
 {
     Random random(11);
-    const Image src = randomHandle(6, 6, 24, random);
-    const Image wider = randomHandle(9, 3, 24, random);
-    const Image larger = randomHandle(9, 9, 24, random);
-    const Image higher = randomHandle(6, 9, 24, random);
-    const Image gray = randomHandle(9, 9, 8, random);
+    const Image src = makeRandomHandle(6, 6, 24, random);
+    const Image wider = makeRandomHandle(9, 3, 24, random);
+    const Image larger = makeRandomHandle(9, 9, 24, random);
+    const Image higher = makeRandomHandle(6, 9, 24, random);
+    const Image gray = makeRandomHandle(9, 9, 8, random);
     EXPECT_REPORT(QuibResize(src.get(), wider.get(), 3), -5, "iplResize",
                   "(xDst > xSrc || yDst > ySrc)", "iplresiz");
     EXPECT_REPORT(QuibResize(src.get(), larger.get(), 3), -5, "iplZoom", modeText, "iplZoom");
@@ -268,9 +253,9 @@ TEST(QuibResize, WritesNothingBehindThoseReports)
 {
     const ReportsReturn reports;
     Random random(12);
-    const Image src = randomHandle(6, 6, 24, random);
+    const Image src = makeRandomHandle(6, 6, 24, random);
     for (const int32_t height : {3, 9}) {
-        const Image dst = randomHandle(9, height, 24, random);
+        const Image dst = makeRandomHandle(9, height, 24, random);
         const std::vector<uint8_t> before = bytesOf(dst.get());
         EXPECT_EQ(QuibResize(src.get(), dst.get(), 3), QUIB_OK);
         EXPECT_EQ(bytesOf(dst.get()), before);
@@ -280,8 +265,8 @@ TEST(QuibResize, WritesNothingBehindThoseReports)
 TEST(QuibResize, LeavesABadRecordToTheEngine)
 {
     Random random(13);
-    const Image good = randomHandle(6, 6, 32, random);
-    const Image bad = randomHandle(6, 6, 32, random);
+    const Image good = makeRandomHandle(6, 6, 32, random);
+    const Image bad = makeRandomHandle(6, 6, 32, random);
     bad->nChannels = 0;
     EXPECT_REPORT(QuibResize(bad.get(), good.get(), 0), -15, "iplZoom", "Incorrect Image",
                   "iplZoom");
@@ -291,8 +276,8 @@ TEST(QuibResize, RefusesTwoBadRecordsWithoutText)
 {
     const CleanStatus clean;
     Random random(14);
-    const Image first = randomHandle(6, 6, 32, random);
-    const Image second = randomHandle(9, 9, 32, random);
+    const Image first = makeRandomHandle(6, 6, 32, random);
+    const Image second = makeRandomHandle(9, 9, 32, random);
     first->nChannels = 0;
     second->nChannels = 0;
     quibLastError[0] = 0;
@@ -311,8 +296,8 @@ TEST(QuibResizeFit, GivesTheChecksOwnStatus)
 {
     const CleanStatus clean;
     Random random(15);
-    const Image good = randomHandle(6, 6, 24, random);
-    const Image bad = randomHandle(6, 6, 24, random);
+    const Image good = makeRandomHandle(6, 6, 24, random);
+    const Image bad = makeRandomHandle(6, 6, 24, random);
     bad->widthStep = 0;
     EXPECT_EQ(QuibResizeFit(bad.get(), good.get(), 0), -13);
     EXPECT_EQ(QuibResizeFit(good.get(), bad.get(), 0), -13);
@@ -324,7 +309,7 @@ TEST(QuibResizeFit, ScalesWholeImagesByTheEngine)
 {
     Random random(16);
     for (const int32_t bitDepth : depths) {
-        const Image src = randomHandle(10, 10, bitDepth, random);
+        const Image src = makeRandomHandle(10, 10, bitDepth, random);
         const Image dst = makeHandle(15, 6, bitDepth);
         const Image expected = makeHandle(15, 6, bitDepth);
         EXPECT_EQ(QuibResizeFit(src.get(), dst.get(), 1), QUIB_OK);
@@ -336,8 +321,8 @@ TEST(QuibResizeFit, ScalesWholeImagesByTheEngine)
 TEST(QuibResizeFit, ScalesRegionsEachImageOnItsOwn)
 {
     Random random(17);
-    const Image src = randomHandle(20, 10, 24, random);
-    const Image dst = randomHandle(20, 10, 24, random);
+    const Image src = makeRandomHandle(20, 10, 24, random);
+    const Image dst = makeRandomHandle(20, 10, 24, random);
     const std::vector<uint8_t> before = bytesOf(dst.get());
     setRoi(src.get(), 0, 4, 2, 6, 5);
     setRoi(dst.get(), 0, 3, 1, 12, 5);
@@ -356,8 +341,8 @@ TEST(QuibResizeFit, ScalesRegionsEachImageOnItsOwn)
 TEST(QuibResizeFit, EndsTheProcessWhereTheEngineRefuses)
 {
     Random random(18);
-    const Image src = randomHandle(6, 6, 32, random);
-    const Image dst = randomHandle(9, 9, 32, random);
+    const Image src = makeRandomHandle(6, 6, 32, random);
+    const Image dst = makeRandomHandle(9, 9, 32, random);
     EXPECT_REPORT(QuibResizeFit(src.get(), dst.get(), 3), -5, "iplResize",
                   "(xDst > xSrc || yDst > ySrc)", "iplresiz");
     EXPECT_REPORT(QuibResizeFit(src.get(), dst.get(), STRETCH_PAIRS_LINEAR), -5, "iplZoom",

@@ -88,6 +88,12 @@ inline Image makeRandomHandle(int32_t width, int32_t height, int32_t bitDepth, R
     return handle;
 }
 
+// Of a random size up to this one.
+inline Image makeRandomHandleUpTo(int32_t width, int32_t height, int32_t bitDepth, Random& random)
+{
+    return makeRandomHandle(random.between(1, width), random.between(1, height), bitDepth, random);
+}
+
 inline void setRoi(IplImage* image, int32_t coi, int32_t x, int32_t y, int32_t width,
                    int32_t height)
 {
