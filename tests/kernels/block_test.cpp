@@ -12,36 +12,33 @@
 namespace
 {
 
-template<class Work>
-void forEachTable(Work work)
-{
-    for (const quib::Kernels* table : availableLevels()) {
-        SCOPED_TRACE(table->levelName);
-        work(table->block);
-    }
-}
-
 // The bytes of a buffer from `offset` on.
 std::vector<uint8_t> from(const GuardedBuffer& buffer, size_t offset)
 {
     return std::vector<uint8_t>(buffer.data() + offset, buffer.data() + buffer.size());
 }
 
+// Fills words from `offset` on, up to the end of a buffer.
+template<class Word, class Fill>
+void expectFilled(Fill fill, Word value, size_t offset, size_t count)
+{
+    const GuardedBuffer buffer(offset + count * sizeof value + (count == 0));
+    std::vector<uint8_t> expected = from(buffer, 0);
+    for (size_t i = 0; i < count * sizeof value; ++i)
+        expected[offset + i] = static_cast<uint8_t>(value >> i % sizeof value * 8);
+    fill(buffer.data() + offset, value, count);
+    ASSERT_TRUE(from(buffer, 0) == expected) << value << ", " << count << " from " << offset;
+}
+
 } // namespace
 
 TEST(BlockKernels, Fill32StoresTheWordAtAnyAddress)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         for (const uint32_t value : {0u, 0x01010101u, 0x04030201u, 0xFF000000u}) {
             for (size_t offset = 0; offset < 5; ++offset) {
-                for (size_t count = 0; count < 70; ++count) {
-                    const GuardedBuffer buffer(offset + count * 4 + (count == 0));
-                    std::vector<uint8_t> expected = from(buffer, 0);
-                    for (size_t i = 0; i < count * 4; ++i)
-                        expected[offset + i] = static_cast<uint8_t>(value >> i % 4 * 8);
-                    block.fill32(buffer.data() + offset, value, count);
-                    ASSERT_EQ(from(buffer, 0), expected);
-                }
+                for (size_t count = 0; count < 70; ++count)
+                    ASSERT_NO_FATAL_FAILURE(expectFilled(block.fill32, value, offset, count));
             }
         }
     });
@@ -51,33 +48,21 @@ TEST(BlockKernels, Fill32StoresLongRunsUpToTheirEnd)
 {
     constexpr size_t longRun = size_t{1} << 18;
     constexpr uint32_t value = 0x04030201u;
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         for (const size_t offset : {0, 1, 3}) {
-            for (const size_t count : {longRun - 1, longRun, longRun + 3}) {
-                const GuardedBuffer buffer(offset + count * 4);
-                std::vector<uint8_t> expected = from(buffer, 0);
-                for (size_t i = 0; i < count * 4; ++i)
-                    expected[offset + i] = static_cast<uint8_t>(value >> i % 4 * 8);
-                block.fill32(buffer.data() + offset, value, count);
-                ASSERT_TRUE(from(buffer, 0) == expected) << count << " from " << offset;
-            }
+            for (const size_t count : {longRun - 1, longRun, longRun + 3})
+                ASSERT_NO_FATAL_FAILURE(expectFilled(block.fill32, value, offset, count));
         }
     });
 }
 
 TEST(BlockKernels, Fill16StoresTheHalfWordAtAnyAddress)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         for (const uint16_t value : {uint16_t{0}, uint16_t{0x0201}, uint16_t{0xFFFE}}) {
             for (size_t offset = 0; offset < 3; ++offset) {
-                for (size_t count = 0; count < 90; ++count) {
-                    const GuardedBuffer buffer(offset + count * 2 + (count == 0));
-                    std::vector<uint8_t> expected = from(buffer, 0);
-                    for (size_t i = 0; i < count * 2; ++i)
-                        expected[offset + i] = static_cast<uint8_t>(value >> i % 2 * 8);
-                    block.fill16(buffer.data() + offset, value, count);
-                    ASSERT_EQ(from(buffer, 0), expected);
-                }
+                for (size_t count = 0; count < 90; ++count)
+                    ASSERT_NO_FATAL_FAILURE(expectFilled(block.fill16, value, offset, count));
             }
         }
     });
@@ -85,7 +70,7 @@ TEST(BlockKernels, Fill16StoresTheHalfWordAtAnyAddress)
 
 TEST(BlockKernels, FillsAndCopiesLargeBlocks)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         Random random(1);
         constexpr size_t bytes = (1 << 22) + 12;
         const GuardedBuffer a(bytes + 4);
@@ -102,7 +87,7 @@ TEST(BlockKernels, FillsAndCopiesLargeBlocks)
 
 TEST(BlockKernels, CopyMovesEveryByteCount)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         Random random(2);
         for (size_t bytes = 0; bytes < 300; ++bytes) {
             const GuardedBuffer src(bytes + 1);
@@ -118,7 +103,7 @@ TEST(BlockKernels, CopyMovesEveryByteCount)
 
 TEST(BlockKernels, LargestFindsTheLargestByte)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         Random random(3);
         for (size_t count = 0; count < 600; ++count) {
             for (const bool skipFourth : {false, true}) {
@@ -140,7 +125,7 @@ TEST(BlockKernels, LargestFindsTheLargestByte)
 
 TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         Random random(2);
         for (int round = 0; round < 2000; ++round) {
             constexpr size_t size = 3000;
@@ -168,7 +153,7 @@ TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
 
 TEST(BlockKernels, MoveRowsStaysInsideItsRows)
 {
-    forEachTable([](const quib::BlockKernels& block) {
+    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
         for (const Guard guard : {Guard::afterEnd, Guard::beforeStart}) {
             for (size_t bytes = 1; bytes < 200; ++bytes) {
                 const GuardedBuffer src(bytes * 3, guard);

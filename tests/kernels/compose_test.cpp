@@ -14,15 +14,6 @@ namespace
 
 using Pixels = std::vector<uint8_t>;
 
-template<class Work>
-void forEachTable(Work work)
-{
-    for (const quib::Kernels* table : availableLevels()) {
-        SCOPED_TRACE(table->levelName);
-        work(table->compose);
-    }
-}
-
 // The pixel rule, through the table.
 Pixels plainBlend(const Pixels& under, const Pixels& over)
 {
@@ -76,7 +67,7 @@ Layers everyPairOfColours(uint32_t overAlpha, uint32_t underAlpha)
 
 TEST(PairBlend, GivesTheTablesWeightAndAlphaForEveryPairOfAlphas)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         constexpr int colours[][2] = {{255, 0}, {0, 255}, {255, 1}, {200, 100}, {100, 101}};
         for (const auto& [s, d] : colours) {
             Pixels over(65536 * 4);
@@ -96,7 +87,7 @@ TEST(PairBlend, GivesTheTablesWeightAndAlphaForEveryPairOfAlphas)
 
 TEST(PairBlend, GivesThePlainResultForEveryPairOfColours)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         for (const uint32_t weightPair : {0x00FFu, 0x0101u, 0x8080u, 0x40C0u, 0xC040u, 0xFF00u}) {
             const Layers layers = everyPairOfColours(weightPair >> 8, weightPair & 255);
             ASSERT_EQ(blended(kernels, layers.under, layers.over),
@@ -107,7 +98,7 @@ TEST(PairBlend, GivesThePlainResultForEveryPairOfColours)
 
 TEST(PairBlend, GivesThePlainResultOverOpaqueRunsForEveryAlphaAndPairOfColours)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         for (uint32_t alpha = 0; alpha < 256; ++alpha) {
             const Layers layers = everyPairOfColours(alpha, 255);
             ASSERT_EQ(blended(kernels, layers.under, layers.over),
@@ -121,7 +112,7 @@ TEST(PairBlend, GivesThePlainResultOverOpaqueRunsForEveryAlphaAndPairOfColours)
 // of pixels.
 TEST(PairBlend, GivesThePlainResultForRunsOfEqualAlphas)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         Random random(1);
         for (const int alpha : {0, 255}) {
             for (const int odd : {0, 1, 254, 255}) {
@@ -140,7 +131,7 @@ TEST(PairBlend, GivesThePlainResultForRunsOfEqualAlphas)
 
 TEST(PairBlend, StaysInsideItsRunsAtAnyCountAndAddress)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         Random random(2);
         for (size_t count = 0; count <= 80; ++count) {
             for (const int alphas : {0, 255, -1}) {
@@ -168,7 +159,7 @@ TEST(PairBlend, StaysInsideItsRunsAtAnyCountAndAddress)
 
 TEST(PairBlend, GivesThePlainResultOverOpaqueRunsBrokenAtEveryPlace)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         Random random(6);
         for (const uint8_t odd : {uint8_t{0}, uint8_t{1}, uint8_t{127}, uint8_t{254}}) {
             for (size_t at = 0; at < 100; ++at) {
@@ -185,7 +176,7 @@ TEST(PairBlend, GivesThePlainResultOverOpaqueRunsBrokenAtEveryPlace)
 
 TEST(PairBlend, MayWriteIntoEitherImage)
 {
-    forEachTable([](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
         Random random(3);
         for (const int alphas : {0, 255, -1}) {
             for (size_t count = 1; count < 90; ++count) {
@@ -228,7 +219,7 @@ Pixels plainByAlpha(const Pixels& target, const Pixels& under, const Pixels& ove
 template<class Work>
 void forBothRows(Work work)
 {
-    forEachTable([work](const quib::ComposeKernels& kernels) {
+    forEachTable(&quib::Kernels::compose, [work](const quib::ComposeKernels& kernels) {
         for (const bool opaque : {true, false}) {
             SCOPED_TRACE(opaque ? "alphaBlend" : "colourBlend");
             work(opaque ? kernels.alphaBlend : kernels.colourBlend, opaque);

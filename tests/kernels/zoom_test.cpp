@@ -15,15 +15,6 @@ namespace
 using quib::ZoomPairGroup;
 using quib::ZoomQuadGroup;
 
-template<class Work>
-void forEachTable(Work work)
-{
-    for (const quib::Kernels* table : availableLevels()) {
-        SCOPED_TRACE(table->levelName);
-        work(table->zoom);
-    }
-}
-
 // Groups with up to 8 elements each, from windows anywhere in the row.
 template<class Group, class SetTap>
 std::vector<Group> randomGroups(size_t count, int32_t rowBytes, int32_t* elements, Random& random,
@@ -52,82 +43,79 @@ std::vector<int16_t> plainLine(const std::vector<Group>& groups, size_t length, 
     return line;
 }
 
+// Lines of random groups, whose taps setTap(group, i, random) makes, over random
+// rows. sum(group, window, i) is element i of a group whose bytes are at `window`.
+template<class Group, class Kernel, class SetTap, class Sum>
+void expectPlainLines(uint64_t seed, Kernel kernel, SetTap setTap, Sum sum)
+{
+    Random random(seed);
+    for (size_t count = 0; count < 40; ++count) {
+        const int32_t rowBytes = random.between(16, 60);
+        const GuardedBuffer row(static_cast<size_t>(rowBytes),
+                                random.coin() ? Guard::afterEnd : Guard::beforeStart);
+        random.fill(row.data(), row.size());
+        int32_t elements = 0;
+        const auto groups =
+            randomGroups<Group>(count, rowBytes, &elements, random,
+                                [&](Group* group, int32_t i) { setTap(group, i, random); });
+        const size_t length = static_cast<size_t>(elements + quib::zoomLanes);
+        const GuardedBuffer line(length * 2);
+        std::fill_n(line.as<int16_t>(), length, int16_t{0});
+        kernel(line.as<int16_t>(), row.data(), groups.data(), count);
+        const auto expected = plainLine(groups, length, [&](const Group& group, int32_t i) {
+            return sum(group, row.data() + group.source, i);
+        });
+        ASSERT_EQ(std::vector<int16_t>(line.as<int16_t>(), line.as<int16_t>() + length), expected);
+    }
+}
+
 } // namespace
 
 TEST(ZoomKernels, LinearLineTakesTwoWeightedBytesAnElement)
 {
-    forEachTable([](const quib::ZoomKernels& kernels) {
-        Random random(1);
-        for (size_t count = 0; count < 40; ++count) {
-            const int32_t rowBytes = random.between(16, 60);
-            const GuardedBuffer row(static_cast<size_t>(rowBytes),
-                                    random.coin() ? Guard::afterEnd : Guard::beforeStart);
-            random.fill(row.data(), row.size());
-            int32_t elements = 0;
-            const auto groups = randomGroups<ZoomPairGroup>(
-                count, rowBytes, &elements, random, [&](ZoomPairGroup* group, int32_t i) {
-                    group->pick[i] = static_cast<uint8_t>(random.between(0, 15));
-                    const int32_t f = random.between(0, 3) ? random.between(0, 16384) : 16384;
-                    group->weights[i] =
-                        static_cast<int16_t>(i % 2 ? 16384 - group->weights[i - 1] : f);
-                });
-            const size_t length = static_cast<size_t>(elements + quib::zoomLanes);
-            const GuardedBuffer line(length * 2);
-            std::fill_n(line.as<int16_t>(), length, int16_t{0});
-            kernels.linearLine(line.as<int16_t>(), row.data(), groups.data(), count);
-            const auto expected = plainLine(groups, length, [&](const auto& group, int32_t i) {
-                const uint8_t* window = row.data() + group.source;
+    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
+        expectPlainLines<ZoomPairGroup>(
+            1, kernels.linearLine,
+            [](ZoomPairGroup* group, int32_t i, Random& random) {
+                group->pick[i] = static_cast<uint8_t>(random.between(0, 15));
+                const int32_t f = random.between(0, 3) ? random.between(0, 16384) : 16384;
+                group->weights[i] = static_cast<int16_t>(i % 2 ? 16384 - group->weights[i - 1] : f);
+            },
+            [](const ZoomPairGroup& group, const uint8_t* window, int32_t i) {
                 return window[group.pick[2 * i]] * group.weights[2 * i] +
                        window[group.pick[2 * i + 1]] * group.weights[2 * i + 1];
             });
-            ASSERT_EQ(std::vector<int16_t>(line.as<int16_t>(), line.as<int16_t>() + length),
-                      expected);
-        }
     });
 }
 
 TEST(ZoomKernels, CubicLineTakesFourWeightedBytesAnElement)
 {
-    forEachTable([](const quib::ZoomKernels& kernels) {
-        Random random(2);
-        for (size_t count = 0; count < 40; ++count) {
-            const int32_t rowBytes = random.between(16, 60);
-            const GuardedBuffer row(static_cast<size_t>(rowBytes),
-                                    random.coin() ? Guard::afterEnd : Guard::beforeStart);
-            random.fill(row.data(), row.size());
-            int32_t elements = 0;
-            const auto groups = randomGroups<ZoomQuadGroup>(
-                count, rowBytes, &elements, random, [&](ZoomQuadGroup* group, int32_t i) {
-                    // One tap of four is large, as in every window.
-                    const int32_t largest = group->output % 4;
-                    for (int32_t half = 0; half < 2; ++half) {
-                        const bool isLargest = half * 2 + i % 2 == largest;
-                        group->pick[half][i] = static_cast<uint8_t>(random.between(0, 15));
-                        group->weights[half][i] = static_cast<int16_t>(
-                            isLargest ? random.between(0, 17400) : random.between(-5000, 5000));
-                    }
-                });
-            const size_t length = static_cast<size_t>(elements + quib::zoomLanes);
-            const GuardedBuffer line(length * 2);
-            std::fill_n(line.as<int16_t>(), length, int16_t{0});
-            kernels.cubicLine(line.as<int16_t>(), row.data(), groups.data(), count);
-            const auto expected = plainLine(groups, length, [&](const auto& group, int32_t i) {
-                const uint8_t* window = row.data() + group.source;
+    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
+        expectPlainLines<ZoomQuadGroup>(
+            2, kernels.cubicLine,
+            [](ZoomQuadGroup* group, int32_t i, Random& random) {
+                // One tap of four is large, as in every window.
+                const int32_t largest = group->output % 4;
+                for (int32_t half = 0; half < 2; ++half) {
+                    const bool isLargest = half * 2 + i % 2 == largest;
+                    group->pick[half][i] = static_cast<uint8_t>(random.between(0, 15));
+                    group->weights[half][i] = static_cast<int16_t>(
+                        isLargest ? random.between(0, 17400) : random.between(-5000, 5000));
+                }
+            },
+            [](const ZoomQuadGroup& group, const uint8_t* window, int32_t i) {
                 int32_t sum = 0;
                 for (int32_t half = 0; half < 2; ++half)
                     for (int32_t tap = 2 * i; tap < 2 * i + 2; ++tap)
                         sum += window[group.pick[half][tap]] * group.weights[half][tap];
                 return sum;
             });
-            ASSERT_EQ(std::vector<int16_t>(line.as<int16_t>(), line.as<int16_t>() + length),
-                      expected);
-        }
     });
 }
 
 TEST(ZoomKernels, LinearRowWeighsTwoLinesAndCuts)
 {
-    forEachTable([](const quib::ZoomKernels& kernels) {
+    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
         Random random(3);
         for (size_t count = 0; count < 150; ++count) {
             const GuardedBuffer top(count * 2 + 2);
@@ -153,7 +141,7 @@ TEST(ZoomKernels, LinearRowWeighsTwoLinesAndCuts)
 
 TEST(ZoomKernels, CubicRowWeighsFourLinesRoundsAndClamps)
 {
-    forEachTable([](const quib::ZoomKernels& kernels) {
+    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
         Random random(4);
         for (size_t count = 0; count < 150; ++count) {
             const GuardedBuffer block[4] = {

@@ -370,28 +370,27 @@ void drawAtRandom(Random& random, int bitCount, int canvasBitCount, bool wholeBi
     expectDrawn(canvas, canvasWidth, info, bits.data(), draw);
 }
 
-} // namespace
-
-TEST(SetDIBitsToDevice, DrawsWholeBitmapsClippedOnEverySide)
+void drawEachDepthAtRandom(uint64_t seed, bool wholeBitmap)
 {
-    Random random(1);
+    Random random(seed);
     for (const int canvasBitCount : {24, 32}) {
         for (const int bitCount : {1, 8, 24, 32}) {
             for (int i = 0; i < 200 && !testing::Test::HasFailure(); ++i)
-                drawAtRandom(random, bitCount, canvasBitCount, true);
+                drawAtRandom(random, bitCount, canvasBitCount, wholeBitmap);
         }
     }
 }
 
+} // namespace
+
+TEST(SetDIBitsToDevice, DrawsWholeBitmapsClippedOnEverySide)
+{
+    drawEachDepthAtRandom(1, true);
+}
+
 TEST(SetDIBitsToDevice, DrawsPartsFromBandsOfRows)
 {
-    Random random(2);
-    for (const int canvasBitCount : {24, 32}) {
-        for (const int bitCount : {1, 8, 24, 32}) {
-            for (int i = 0; i < 200 && !testing::Test::HasFailure(); ++i)
-                drawAtRandom(random, bitCount, canvasBitCount, false);
-        }
-    }
+    drawEachDepthAtRandom(2, false);
 }
 
 TEST(SetDIBitsToDevice, TakesPositionsFarOutside)

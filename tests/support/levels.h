@@ -17,6 +17,16 @@ inline std::vector<const quib::Kernels*> availableLevels()
     return levels;
 }
 
+// Calls work(kernels) with each level's kernels of a family.
+template<class Family, class Work>
+void forEachTable(Family quib::Kernels::*family, Work work)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        work(table->*family);
+    }
+}
+
 // Calls work() once with each level in use, and puts the best one back.
 template<class Work>
 void forEachLevel(Work work)
