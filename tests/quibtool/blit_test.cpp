@@ -67,8 +67,10 @@ struct PlainMove {
 };
 
 std::vector<uint8_t> plainRows(const IplImage* src, const QuibRect& from, const IplImage* dst,
-                               const QuibRect& to, int32_t bytesPerPixel)
+                               const QuibRect& to)
 {
+    const int32_t bytesPerPixel =
+        src->nChannels * static_cast<int32_t>(src->depth & IPL_DEPTH_MASK) / 8;
     PlainMove move(src, dst);
     const int64_t source = int64_t{std::max(from.top, 0)} * src->widthStep +
                            int64_t{std::max(from.left, 0)} * bytesPerPixel;
@@ -188,6 +190,42 @@ QuibRect innerRect(const IplImage* image, Random& random)
             random.between(top + 1, image->height)};
 }
 
+bool areOneSize(const QuibRect& from, const QuibRect& to)
+{
+    return widthOf(from) == widthOf(to) && heightOf(from) == heightOf(to);
+}
+
+// The destination becomes what the plain form says; another source stays.
+template<class Plain>
+void expectBlit(IplImage* src, const QuibRect& from, IplImage* dst, const QuibRect& to,
+                int32_t stretch, Plain plain)
+{
+    const std::vector<uint8_t> expected = plain(src, from, dst, to);
+    const std::vector<uint8_t> source = src == dst ? expected : bytesOf(src);
+    ASSERT_EQ(blit(src, from, dst, to, stretch), QUIB_OK);
+    ASSERT_EQ(bytesOf(dst), expected)
+        << from.left << " " << from.top << " " << from.right << " " << from.bottom << " to "
+        << to.left << " " << to.top << " " << to.right << " " << to.bottom << ", stretch "
+        << stretch << ", " << src->nChannels << " channels of " << src->depth;
+    ASSERT_EQ(bytesOf(src), source);
+}
+
+// Either image's rectangle is refused, without a text or a change.
+void expectRefused(IplImage* src, IplImage* dst, const QuibRect& good,
+                   const std::vector<QuibRect>& bads)
+{
+    const std::vector<uint8_t> before = bytesOf(dst);
+    quibLastError[0] = 0;
+    for (const QuibRect& bad : bads) {
+        for (const int32_t stretch : {0, 1}) {
+            EXPECT_EQ(blit(src, bad, dst, good, stretch), QUIB_BAD_ARGUMENT);
+            EXPECT_EQ(blit(src, good, dst, bad, stretch), QUIB_BAD_ARGUMENT);
+        }
+    }
+    EXPECT_EQ(bytesOf(dst), before);
+    EXPECT_EQ(quibLastError[0], 0);
+}
+
 void expectNoRegions(const IplImage* src, const IplImage* dst)
 {
     EXPECT_EQ(src->roi, nullptr);
@@ -225,19 +263,14 @@ TEST(QuibBlt, RefusesAnEmptySizeWithoutText)
     Random random(1);
     const Image src = makeRandomHandle(8, 8, 32, random);
     const Image dst = makeRandomHandle(8, 8, 32, random);
-    const std::vector<uint8_t> before = bytesOf(dst.get());
-    const QuibRect good{0, 0, 4, 4};
-    quibLastError[0] = 0;
-    for (const QuibRect& bad :
-         {QuibRect{2, 0, 2, 4}, QuibRect{0, 2, 4, 2}, QuibRect{3, 0, 2, 4}, QuibRect{0, 3, 4, 2},
-          QuibRect{least, 0, most, 4}, QuibRect{0, least, 4, most}, QuibRect{least, 0, 4, 4}}) {
-        for (const int32_t stretch : {0, 1}) {
-            EXPECT_EQ(blit(src.get(), bad, dst.get(), good, stretch), QUIB_BAD_ARGUMENT);
-            EXPECT_EQ(blit(src.get(), good, dst.get(), bad, stretch), QUIB_BAD_ARGUMENT);
-        }
-    }
-    EXPECT_EQ(bytesOf(dst.get()), before);
-    EXPECT_EQ(quibLastError[0], 0);
+    expectRefused(src.get(), dst.get(), {0, 0, 4, 4},
+                  {{2, 0, 2, 4},
+                   {0, 2, 4, 2},
+                   {3, 0, 2, 4},
+                   {0, 3, 4, 2},
+                   {least, 0, most, 4},
+                   {0, least, 4, most},
+                   {least, 0, 4, 4}});
 }
 
 TEST(QuibBlt, TestsTheSizesBeforeTheImages)
@@ -269,19 +302,13 @@ TEST(QuibBlt, RefusesARectangleThatDoesNotMeetItsImage)
     Random random(2);
     const Image src = makeRandomHandle(6, 5, 32, random);
     const Image dst = makeRandomHandle(6, 5, 32, random);
-    const std::vector<uint8_t> before = bytesOf(dst.get());
-    const QuibRect good{0, 0, 3, 3};
-    quibLastError[0] = 0;
-    for (const QuibRect& bad :
-         {QuibRect{6, 0, 9, 3}, QuibRect{0, 5, 3, 8}, QuibRect{-3, 0, 0, 3}, QuibRect{0, -3, 3, 0},
-          QuibRect{most - 3, 0, most, 3}, QuibRect{0, least, 3, least + 3}}) {
-        for (const int32_t stretch : {0, 1}) {
-            EXPECT_EQ(blit(src.get(), bad, dst.get(), good, stretch), QUIB_BAD_ARGUMENT);
-            EXPECT_EQ(blit(src.get(), good, dst.get(), bad, stretch), QUIB_BAD_ARGUMENT);
-        }
-    }
-    EXPECT_EQ(bytesOf(dst.get()), before);
-    EXPECT_EQ(quibLastError[0], 0);
+    expectRefused(src.get(), dst.get(), {0, 0, 3, 3},
+                  {{6, 0, 9, 3},
+                   {0, 5, 3, 8},
+                   {-3, 0, 0, 3},
+                   {0, -3, 3, 0},
+                   {most - 3, 0, most, 3},
+                   {0, least, 3, least + 3}});
 }
 
 // --- Rows copied raw -----------------------------------------------------------------
@@ -294,13 +321,9 @@ TEST(QuibBlt, CopiesARectangleOfEveryByteDepthAndLeavesTheRest)
         const Image dst = makeRandomHandle(13, 11, bitDepth, random);
         const QuibRect from{5, 2, 12, 8};
         const QuibRect to{4, 3, 11, 9};
-        const std::vector<uint8_t> expected =
-            plainRows(src.get(), from, dst.get(), to, bitDepth / 8);
-        ASSERT_EQ(blit(src.get(), from, dst.get(), to, 0), QUIB_OK);
-        ASSERT_EQ(bytesOf(dst.get()), expected);
+        ASSERT_NO_FATAL_FAILURE(expectBlit(src.get(), from, dst.get(), to, 0, plainRows));
         // Equal sizes are never stretched.
-        ASSERT_EQ(blit(src.get(), from, dst.get(), to, 1), QUIB_OK);
-        ASSERT_EQ(bytesOf(dst.get()), expected);
+        ASSERT_NO_FATAL_FAILURE(expectBlit(src.get(), from, dst.get(), to, 1, plainRows));
     }
 }
 
@@ -317,12 +340,8 @@ TEST(QuibBlt, MatchesThePlainRowsOverEverySideOfBothImages)
         const int32_t height = random.between(1, 14);
         const QuibRect from = meetingRect(src.get(), width, height, random);
         const QuibRect to = meetingRect(dst.get(), width, height, random);
-        const std::vector<uint8_t> before = bytesOf(src.get());
-        const std::vector<uint8_t> expected =
-            plainRows(src.get(), from, dst.get(), to, bitDepth / 8);
-        ASSERT_EQ(blit(src.get(), from, dst.get(), to, random.between(0, 1)), QUIB_OK);
-        ASSERT_EQ(bytesOf(dst.get()), expected);
-        ASSERT_EQ(bytesOf(src.get()), before);
+        ASSERT_NO_FATAL_FAILURE(
+            expectBlit(src.get(), from, dst.get(), to, random.between(0, 1), plainRows));
     }
 }
 
@@ -391,9 +410,7 @@ TEST(QuibBlt, TakesEqualBytesAPixelForEqualLayouts)
     randomise(src.get(), random);
     const QuibRect from{1, 1, 7, 4};
     const QuibRect to{2, 0, 8, 3};
-    const std::vector<uint8_t> expected = plainRows(src.get(), from, dst.get(), to, 2);
-    EXPECT_EQ(blit(src.get(), from, dst.get(), to, 0), QUIB_OK);
-    EXPECT_EQ(bytesOf(dst.get()), expected);
+    expectBlit(src.get(), from, dst.get(), to, 0, plainRows);
 }
 
 TEST(QuibBlt, CopiesARunOfSignedPixelsNowhere)
@@ -426,9 +443,7 @@ TEST(QuibBlt, MovesARectangleWithinOneHandleUpwards)
     const Image handle = makeRandomHandle(30, 20, 32, random);
     const QuibRect from{0, 3, 30, 20};
     const QuibRect to{0, 0, 30, 17};
-    const std::vector<uint8_t> expected = plainRows(handle.get(), from, handle.get(), to, 4);
-    EXPECT_EQ(blit(handle.get(), from, handle.get(), to, 0), QUIB_OK);
-    EXPECT_EQ(bytesOf(handle.get()), expected);
+    expectBlit(handle.get(), from, handle.get(), to, 0, plainRows);
 }
 
 TEST(QuibBlt, RepeatsRowsWhenItMovesARectangleDownWithinOneHandle)
@@ -449,9 +464,7 @@ TEST(QuibBlt, MovesEachRowWithinItself)
         const Image handle = makeRandomHandle(50, 4, 32, random);
         const QuibRect from{10, 0, 30, 4};
         const QuibRect to{10 + shift, 0, 30 + shift, 4};
-        const std::vector<uint8_t> expected = plainRows(handle.get(), from, handle.get(), to, 4);
-        EXPECT_EQ(blit(handle.get(), from, handle.get(), to, 0), QUIB_OK);
-        EXPECT_EQ(bytesOf(handle.get()), expected);
+        expectBlit(handle.get(), from, handle.get(), to, 0, plainRows);
     }
 }
 
@@ -481,11 +494,9 @@ TEST(QuibBlt, CopiesTheCommonPartOfDifferentSizesWhenItMayNotStretch)
             meetingRect(src.get(), random.between(1, 44), random.between(1, 14), random);
         const QuibRect to =
             meetingRect(dst.get(), random.between(1, 44), random.between(1, 14), random);
-        if (widthOf(from) == widthOf(to) && heightOf(from) == heightOf(to))
+        if (areOneSize(from, to))
             continue;
-        const std::vector<uint8_t> expected = plainCopy(src.get(), from, dst.get(), to);
-        ASSERT_EQ(blit(src.get(), from, dst.get(), to, 0), QUIB_OK);
-        ASSERT_EQ(bytesOf(dst.get()), expected);
+        ASSERT_NO_FATAL_FAILURE(expectBlit(src.get(), from, dst.get(), to, 0, plainCopy));
         expectNoRegions(src.get(), dst.get());
     }
 }
@@ -611,9 +622,7 @@ TEST(QuibBlt, TakesAnyNonzeroWordForStretching)
         const Image dst = makeHandle(9, 7, 32);
         const QuibRect from{0, 0, 5, 4};
         const QuibRect to{0, 0, 9, 7};
-        const std::vector<uint8_t> expected = plainStretch32(src.get(), from, dst.get(), to);
-        EXPECT_EQ(blit(src.get(), from, dst.get(), to, stretch), QUIB_OK);
-        EXPECT_EQ(bytesOf(dst.get()), expected) << stretch;
+        expectBlit(src.get(), from, dst.get(), to, stretch, plainStretch32);
     }
 }
 
@@ -624,9 +633,7 @@ TEST(QuibBlt, StretchesOnOneAxisAlone)
     for (const QuibRect& to : {QuibRect{1, 1, 6, 12}, QuibRect{1, 1, 11, 6}}) {
         const Image dst = makeHandle(12, 13, 32);
         const QuibRect from{2, 1, 7, 6};
-        const std::vector<uint8_t> expected = plainStretch32(src.get(), from, dst.get(), to);
-        EXPECT_EQ(blit(src.get(), from, dst.get(), to, 1), QUIB_OK);
-        EXPECT_EQ(bytesOf(dst.get()), expected);
+        expectBlit(src.get(), from, dst.get(), to, 1, plainStretch32);
     }
 }
 
@@ -641,15 +648,9 @@ TEST(QuibBlt, MatchesThePlainStretchOverEverySideOfBothImages)
                 meetingRect(src.get(), random.between(1, 44), random.between(1, 14), random);
             const QuibRect to =
                 meetingRect(dst.get(), random.between(1, 64), random.between(1, 20), random);
-            if (widthOf(from) == widthOf(to) && heightOf(from) == heightOf(to))
+            if (areOneSize(from, to))
                 continue;
-            const std::vector<uint8_t> before = bytesOf(src.get());
-            const std::vector<uint8_t> expected = plainStretch32(src.get(), from, dst.get(), to);
-            ASSERT_EQ(blit(src.get(), from, dst.get(), to, 1), QUIB_OK);
-            ASSERT_EQ(bytesOf(dst.get()), expected)
-                << from.left << " " << from.top << " " << from.right << " " << from.bottom << " to "
-                << to.left << " " << to.top << " " << to.right << " " << to.bottom;
-            ASSERT_EQ(bytesOf(src.get()), before);
+            ASSERT_NO_FATAL_FAILURE(expectBlit(src.get(), from, dst.get(), to, 1, plainStretch32));
         }
     });
 }
@@ -664,12 +665,10 @@ TEST(QuibBlt, StretchesWithinOneHandlePixelByPixel)
                 meetingRect(handle.get(), random.between(1, 44), random.between(1, 10), random);
             const QuibRect to =
                 meetingRect(handle.get(), random.between(1, 44), random.between(1, 10), random);
-            if (widthOf(from) == widthOf(to) && heightOf(from) == heightOf(to))
+            if (areOneSize(from, to))
                 continue;
-            const std::vector<uint8_t> expected =
-                plainStretch32(handle.get(), from, handle.get(), to);
-            ASSERT_EQ(blit(handle.get(), from, handle.get(), to, 1), QUIB_OK);
-            ASSERT_EQ(bytesOf(handle.get()), expected);
+            ASSERT_NO_FATAL_FAILURE(
+                expectBlit(handle.get(), from, handle.get(), to, 1, plainStretch32));
         }
     });
 }
@@ -716,9 +715,7 @@ TEST(QuibBlt, StretchesFourWideChannelsAsPixelsOfFourBytes)
     randomise(src.get(), random);
     const QuibRect from{0, 0, 6, 4};
     const QuibRect to{0, 0, 9, 5};
-    const std::vector<uint8_t> expected = plainStretch32(src.get(), from, dst.get(), to);
-    EXPECT_EQ(blit(src.get(), from, dst.get(), to, 1), QUIB_OK);
-    EXPECT_EQ(bytesOf(dst.get()), expected);
+    expectBlit(src.get(), from, dst.get(), to, 1, plainStretch32);
 }
 
 TEST(QuibBlt, StretchesNothingWhenMemoryForItsTableRunsOut)
@@ -746,14 +743,9 @@ TEST(QuibBlt, StretchesOtherDepthsToTheEnginesNearestPixel)
         const Image dst = makeRandomHandleUpTo(30, 16, bitDepth, random);
         const QuibRect from = innerRect(src.get(), random);
         const QuibRect to = innerRect(dst.get(), random);
-        if (widthOf(from) == widthOf(to) && heightOf(from) == heightOf(to))
+        if (areOneSize(from, to))
             continue;
-        const std::vector<uint8_t> expected = plainEngineStretch(src.get(), from, dst.get(), to);
-        ASSERT_EQ(blit(src.get(), from, dst.get(), to, 1), QUIB_OK);
-        ASSERT_EQ(bytesOf(dst.get()), expected)
-            << bitDepth << ": " << from.left << " " << from.top << " " << from.right << " "
-            << from.bottom << " to " << to.left << " " << to.top << " " << to.right << " "
-            << to.bottom;
+        ASSERT_NO_FATAL_FAILURE(expectBlit(src.get(), from, dst.get(), to, 1, plainEngineStretch));
         expectNoRegions(src.get(), dst.get());
     }
 }
@@ -769,7 +761,7 @@ TEST(QuibBlt, HandsTheClippedCornersAndTheFullSizesToTheEngine)
             meetingRect(src.get(), random.between(1, 24), random.between(1, 14), random);
         const QuibRect to =
             meetingRect(dst.get(), random.between(1, 24), random.between(1, 14), random);
-        if (widthOf(from) == widthOf(to) && heightOf(from) == heightOf(to))
+        if (areOneSize(from, to))
             continue;
         const Image expected = copyOf(dst.get());
         int32_t x = 0;
