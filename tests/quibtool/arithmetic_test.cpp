@@ -28,6 +28,13 @@ std::vector<int> pixelsOf(IplImage* out)
 
 using Values = std::vector<int>;
 
+Image plus90(const Image& src)
+{
+    IplImage* out = nullptr;
+    EXPECT_EQ(QuibAddS(src.get(), &out, 90), QUIB_OK);
+    return Image(out);
+}
+
 } // namespace
 
 TEST(QuibAddS, AddsAndSaturates)
@@ -62,42 +69,33 @@ TEST(QuibAddS, CopiesBitsWithTwo)
 TEST(QuibAddS, GivesTheSourceUnderAMaskOfZeros)
 {
     Random random(1);
-    const Image src = makeHandle(9, 4, 24);
-    randomise(src.get(), random);
+    const Image src = makeRandomHandle(9, 4, 24, random);
     src->maskROI = makeImage(9, 4, 1, IPL_DEPTH_1U).release();
-    IplImage* out = nullptr;
-    EXPECT_EQ(QuibAddS(src.get(), &out, 90), QUIB_OK);
-    const Image owner(out);
-    EXPECT_EQ(bytesOf(out), bytesOf(src.get()));
+    const Image out = plus90(src);
+    EXPECT_EQ(bytesOf(out.get()), bytesOf(src.get()));
 }
 
 TEST(QuibAddS, ChangesThreeChannelsBesideADeclaredAlphaChannel)
 {
     const Image src = makeHandle(2, 1, 32);
     src->alphaChannel = 4;
-    IplImage* out = nullptr;
-    EXPECT_EQ(QuibAddS(src.get(), &out, 90), QUIB_OK);
-    const Image owner(out);
+    const Image out = plus90(src);
     for (int32_t c = 0; c < 4; ++c)
-        EXPECT_EQ(element(out, 1, 0, c), c == 3 ? 0 : 90);
+        EXPECT_EQ(element(out.get(), 1, 0, c), c == 3 ? 0 : 90);
 }
 
 TEST(QuibAddS, ChangesTheFourthByteOfA32BitHandleToo)
 {
     const Image src = makeHandle(2, 1, 32);
-    IplImage* out = nullptr;
-    EXPECT_EQ(QuibAddS(src.get(), &out, 90), QUIB_OK);
-    const Image owner(out);
-    EXPECT_EQ(element(out, 1, 0, 3), 90);
+    const Image out = plus90(src);
+    EXPECT_EQ(element(out.get(), 1, 0, 3), 90);
 }
 
 TEST(QuibAddS, KeepsTheSourcesRegionAndChangesItAlone)
 {
     const Image src = makeHandle(5, 4, 24);
     setRoi(src.get(), 2, 1, 1, 2, 2);
-    IplImage* out = nullptr;
-    EXPECT_EQ(QuibAddS(src.get(), &out, 90), QUIB_OK);
-    const Image owner(out);
+    const Image out = plus90(src);
     ASSERT_NE(out->roi, nullptr);
     EXPECT_NE(out->roi, src->roi);
     EXPECT_EQ(out->roi->coi, 2);
@@ -105,7 +103,7 @@ TEST(QuibAddS, KeepsTheSourcesRegionAndChangesItAlone)
         for (int32_t x = 0; x < 5; ++x)
             for (int32_t c = 0; c < 3; ++c) {
                 const bool inside = x >= 1 && x < 3 && y >= 1 && y < 3 && c == 1;
-                EXPECT_EQ(element(out, x, y, c), inside ? 90 : 0);
+                EXPECT_EQ(element(out.get(), x, y, c), inside ? 90 : 0);
             }
 }
 

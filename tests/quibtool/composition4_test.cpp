@@ -73,6 +73,15 @@ void roundAlphas(IplImage* image, Random& random)
             image->imageData[i] = static_cast<char>(choice ? 255 : 0);
 }
 
+// The bytes of `under` with the first ones, one pixel after the other, blended.
+std::vector<uint8_t> plainRun(const IplImage* over, const IplImage* under, int32_t bytes)
+{
+    std::vector<uint8_t> result = bytesOf(under);
+    for (int32_t i = 0; i < bytes; i += 4)
+        blendPixel(&result[static_cast<size_t>(i)], rowOf(over, 0) + i);
+    return result;
+}
+
 } // namespace
 
 // --- Refusals -----------------------------------------------------------------------
@@ -196,10 +205,7 @@ TEST(QuibComposition4, NeverWritesTheRectangleOrThePositionBack)
     const QuibRect rect{-5, 7, 90, -80};
     const QuibPoint position{-1, 2};
     EXPECT_EQ(QuibComposition4(over.get(), under.get(), &position, &rect), QUIB_OK);
-    EXPECT_EQ(rect.left, -5);
-    EXPECT_EQ(rect.top, 7);
-    EXPECT_EQ(rect.right, 90);
-    EXPECT_EQ(rect.bottom, -80);
+    EXPECT_TRUE(sameRect(rect, -5, 7, 90, -80));
     EXPECT_EQ(position.x, -1);
     EXPECT_EQ(position.y, 2);
 }
@@ -277,10 +283,8 @@ TEST(QuibComposition4, GivesEveryPairOfAlphasItsPlainResult)
 
 TEST(QuibComposition4, NeverReachesAnOpaqueUpperColourQuite)
 {
-    const Image over = makeHandle(1, 1, 32);
-    const Image under = makeHandle(1, 1, 32);
-    std::memset(over->imageData, 255, 4);
-    under->imageData[3] = static_cast<char>(255);
+    const Image over = makePixel({255, 255, 255, 255});
+    const Image under = makePixel({0, 0, 0, 255});
     EXPECT_EQ(QuibComposition4(over.get(), under.get(), nullptr, nullptr), QUIB_OK);
     EXPECT_EQ(element(under.get(), 0, 0, 0), 254);
     EXPECT_EQ(element(under.get(), 0, 0, 3), 255);
@@ -288,34 +292,21 @@ TEST(QuibComposition4, NeverReachesAnOpaqueUpperColourQuite)
 
 TEST(QuibComposition4, KeepsTheLowerColourWhereBothAlphasAreNought)
 {
-    const Image over = makeHandle(1, 1, 32);
-    const Image under = makeHandle(1, 1, 32);
-    std::memset(over->imageData, 200, 3);
-    std::memset(under->imageData, 50, 3);
+    const Image over = makePixel({200, 200, 200, 0});
+    const Image under = makePixel({50, 50, 50, 0});
     EXPECT_EQ(QuibComposition4(over.get(), under.get(), nullptr, nullptr), QUIB_OK);
     EXPECT_EQ(element(under.get(), 0, 0, 1), 50);
     EXPECT_EQ(element(under.get(), 0, 0, 3), 0);
 }
 
-// --- One run, and rows ----------------------------------------------------------------------
-
-// Five pixels and three pixels of padding a row, which a handle never has.
-static Image paddedImage(Random& random)
-{
-    Image image = makeImage(5, 4, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
-    EXPECT_EQ(image->widthStep, 32);
-    randomise(image.get(), random);
-    return image;
-}
+// --- One run, and rows: five pixels and three of padding, which a handle never has ------------
 
 TEST(QuibComposition4, BlendsTheRowPaddingInASingleRun)
 {
     Random random(10);
-    const Image over = paddedImage(random);
-    const Image under = paddedImage(random);
-    std::vector<uint8_t> expected = bytesOf(under.get());
-    for (size_t i = 0; i < expected.size(); i += 4)
-        blendPixel(&expected[i], bytesOf(over.get()).data() + i);
+    const Image over = makeRandomPadded(5, 4, random);
+    const Image under = makeRandomPadded(5, 4, random);
+    const std::vector<uint8_t> expected = plainRun(over.get(), under.get(), under->imageSize);
     EXPECT_EQ(QuibComposition4(over.get(), under.get(), nullptr, nullptr), QUIB_OK);
     EXPECT_EQ(bytesOf(under.get()), expected);
 }
@@ -326,13 +317,11 @@ TEST(QuibComposition4, WalksRowsOfFourTimesTheWidthOnceAPositionOrRectangleIsGiv
     const QuibRect wholeRect{0, 0, 5, -4};
     for (const bool byPosition : {true, false}) {
         Random random(11);
-        const Image over = paddedImage(random);
-        const Image under = paddedImage(random);
+        const Image over = makeRandomPadded(5, 4, random);
+        const Image under = makeRandomPadded(5, 4, random);
         // Twenty pixels one after the other: padding of the first rows, and
         // nothing of the last ones.
-        std::vector<uint8_t> expected = bytesOf(under.get());
-        for (size_t i = 0; i < 20 * 4; i += 4)
-            blendPixel(&expected[i], bytesOf(over.get()).data() + i);
+        const std::vector<uint8_t> expected = plainRun(over.get(), under.get(), 20 * 4);
         EXPECT_EQ(QuibComposition4(over.get(), under.get(), byPosition ? &origin : nullptr,
                                    byPosition ? nullptr : &wholeRect),
                   QUIB_OK);
@@ -346,10 +335,8 @@ TEST(QuibComposition4, EndsASingleRunWithTheShorterBlock)
         Random random(12);
         const GuardedHandle over(5, 4, 32);
         random.fill(over->imageData, static_cast<size_t>(over->imageSize));
-        const Image under = paddedImage(random);
-        std::vector<uint8_t> expected = bytesOf(under.get());
-        for (size_t i = 0; i < static_cast<size_t>(over->imageSize); i += 4)
-            blendPixel(&expected[i], bytesOf(over.get()).data() + i);
+        const Image under = makeRandomPadded(5, 4, random);
+        const std::vector<uint8_t> expected = plainRun(over.get(), under.get(), over->imageSize);
         EXPECT_EQ(QuibComposition4(over.get(), under.get(), nullptr, nullptr), QUIB_OK);
         EXPECT_EQ(bytesOf(under.get()), expected);
     });
@@ -378,9 +365,7 @@ TEST(QuibComposition4, ComposesAHandleOverItself)
 {
     Random random(13);
     const Image handle = makeRandomHandle(9, 7, 32, random);
-    std::vector<uint8_t> expected = bytesOf(handle.get());
-    for (size_t i = 0; i < expected.size(); i += 4)
-        blendPixel(&expected[i], bytesOf(handle.get()).data() + i);
+    const std::vector<uint8_t> expected = plainRun(handle.get(), handle.get(), handle->imageSize);
     EXPECT_EQ(QuibComposition4(handle.get(), handle.get(), nullptr, nullptr), QUIB_OK);
     EXPECT_EQ(bytesOf(handle.get()), expected);
 }

@@ -87,6 +87,25 @@ void expectPlainResult(IplImage* over, IplImage* under, IplImage* result)
     ASSERT_EQ(bytesOf(under), lower);
 }
 
+// Calls work(over, under, random) for random images, often of one size.
+template<class Work>
+void forRandomPairs(uint64_t seed, Work work)
+{
+    forEachLevel([&] {
+        forBothAlphaForms([&] {
+            Random random(seed);
+            for (int round = 0; round < 300; ++round) {
+                const Image over = makeRandomHandleUpTo(40, 10, 32, random);
+                const bool equal = random.coin();
+                const Image under =
+                    makeRandomHandle(equal ? over->width : random.between(1, 40),
+                                     equal ? over->height : random.between(1, 10), 32, random);
+                ASSERT_NO_FATAL_FAILURE(work(over.get(), under.get(), random));
+            }
+        });
+    });
+}
+
 } // namespace
 
 // --- Refusals -----------------------------------------------------------------------
@@ -140,42 +159,29 @@ TEST(QuibCompositionS, RefusesAResultThatIsNoHandle)
 TEST(QuibCompositionS, MixesHalfWayWhateverTheLowerAlpha)
 {
     forBothAlphaForms([] {
-        const Image over = makeHandle(1, 1, 32);
-        const Image under = makeHandle(1, 1, 32);
-        const uint8_t upper[] = {200, 100, 0, 128};
-        const uint8_t lower[] = {100, 200, 255, 0};
-        std::memcpy(over->imageData, upper, 4);
-        std::memcpy(under->imageData, lower, 4);
+        const Image over = makePixel({200, 100, 0, 128});
+        const Image under = makePixel({100, 200, 255, 0});
         EXPECT_EQ(QuibComposition_s(over.get(), under.get(), nullptr), QUIB_OK);
-        EXPECT_EQ(element(under.get(), 0, 0, 0), 150);
-        EXPECT_EQ(element(under.get(), 0, 0, 1), 150);
-        EXPECT_EQ(element(under.get(), 0, 0, 2), 127);
-        EXPECT_EQ(element(under.get(), 0, 0, 3), quibHasMMX ? 255 : 0);
+        const uint8_t alpha = quibHasMMX ? 255 : 0;
+        EXPECT_EQ(bytesOf(under.get()), (std::vector<uint8_t>{150, 150, 127, alpha}));
     });
 }
 
 TEST(QuibCompositionS, KeepsTheLowerColourUnderAnUpperAlphaOfNought)
 {
     forBothAlphaForms([] {
-        const Image over = makeHandle(1, 1, 32);
-        const Image under = makeHandle(1, 1, 32);
-        std::memset(over->imageData, 99, 3);
-        const uint8_t lower[] = {1, 2, 3, 77};
-        std::memcpy(under->imageData, lower, 4);
+        const Image over = makePixel({99, 99, 99, 0});
+        const Image under = makePixel({1, 2, 3, 77});
         EXPECT_EQ(QuibComposition_s(over.get(), under.get(), nullptr), QUIB_OK);
-        EXPECT_EQ(std::memcmp(under->imageData, lower, 3), 0);
-        EXPECT_EQ(element(under.get(), 0, 0, 3), quibHasMMX ? 255 : 77);
+        const uint8_t alpha = quibHasMMX ? 255 : 77;
+        EXPECT_EQ(bytesOf(under.get()), (std::vector<uint8_t>{1, 2, 3, alpha}));
     });
 }
 
 TEST(QuibCompositionS, NeverReachesAnOpaqueUpperColourQuite)
 {
-    const Image over = makeHandle(1, 1, 32);
-    const Image under = makeHandle(1, 1, 32);
-    const uint8_t upper[] = {255, 0, 255, 255};
-    const uint8_t lower[] = {0, 255, 255, 10};
-    std::memcpy(over->imageData, upper, 4);
-    std::memcpy(under->imageData, lower, 4);
+    const Image over = makePixel({255, 0, 255, 255});
+    const Image under = makePixel({0, 255, 255, 10});
     EXPECT_EQ(QuibComposition_s(over.get(), under.get(), nullptr), QUIB_OK);
     EXPECT_EQ(element(under.get(), 0, 0, 0), 254);
     EXPECT_EQ(element(under.get(), 0, 0, 1), 0);
@@ -209,19 +215,8 @@ TEST(QuibCompositionS, GivesEveryAlphaAndColourItsPlainResult)
 
 TEST(QuibCompositionS, MatchesThePlainFormInPlace)
 {
-    forEachLevel([] {
-        forBothAlphaForms([] {
-            Random random(2);
-            for (int round = 0; round < 300; ++round) {
-                const Image over = makeRandomHandleUpTo(40, 10, 32, random);
-                const bool equal = random.coin();
-                const Image under =
-                    makeRandomHandle(equal ? over->width : random.between(1, 40),
-                                     equal ? over->height : random.between(1, 10), 32, random);
-                ASSERT_NO_FATAL_FAILURE(expectPlainInPlace(over.get(), under.get()));
-            }
-        });
-    });
+    forRandomPairs(
+        2, [](IplImage* over, IplImage* under, Random&) { expectPlainInPlace(over, under); });
 }
 
 TEST(QuibCompositionS, LeavesWhatLiesOutsideTheOverlap)
@@ -245,10 +240,8 @@ TEST(QuibCompositionS, TakesRowPaddingIntoOneRunWhenStepsAndHeightsAreEqual)
     forBothAlphaForms([] {
         Random random(4);
         // Steps of 32 bytes, but five columns over six.
-        const Image over = makeImage(5, 4, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
-        const Image under = makeImage(6, 4, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
-        randomise(over.get(), random);
-        randomise(under.get(), random);
+        const Image over = makeRandomPadded(5, 4, random);
+        const Image under = makeRandomPadded(6, 4, random);
         expectPlainInPlace(over.get(), under.get());
         if (quibHasMMX) {
             EXPECT_EQ(rowOf(under.get(), 3)[31], 255);
@@ -260,10 +253,8 @@ TEST(QuibCompositionS, WalksRowsOfFourTimesAWidthWhenHeightsDiffer)
 {
     forBothAlphaForms([] {
         Random random(5);
-        const Image over = makeImage(5, 3, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
-        const Image under = makeImage(6, 4, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
-        randomise(over.get(), random);
-        randomise(under.get(), random);
+        const Image over = makeRandomPadded(5, 3, random);
+        const Image under = makeRandomPadded(6, 4, random);
         expectPlainInPlace(over.get(), under.get());
     });
 }
@@ -312,19 +303,9 @@ TEST(QuibCompositionS, KeepsTheResultsAlphaWhenTheFlagIsClear)
 
 TEST(QuibCompositionS, MatchesThePlainFormIntoAResult)
 {
-    forEachLevel([] {
-        forBothAlphaForms([] {
-            Random random(8);
-            for (int round = 0; round < 300; ++round) {
-                const Image over = makeRandomHandleUpTo(40, 10, 32, random);
-                const bool equal = random.coin();
-                const Image under =
-                    makeRandomHandle(equal ? over->width : random.between(1, 40),
-                                     equal ? over->height : random.between(1, 10), 32, random);
-                const Image result = makeRandomHandle(under->width, under->height, 32, random);
-                ASSERT_NO_FATAL_FAILURE(expectPlainResult(over.get(), under.get(), result.get()));
-            }
-        });
+    forRandomPairs(8, [](IplImage* over, IplImage* under, Random& random) {
+        const Image result = makeRandomHandle(under->width, under->height, 32, random);
+        expectPlainResult(over, under, result.get());
     });
 }
 

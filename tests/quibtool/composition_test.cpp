@@ -70,6 +70,25 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
     return out;
 }
 
+void expectPlain(IplImage* over, IplImage* under)
+{
+    const std::vector<uint8_t> expected = plainComposition(over, under, nullptr);
+    ASSERT_EQ(QuibComposition3(over, under, nullptr), QUIB_OK);
+    ASSERT_EQ(bytesOf(under), expected);
+}
+
+// Into a third image; the lower one stays as it is.
+void expectPlainInto(IplImage* target, IplImage* over, IplImage* under)
+{
+    const std::vector<uint8_t> before = bytesOf(under);
+    const std::vector<uint8_t> expected = plainComposition(over, under, target);
+    IplImage* result = target;
+    ASSERT_EQ(QuibComposition3(over, under, &result), QUIB_OK);
+    ASSERT_EQ(result, target);
+    ASSERT_EQ(bytesOf(result), expected);
+    ASSERT_EQ(bytesOf(under), before);
+}
+
 } // namespace
 
 TEST(QuibComposition3, RefusesBadHandlesWithTheText)
@@ -183,17 +202,10 @@ TEST(QuibComposition3, GivesThePlainResultForImagesOfOneSize)
             const Image over = makeRandomHandle(width, height, 32, random);
             const Image under = makeRandomHandle(width, height, 32, random);
             const Image target = makeRandomHandle(width, height, 32, random);
-            const std::vector<uint8_t> overBefore = bytesOf(over.get());
-            const std::vector<uint8_t> underBefore = bytesOf(under.get());
-            IplImage* result = target.get();
-            std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), result);
-            ASSERT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_OK);
-            ASSERT_EQ(result, target.get());
-            ASSERT_EQ(bytesOf(result), expected);
-            ASSERT_EQ(bytesOf(under.get()), underBefore);
-            ASSERT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
-            ASSERT_EQ(bytesOf(under.get()), expected);
-            ASSERT_EQ(bytesOf(over.get()), overBefore);
+            const std::vector<uint8_t> before = bytesOf(over.get());
+            ASSERT_NO_FATAL_FAILURE(expectPlainInto(target.get(), over.get(), under.get()));
+            ASSERT_NO_FATAL_FAILURE(expectPlain(over.get(), under.get()));
+            ASSERT_EQ(bytesOf(over.get()), before);
         }
     });
 }
@@ -203,11 +215,9 @@ TEST(QuibComposition3, TakesImagesOfEqualRowsAsOneRunWhateverTheirWidths)
     Random random(6);
     const Image over = paddedHandle(3, 4, 12, random);
     const Image under = paddedHandle(7, 4, 12, random);
-    const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), nullptr);
-    EXPECT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
-    EXPECT_EQ(bytesOf(under.get()), expected);
+    expectPlain(over.get(), under.get());
     // The padding of the last row took part.
-    EXPECT_EQ(expected.size(), 12u * 4 * 4);
+    EXPECT_EQ(bytesOf(under.get()).size(), 12u * 4 * 4);
 }
 
 TEST(QuibComposition3, WalksTheOverlapOfTwoImages)
@@ -217,10 +227,7 @@ TEST(QuibComposition3, WalksTheOverlapOfTwoImages)
         for (int round = 0; round < 300; ++round) {
             const Image over = makeRandomHandleUpTo(40, 9, 32, random);
             const Image under = makeRandomHandleUpTo(40, 9, 32, random);
-            const std::vector<uint8_t> expected =
-                plainComposition(over.get(), under.get(), nullptr);
-            ASSERT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
-            ASSERT_EQ(bytesOf(under.get()), expected);
+            ASSERT_NO_FATAL_FAILURE(expectPlain(over.get(), under.get()));
         }
     });
 }
@@ -247,12 +254,7 @@ TEST(QuibComposition3, WalksThreeImagesOfDifferentWidthsAskew)
             const Image over = makeRandomHandleUpTo(40, 9, 32, random);
             const Image under = makeRandomHandleUpTo(40, 9, 32, random);
             const Image target = makeRandomHandle(under->width, under->height, 32, random);
-            const std::vector<uint8_t> before = bytesOf(under.get());
-            IplImage* result = target.get();
-            const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), result);
-            ASSERT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_OK);
-            ASSERT_EQ(bytesOf(result), expected);
-            ASSERT_EQ(bytesOf(under.get()), before);
+            ASSERT_NO_FATAL_FAILURE(expectPlainInto(target.get(), over.get(), under.get()));
         }
     });
 }
@@ -285,9 +287,7 @@ TEST(QuibComposition3, WalksRowsByWidthsAndNotByPitch)
     Random random(10);
     const Image over = paddedHandle(3, 3, 8, random);
     const Image under = paddedHandle(5, 4, 8, random);
-    const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), nullptr);
-    EXPECT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
-    EXPECT_EQ(bytesOf(under.get()), expected);
+    expectPlain(over.get(), under.get());
 }
 
 TEST(QuibComposition3, NeverLeavesABlock)
@@ -350,9 +350,7 @@ TEST(QuibComposition3, ComposesAnImageWithItself)
 {
     Random random(14);
     const Image image = makeRandomHandle(17, 5, 32, random);
-    const std::vector<uint8_t> expected = plainComposition(image.get(), image.get(), nullptr);
-    EXPECT_EQ(QuibComposition3(image.get(), image.get(), nullptr), QUIB_OK);
-    EXPECT_EQ(bytesOf(image.get()), expected);
+    expectPlain(image.get(), image.get());
 }
 
 TEST(QuibComposition3, IgnoresRegionsAndMasks)

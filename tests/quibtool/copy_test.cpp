@@ -36,8 +36,7 @@ TEST(QuibCopy, CreatesATargetOfTheSourcesKind)
     Random random(1);
     for (const int32_t bitDepth : {1, 8, 24, 32}) {
         for (int32_t width = 1; width < 20; ++width) {
-            const Image src = makeHandle(width, 5, bitDepth);
-            randomise(src.get(), random);
+            const Image src = makeRandomHandle(width, 5, bitDepth, random);
             IplImage* target = nullptr;
             ASSERT_EQ(QuibCopy(src.get(), &target), QUIB_OK);
             const Image owner(target);
@@ -69,8 +68,7 @@ TEST(QuibCopy, CopiesRowsFromStartToStartIntoAnExistingTarget)
             randomise(src.get(), random);
             src.makeReadOnly();
             // The target is larger and of another shape: the bytes run on.
-            const Image dst = makeHandle(width + 5, 4, 32);
-            randomise(dst.get(), random);
+            const Image dst = makeRandomHandle(width + 5, 4, 32, random);
             std::vector<uint8_t> expected = bytesOf(dst.get());
             const std::vector<uint8_t> moved = bytesOf(src.get());
             std::copy(moved.begin(), moved.end(), expected.begin());
@@ -97,8 +95,7 @@ TEST(QuibCopy, MovesTheRowsOfOnePlaneOnly)
 TEST(QuibCopy, LeavesRegionAndMaskOutOfIt)
 {
     Random random(4);
-    const Image src = makeHandle(9, 4, 8);
-    randomise(src.get(), random);
+    const Image src = makeRandomHandle(9, 4, 8, random);
     setRoi(src.get(), 0, 1, 1, 2, 2);
     giveRandomMask(src.get(), 9, 4, random);
     const Image dst = makeHandle(9, 4, 8);
@@ -112,8 +109,7 @@ TEST(QuibCopy, LeavesRegionAndMaskOutOfIt)
 TEST(QuibCopy, OntoItselfKeepsTheBytes)
 {
     Random random(5);
-    const Image handle = makeHandle(9, 4, 24);
-    randomise(handle.get(), random);
+    const Image handle = makeRandomHandle(9, 4, 24, random);
     const std::vector<uint8_t> before = bytesOf(handle.get());
     IplImage* target = handle.get();
     EXPECT_EQ(QuibCopy(handle.get(), &target), QUIB_OK);
@@ -160,8 +156,7 @@ TEST(QuibClone, RefusesBadArgumentsInTheirOrder)
 TEST(QuibClone, ClonesWithoutTheMask)
 {
     Random random(7);
-    const Image src = makeHandle(9, 4, 8);
-    randomise(src.get(), random);
+    const Image src = makeRandomHandle(9, 4, 8, random);
     setRoi(src.get(), 1, 2, 1, 3, 2);
     giveRandomMask(src.get(), 9, 4, random);
     IplImage* out = reinterpret_cast<IplImage*>(&random); // whatever it held is replaced

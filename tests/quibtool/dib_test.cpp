@@ -572,8 +572,7 @@ TEST(Quib2Dib, DropsTheAlphaOf32Bits)
     forEachLevel([&random] {
         for (int32_t width = 1; width <= 70; ++width) {
             const int32_t height = random.between(1, 4);
-            const Image handle = makeHandle(width, height, 32);
-            randomise(handle.get(), random);
+            const Image handle = makeRandomHandle(width, height, 32, random);
             const Bytes dib = randomDib(dibHeader(width, height, 24), random);
             const Bytes result = exported(handle.get(), dib);
             ASSERT_EQ(result, expectedExport(handle.get(), dib));
@@ -612,14 +611,12 @@ TEST(Quib2Dib, ReadsFourBytesAPixelOfEveryHandle)
 TEST(Quib2Dib, AcceptsBitCountsThatTruncateToTheHandles)
 {
     Random random(9);
-    const Image colour = makeHandle(3, 3, 24);
-    randomise(colour.get(), random);
+    const Image colour = makeRandomHandle(3, 3, 24, random);
     for (int32_t bits = 24; bits <= 31; ++bits) {
         const Bytes dib = dibWith(dibHeader(3, 3, bits), Bytes(36));
         EXPECT_EQ(exported(colour.get(), dib), expectedExport(colour.get(), dib));
     }
-    const Image gray = makeHandle(3, 3, 8);
-    randomise(gray.get(), random);
+    const Image gray = makeRandomHandle(3, 3, 8, random);
     for (int32_t bits = 8; bits <= 15; ++bits) {
         const Bytes dib = dibWith(dibHeader(3, 3, bits), Bytes(36));
         EXPECT_EQ(exported(gray.get(), dib), expectedExport(gray.get(), dib));

@@ -113,8 +113,7 @@ TEST(QuibDrawToHDC, DrawsEveryDepthUpright)
     Random random(1);
     for (const int32_t bits : {1, 8, 24, 32}) {
         for (const int32_t width : {1, 5, 9, 24, 33}) {
-            const Image handle = makeHandle(width, random.between(1, 20), bits);
-            randomise(handle.get(), random);
+            const Image handle = makeRandomHandle(width, random.between(1, 20), bits, random);
             checkDrawn(handle.get(), 0, 0);
         }
     }
@@ -124,8 +123,7 @@ TEST(QuibDrawToHDC, ClipsAtEveryEdge)
 {
     Random random(2);
     for (const int32_t bits : {1, 8, 24, 32}) {
-        const Image handle = makeHandle(11, 9, bits);
-        randomise(handle.get(), random);
+        const Image handle = makeRandomHandle(11, 9, bits, random);
         for (const int32_t x : {-12, -4, 3, 20, 24})
             for (const int32_t y : {-10, -3, 2, 12, 17})
                 checkDrawn(handle.get(), x, y);

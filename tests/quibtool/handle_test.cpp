@@ -20,11 +20,6 @@ namespace
 
 constexpr int32_t handleDepths[] = {1, 8, 24, 32};
 
-bool sameRect(const QuibRect& rect, int32_t left, int32_t top, int32_t right, int32_t bottom)
-{
-    return rect.left == left && rect.top == top && rect.right == right && rect.bottom == bottom;
-}
-
 uint32_t pixelAt(const IplImage* handle, int32_t x, int32_t y)
 {
     uint32_t word = 0;

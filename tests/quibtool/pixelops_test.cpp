@@ -204,8 +204,7 @@ TEST(PixelWrappers, KeepThePaddingOfTheSource)
 {
     Random random(103);
     for (const int32_t bitDepth : {1, 8, 24}) {
-        const Image src = makeHandle(13, 3, bitDepth);
-        randomise(src.get(), random);
+        const Image src = makeRandomHandle(13, 3, bitDepth, random);
         IplImage* out = nullptr;
         ASSERT_EQ(QuibNot(src.get(), &out), QUIB_OK);
         const Image owner(out);
@@ -294,8 +293,7 @@ TEST(QuibAbs, GivesACloneAfterAnEarlierFailure)
 {
     const CleanStatus clean;
     Random random(106);
-    const Image src = makeHandle(9, 4, 32);
-    randomise(src.get(), random);
+    const Image src = makeRandomHandle(9, 4, 32, random);
     EXPECT_EQ(iplCheckImage(nullptr), -9);
     IplImage* out = nullptr;
     EXPECT_EQ(QuibAbs(src.get(), &out), QUIB_OK);

@@ -5,6 +5,8 @@
 #include "quibtool/quibtool.h"
 #include "tests/support/random.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -92,6 +94,28 @@ inline Image makeRandomHandle(int32_t width, int32_t height, int32_t bitDepth, R
 inline Image makeRandomHandleUpTo(int32_t width, int32_t height, int32_t bitDepth, Random& random)
 {
     return makeRandomHandle(random.between(1, width), random.between(1, height), bitDepth, random);
+}
+
+inline bool sameRect(const QuibRect& rect, int32_t left, int32_t top, int32_t right, int32_t bottom)
+{
+    return rect.left == left && rect.top == top && rect.right == right && rect.bottom == bottom;
+}
+
+// One pixel of four bytes.
+inline Image makePixel(const uint8_t (&bytes)[4])
+{
+    Image handle = makeHandle(1, 1, 32);
+    std::memcpy(handle->imageData, bytes, 4);
+    return handle;
+}
+
+// Four channels in rows of 32 bytes, more than a handle of up to seven columns has.
+inline Image makeRandomPadded(int32_t width, int32_t height, Random& random)
+{
+    Image image = makeImage(width, height, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 32);
+    EXPECT_EQ(image->widthStep, 32);
+    randomise(image.get(), random);
+    return image;
 }
 
 inline void setRoi(IplImage* image, int32_t coi, int32_t x, int32_t y, int32_t width,
