@@ -356,6 +356,13 @@ std::vector<int> pixelOf(const IplImage* image)
     return elements;
 }
 
+// The destination's first pixel after the call.
+std::vector<int> composited(const Call& call)
+{
+    run(call);
+    return pixelOf(call.dst);
+}
+
 using Elements = std::vector<int>;
 
 } // namespace
@@ -369,21 +376,18 @@ TEST(AlphaComposite, ProductsAreExactForTheFullValueAndRoundDown)
         Scene scene = onePixel({x, 255, x, 255}, {0, 0, 0, 255});
         scene.call.type = plainIn;
         scene.call.premulAlpha = 1;
-        run(scene.call);
-        EXPECT_EQ(pixelOf(scene.call.dst), (Elements{x, 255, x, 255}));
+        EXPECT_EQ(composited(scene.call), (Elements{x, 255, x, 255}));
     }
     Scene scene = onePixel({254, 128, 1, 255}, {0, 0, 0, 254});
     scene.call.type = plainIn;
     scene.call.premulAlpha = 1;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{253, 127, 0, 254}));
+    EXPECT_EQ(composited(scene.call), (Elements{253, 127, 0, 254}));
 }
 
 TEST(AlphaComposite, OverWithFullAlphaGivesA)
 {
     Scene scene = onePixel({10, 128, 255, 255}, {200, 201, 202, 90});
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{10, 128, 255, 255}));
+    EXPECT_EQ(composited(scene.call), (Elements{10, 128, 255, 255}));
 }
 
 TEST(AlphaComposite, PlusOfPremultipliedElementsSaturates)
@@ -391,8 +395,7 @@ TEST(AlphaComposite, PlusOfPremultipliedElementsSaturates)
     Scene scene = onePixel({200, 100, 0, 200}, {200, 100, 0, 200});
     scene.call.type = plainPlus;
     scene.call.premulAlpha = 1;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{255, 200, 0, 255}));
+    EXPECT_EQ(composited(scene.call), (Elements{255, 200, 0, 255}));
 }
 
 TEST(AlphaComposite, AConstantAboveTheLargestReadsTheAlphaChannel)
@@ -401,9 +404,8 @@ TEST(AlphaComposite, AConstantAboveTheLargestReadsTheAlphaChannel)
     scene.call.isConstant = true;
     scene.call.aA = 300;
     scene.call.aB = 0;
-    run(scene.call);
     // 100 * 60 / 255, rounded down.
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{23, 23, 23, 77}));
+    EXPECT_EQ(composited(scene.call), (Elements{23, 23, 23, 77}));
 }
 
 TEST(AlphaComposite, AConstantAboveTheLargestReadsTheFirstChannelOfAnImageWithoutAlpha)
@@ -418,8 +420,7 @@ TEST(AlphaComposite, AConstantAboveTheLargestReadsTheFirstChannelOfAnImageWithou
     call.isConstant = true;
     call.aA = 256;
     call.aB = 0;
-    run(call);
-    EXPECT_EQ(pixelOf(call.dst), (Elements{10, 20, 0}));
+    EXPECT_EQ(composited(call), (Elements{10, 20, 0}));
 }
 
 TEST(AlphaComposite, AConstantIsComparedWithTheLargestOfItsDepth)
@@ -440,11 +441,9 @@ TEST(AlphaComposite, ConstantsLeaveTheDestinationsAlphaAndImagesWriteIt)
     Scene scene = onePixel({50, 60, 70, 255}, {1, 2, 3, 9});
     scene.call.isConstant = true;
     scene.call.aA = 255;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{50, 60, 70, 77}));
+    EXPECT_EQ(composited(scene.call), (Elements{50, 60, 70, 77}));
     scene.call.isConstant = false;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{50, 60, 70, 255}));
+    EXPECT_EQ(composited(scene.call), (Elements{50, 60, 70, 255}));
 }
 
 TEST(AlphaComposite, AnAlphaImageForAAloneLeavesBWithoutItsOwn)
@@ -452,9 +451,8 @@ TEST(AlphaComposite, AnAlphaImageForAAloneLeavesBWithoutItsOwn)
     Scene scene = onePixel({255, 0, 0, 1}, {0, 255, 0, 3});
     scene.call.alphaA = scene.own(makeImage(1, 1, 1, IPL_DEPTH_8U));
     putElement(scene.call.alphaA, 0, 0, 0, 100);
-    run(scene.call);
     // aB is 155: r is 100 + mul(155, 155), and B's part mul(155, mul(255, 155)).
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{100, 94, 0, 194}));
+    EXPECT_EQ(composited(scene.call), (Elements{100, 94, 0, 194}));
 }
 
 TEST(AlphaComposite, BWithoutAnyAlphaTakesTheRestOfA)
@@ -467,17 +465,15 @@ TEST(AlphaComposite, BWithoutAnyAlphaTakesTheRestOfA)
     putElement(call.a, 0, 0, 3, 30);
     putElement(call.b, 0, 0, 1, 255);
     call.type = plainPlus;
-    run(call);
     // r is 30 + 225.
-    EXPECT_EQ(pixelOf(call.dst), (Elements{0, 225, 0, 255}));
+    EXPECT_EQ(composited(call), (Elements{0, 225, 0, 255}));
 }
 
 TEST(AlphaComposite, DivisionTurnsAPremultipliedSumBackIntoAStraightColour)
 {
     Scene scene = onePixel({200, 100, 0, 128}, {0, 0, 0, 0});
     scene.call.divideMode = 1;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{200, 100, 0, 128}));
+    EXPECT_EQ(composited(scene.call), (Elements{200, 100, 0, 128}));
 }
 
 TEST(AlphaComposite, DivisionIsCappedAtTheLargest)
@@ -485,8 +481,7 @@ TEST(AlphaComposite, DivisionIsCappedAtTheLargest)
     Scene scene = onePixel({200, 11, 0, 20}, {0, 0, 0, 0});
     scene.call.divideMode = 1;
     scene.call.premulAlpha = 1;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{255, 140, 0, 20}));
+    EXPECT_EQ(composited(scene.call), (Elements{255, 140, 0, 20}));
 }
 
 TEST(AlphaComposite, DivisionByNoAlphaLeavesTheResultUndivided)
@@ -495,8 +490,7 @@ TEST(AlphaComposite, DivisionByNoAlphaLeavesTheResultUndivided)
     scene.call.divideMode = 1;
     scene.call.premulAlpha = 1;
     scene.call.type = plainPlus;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{255, 120, 7, 0}));
+    EXPECT_EQ(composited(scene.call), (Elements{255, 120, 7, 0}));
 }
 
 TEST(AlphaComposite, TheAlphaStoredInDivisionIsTheIntegerOne)
@@ -505,8 +499,7 @@ TEST(AlphaComposite, TheAlphaStoredInDivisionIsTheIntegerOne)
     Scene scene = onePixel({0, 0, 0, 57}, {0, 0, 0, 57});
     scene.call.type = plainIn;
     scene.call.divideMode = 1;
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst)[3], 12);
+    EXPECT_EQ(composited(scene.call)[3], 12);
 }
 
 TEST(AlphaComposite, AtopStoresTheAlphaOfBUnrounded)
@@ -514,8 +507,7 @@ TEST(AlphaComposite, AtopStoresTheAlphaOfBUnrounded)
     for (int alpha = 0; alpha < 256; ++alpha) {
         Scene scene = onePixel({0, 0, 0, alpha}, {0, 0, 0, 255 - alpha});
         scene.call.type = plainAtop;
-        run(scene.call);
-        EXPECT_EQ(pixelOf(scene.call.dst)[3], 255 - alpha);
+        EXPECT_EQ(composited(scene.call)[3], 255 - alpha);
     }
 }
 
@@ -525,16 +517,14 @@ TEST(AlphaComposite, AChannelOfInterestIsWrittenAloneBesideTheAlpha)
     setRoi(scene.call.a, 3, 0, 0, 1, 1);
     setRoi(scene.call.b, 1, 0, 0, 1, 1);
     setRoi(scene.call.dst, 2, 0, 0, 1, 1);
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{77, 30, 77, 255}));
+    EXPECT_EQ(composited(scene.call), (Elements{77, 30, 77, 255}));
 }
 
 TEST(AlphaComposite, AnAlphaDestinationTakesTheAlphaInsteadOfTheDestination)
 {
     Scene scene = onePixel({10, 20, 30, 255}, {1, 2, 3, 4});
     scene.call.alphaDst = scene.own(makeImage(1, 1, 3, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 4, 3));
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{10, 20, 30, 77}));
+    EXPECT_EQ(composited(scene.call), (Elements{10, 20, 30, 77}));
     EXPECT_EQ(pixelOf(scene.call.alphaDst), (Elements{0, 0, 255}));
 }
 
@@ -551,8 +541,7 @@ TEST(AlphaComposite, AnAlphaReadFromTheDestinationsFirstChannelIsTheOneJustWritt
     putElement(call.dst, 0, 0, 0, 255);
     call.alphaA = call.dst;
     call.type = plainPlus;
-    run(call);
-    EXPECT_EQ(pixelOf(call.dst), (Elements{51, 20}));
+    EXPECT_EQ(composited(call), (Elements{51, 20}));
 }
 
 // --- Regions and masks -----------------------------------------------------------------------
@@ -600,8 +589,7 @@ TEST(AlphaComposite, MasksOfAlphaImagesAreIgnored)
     putElement(scene.call.alphaA, 0, 0, 0, 255);
     giveRandomMask(scene.call.alphaA, 1, 1, random);
     putElement(scene.call.alphaA->maskROI, 0, 0, 0, 0);
-    run(scene.call);
-    EXPECT_EQ(pixelOf(scene.call.dst), (Elements{10, 20, 30, 255}));
+    EXPECT_EQ(composited(scene.call), (Elements{10, 20, 30, 255}));
 }
 
 // --- Comparison with the plain form ------------------------------------------------------------

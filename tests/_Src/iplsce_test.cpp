@@ -79,6 +79,16 @@ void plainCopy(const IplImage* src, IplImage* dst)
                                 from.y + y, srcChannels[c]);
 }
 
+void expectPlainCopy(IplImage* src, IplImage* dst)
+{
+    const Twin expected(dst);
+    plainCopy(src, expected.get());
+    const std::vector<uint8_t> source = bytesOf(src);
+    iplCopy(src, dst);
+    ASSERT_EQ(bytesOf(dst), bytesOf(expected.get())) << describe(src) << " -> " << describe(dst);
+    ASSERT_EQ(bytesOf(src), source);
+}
+
 // --- Random images --------------------------------------------------------------------
 
 struct Shape {
@@ -405,10 +415,7 @@ TEST(IplCopy, TakesDifferingOrdersOfOneChannelEach)
         for (const int32_t order : {0, 1}) {
             const Image src = randomImage({depth, 1, order, 0}, random);
             const Image dst = randomImage({depth, 1, 1 - order, 0}, random);
-            const Twin expected(dst.get());
-            plainCopy(src.get(), expected.get());
-            iplCopy(src.get(), dst.get());
-            EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+            expectPlainCopy(src.get(), dst.get());
         }
     }
 }
@@ -425,10 +432,7 @@ TEST(IplCopy, LeavesBitsAroundARegionAtOddOffsets)
                 randomise(dst.get(), random);
                 setRoi(src.get(), 0, srcX, 0, width, 2);
                 setRoi(dst.get(), 0, dstX, 0, 31, 2);
-                const Twin expected(dst.get());
-                plainCopy(src.get(), expected.get());
-                iplCopy(src.get(), dst.get());
-                ASSERT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+                ASSERT_NO_FATAL_FAILURE(expectPlainCopy(src.get(), dst.get()));
             }
         }
     }
@@ -470,11 +474,6 @@ Pair randomPair(Random& random)
     return pair;
 }
 
-std::string describe(const Pair& pair)
-{
-    return describe(pair.src.get()) + " -> " + describe(pair.dst.get());
-}
-
 } // namespace
 
 TEST(IplCopy, GivesThePlainResultForRandomPairs)
@@ -484,12 +483,7 @@ TEST(IplCopy, GivesThePlainResultForRandomPairs)
         Random random(36);
         for (int round = 0; round < 4000; ++round) {
             const Pair pair = randomPair(random);
-            const Twin expected(pair.dst.get());
-            plainCopy(pair.src.get(), expected.get());
-            const std::vector<uint8_t> source = bytesOf(pair.src.get());
-            iplCopy(pair.src.get(), pair.dst.get());
-            ASSERT_EQ(bytesOf(pair.dst.get()), bytesOf(expected.get())) << describe(pair);
-            ASSERT_EQ(bytesOf(pair.src.get()), source);
+            ASSERT_NO_FATAL_FAILURE(expectPlainCopy(pair.src.get(), pair.dst.get()));
         }
     });
 }
@@ -503,10 +497,7 @@ TEST(IplCopy, TakesOneMaskThatBothImagesShare)
         randomise(src.get(), random);
         randomise(dst.get(), random);
         dst->maskROI = giveRandomMask(src.get(), 20, 6, random);
-        const Twin expected(dst.get());
-        plainCopy(src.get(), expected.get());
-        iplCopy(src.get(), dst.get());
-        EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+        expectPlainCopy(src.get(), dst.get());
         EXPECT_EQ(dst->maskROI, src->maskROI);
         dst->maskROI = nullptr;
     }
@@ -546,10 +537,7 @@ TEST(IplCopy, LeavesTwoMasksToLogic)
     iplDeallocate(dst->maskROI, IPL_IMAGE_ALL);
     dst->maskROI = nullptr;
     randomise(src.get(), random);
-    const Twin expected(dst.get());
-    plainCopy(src.get(), expected.get());
-    iplCopy(src.get(), dst.get());
-    EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+    expectPlainCopy(src.get(), dst.get());
 }
 
 TEST(IplCopy, PassesARefusalOfLogicOnAsABackTrace)
@@ -630,7 +618,7 @@ TEST(IplCopy, CopiesTiledImagesAsUntiledOnes)
             tiledDst.collect(result.get());
         iplCopy(pair.src.get(), pair.dst.get());
         ASSERT_EQ(bytesOf(result.get()), bytesOf(pair.dst.get()))
-            << which << ": " << describe(pair);
+            << which << ": " << describe(pair.src.get()) << " -> " << describe(pair.dst.get());
     }
 }
 

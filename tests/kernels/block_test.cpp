@@ -12,22 +12,16 @@
 namespace
 {
 
-// The bytes of a buffer from `offset` on.
-std::vector<uint8_t> from(const GuardedBuffer& buffer, size_t offset)
-{
-    return std::vector<uint8_t>(buffer.data() + offset, buffer.data() + buffer.size());
-}
-
 // Fills words from `offset` on, up to the end of a buffer.
 template<class Word, class Fill>
 void expectFilled(Fill fill, Word value, size_t offset, size_t count)
 {
     const GuardedBuffer buffer(offset + count * sizeof value + (count == 0));
-    std::vector<uint8_t> expected = from(buffer, 0);
+    std::vector<uint8_t> expected = buffer.contents();
     for (size_t i = 0; i < count * sizeof value; ++i)
         expected[offset + i] = static_cast<uint8_t>(value >> i % sizeof value * 8);
     fill(buffer.data() + offset, value, count);
-    ASSERT_TRUE(from(buffer, 0) == expected) << value << ", " << count << " from " << offset;
+    ASSERT_TRUE(buffer.contents() == expected) << value << ", " << count << " from " << offset;
 }
 
 } // namespace
@@ -80,7 +74,7 @@ TEST(BlockKernels, FillsAndCopiesLargeBlocks)
             ASSERT_EQ(a.data()[4 + i], i % 4 + 1);
         random.fill(b.data(), b.size());
         block.copy(a.data() + 4, b.data() + 4, bytes);
-        ASSERT_EQ(from(a, 4), from(b, 4));
+        ASSERT_EQ(a.contents(4), b.contents(4));
         ASSERT_EQ(a.data()[3], 0xA5);
     });
 }
@@ -95,7 +89,7 @@ TEST(BlockKernels, CopyMovesEveryByteCount)
             random.fill(src.data(), src.size());
             src.makeReadOnly();
             block.copy(dst.data() + 3, src.data() + 1, bytes);
-            ASSERT_EQ(from(dst, 3), from(src, 1));
+            ASSERT_EQ(dst.contents(3), src.contents(1));
             ASSERT_EQ(dst.data()[2], 0xA5);
         }
     });
@@ -138,7 +132,7 @@ TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
             const size_t room = size - 300 - 340 * 6;
             const size_t dst = static_cast<size_t>(random.between(0, room));
             const size_t src = static_cast<size_t>(random.between(0, room));
-            std::vector<uint8_t> expected = from(buffer, 0);
+            std::vector<uint8_t> expected = buffer.contents();
             for (size_t y = 0; y < rows; ++y) {
                 const std::vector<uint8_t> row(&expected[src + y * srcStep],
                                                &expected[src + y * srcStep] + bytes);
@@ -146,7 +140,7 @@ TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
             }
             block.moveRows(buffer.data() + dst, static_cast<ptrdiff_t>(dstStep),
                            buffer.data() + src, static_cast<ptrdiff_t>(srcStep), bytes, rows);
-            ASSERT_EQ(from(buffer, 0), expected);
+            ASSERT_EQ(buffer.contents(), expected);
         }
     });
 }

@@ -13,11 +13,6 @@ namespace
 
 using Bytes = std::vector<uint8_t>;
 
-Bytes contents(const GuardedBuffer& buffer)
-{
-    return Bytes(buffer.data(), buffer.data() + buffer.size());
-}
-
 } // namespace
 
 TEST(SelectKernels, SpreadRepeatsThePatternWhereTheBitIsOne)
@@ -43,7 +38,7 @@ TEST(SelectKernels, SpreadRepeatsThePatternWhereTheBitIsOne)
                 }
                 table->select.spread(choice.data(), bits.data(), start, pixels, pattern.data(),
                                      pixelBytes);
-                ASSERT_EQ(contents(choice), expected) << pixels << " of " << pixelBytes;
+                ASSERT_EQ(choice.contents(), expected) << pixels << " of " << pixelBytes;
             }
         }
     }
@@ -60,14 +55,14 @@ TEST(SelectKernels, BlendTakesTheChosenBytes)
             const GuardedBuffer choice(bytes);
             random.fill(dst.data(), bytes);
             random.fill(src.data(), bytes);
-            Bytes expected = contents(dst);
+            Bytes expected = dst.contents();
             for (size_t i = 0; i < bytes; ++i) {
                 choice.data()[i] = random.coin() ? 0xFF : 0;
                 if (choice.data()[i])
                     expected[i] = src.data()[i];
             }
             table->select.blend(dst.data(), src.data(), choice.data(), bytes);
-            ASSERT_EQ(contents(dst), expected);
+            ASSERT_EQ(dst.contents(), expected);
         }
     }
 }
@@ -90,11 +85,11 @@ TEST(SelectKernels, GatherAndScatterStepOverTheOtherElements)
                     for (size_t byte = 0; byte < size; ++byte)
                         expected.push_back(spaced.data()[k * stride * size + byte]);
                 table->select.gather[i](dense.data(), spaced.data(), stride, count);
-                ASSERT_EQ(contents(dense), expected);
+                ASSERT_EQ(dense.contents(), expected);
 
                 random.fill(dense.data(), dense.size());
                 const bool all = random.coin();
-                Bytes target = contents(spaced);
+                Bytes target = spaced.contents();
                 for (size_t k = 0; k < count; ++k) {
                     choice.data()[k] = random.coin() ? 0xFF : 0;
                     for (size_t byte = 0; byte < size && (all || choice.data()[k]); ++byte)
@@ -102,7 +97,7 @@ TEST(SelectKernels, GatherAndScatterStepOverTheOtherElements)
                 }
                 table->select.scatter[i](spaced.data(), dense.data(), stride,
                                          all ? nullptr : choice.data(), count);
-                ASSERT_EQ(contents(spaced), target);
+                ASSERT_EQ(spaced.contents(), target);
             }
         }
     }

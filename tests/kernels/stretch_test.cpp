@@ -71,11 +71,6 @@ struct Row : GuardedBuffer {
     }
 };
 
-std::vector<uint8_t> contents(const GuardedBuffer& buffer)
-{
-    return std::vector<uint8_t>(buffer.data(), buffer.data() + buffer.size());
-}
-
 } // namespace
 
 TEST(StretchKernels, GathersPickTheIndexedElements)
@@ -92,7 +87,7 @@ TEST(StretchKernels, GathersPickTheIndexedElements)
                         expected[i] = row.data()[table.index[i / size] * size + i % size];
                     const auto gather = size == 1 ? kernels.gather8 : kernels.gather32;
                     gather(out.data(), row.data(), table.index.data(), count);
-                    ASSERT_EQ(contents(out), expected) << "step " << step << ", count " << count;
+                    ASSERT_EQ(out.contents(), expected) << "step " << step << ", count " << count;
                 }
             });
     }
@@ -149,7 +144,7 @@ TEST(StretchKernels, GatherStepsPickEveryNthElement)
                         expected[i] = row.data()[i / size * step * size + i % size];
                     const auto gather = size == 1 ? kernels.gatherSteps8 : kernels.gatherSteps32;
                     gather(out.data(), row.data(), row.data(), step, count);
-                    ASSERT_EQ(contents(out), expected) << "step " << step << ", count " << count;
+                    ASSERT_EQ(out.contents(), expected) << "step " << step << ", count " << count;
                 }
             });
     }
@@ -170,7 +165,7 @@ TEST(StretchKernels, LerpColumnsWeighsNeighbours)
                 }
                 kernels.lerpColumns32(out.data(), row.data(), table.index.data(),
                                       table.weight.data(), count);
-                ASSERT_EQ(contents(out), expected) << "step " << step << ", count " << count;
+                ASSERT_EQ(out.contents(), expected) << "step " << step << ", count " << count;
             });
     }
 }
@@ -188,7 +183,7 @@ TEST(StretchKernels, LerpRowsWeighsTwoRows)
                 expected[i] = lerp(upper.data()[i], lower.data()[i], weight);
             kernels.lerpRows(out.data(), upper.data(), lower.data(), static_cast<uint8_t>(weight),
                              count);
-            ASSERT_EQ(contents(out), expected) << "weight " << weight << ", count " << count;
+            ASSERT_EQ(out.contents(), expected) << "weight " << weight << ", count " << count;
         });
     }
 }
@@ -209,7 +204,7 @@ TEST(StretchKernels, LerpStepsFiltersAlongBothAxes)
                                        lerp(lower.data()[at], lower.data()[at + 4], 255), 255);
                 }
                 kernels.lerpSteps32(out.data(), upper.data(), lower.data(), step, count);
-                ASSERT_EQ(contents(out), expected) << "step " << step << ", count " << count;
+                ASSERT_EQ(out.contents(), expected) << "step " << step << ", count " << count;
             });
     }
 }

@@ -224,11 +224,6 @@ Tables build8(uint32_t dstN, uint32_t srcN, int32_t mode)
     return tables;
 }
 
-std::vector<uint8_t> contents(const GuardedBuffer& buffer)
-{
-    return std::vector<uint8_t>(buffer.data(), buffer.data() + buffer.size());
-}
-
 // Random pixels that nothing may write to.
 struct Pixels : GuardedBuffer {
     Pixels(Size size, uint32_t bytes, Guard guard, Random& random)
@@ -468,7 +463,7 @@ TEST(StretchPacked32, FollowsThePlainFormInEveryMode)
                     const GuardedBuffer out(size_t{to.width} * to.height * 4, guard);
                     StretchPacked32(out.data(), to.width, to.height, src.data(), job.from.width,
                                     job.from.height, mode);
-                    ASSERT_EQ(contents(out), plainStretch32(src.data(), job.from, to, mode));
+                    ASSERT_EQ(out.contents(), plainStretch32(src.data(), job.from, to, mode));
                 }
             }
         }
@@ -493,13 +488,13 @@ TEST(StretchStrided32, KeepsToItsRows)
                 packed.insert(packed.end(), src.data() + y * srcStep,
                               src.data() + y * srcStep + from.width * 4);
             const std::vector<uint8_t> rows = plainStretch32(packed.data(), from, to, mode);
-            std::vector<uint8_t> expected = contents(out);
+            std::vector<uint8_t> expected = out.contents();
             for (uint32_t y = 0; y < to.height; ++y)
                 std::copy_n(rows.begin() + y * to.width * 4, to.width * 4,
                             expected.begin() + y * dstStep);
             StretchStrided32(out.data(), to.width, to.height, dstStep, src.data(), from.width,
                              from.height, srcStep, mode);
-            ASSERT_EQ(contents(out), expected) << "mode " << mode;
+            ASSERT_EQ(out.contents(), expected) << "mode " << mode;
         }
     });
 }
@@ -546,12 +541,12 @@ TEST(StretchStrided32, EndsWithTheDestinationsBlockInEveryMode)
             const GuardedBuffer out(static_cast<size_t>(random.between(1, 5000)));
             const Pixels src(from, 4, Guard::afterEnd, random);
             const std::vector<uint8_t> rows = plainStretch32(src.data(), from, to, mode);
-            const std::vector<uint8_t> expected = plainInBlock(contents(out), rows, to, step);
+            const std::vector<uint8_t> expected = plainInBlock(out.contents(), rows, to, step);
             StretchStrided32(
                 {out.data(), to.width, to.height, step, out.size()},
                 {src.data(), from.width, from.height, static_cast<ptrdiff_t>(from.width) * 4},
                 mode);
-            ASSERT_EQ(contents(out), expected) << "mode " << mode;
+            ASSERT_EQ(out.contents(), expected) << "mode " << mode;
         }
     });
 }
@@ -681,7 +676,7 @@ TEST(StretchPlane8, NearestFollowsThePlainForm)
                 const GuardedBuffer out(size_t{job.to.width} * job.to.height, guard);
                 StretchPlane8(out.data(), job.to.width, job.to.height, job.to.width, src.data(),
                               job.from.width, job.from.height, job.from.width, STRETCH_NEAREST);
-                ASSERT_EQ(contents(out), plainNearest8(src.data(), job.from, job.to))
+                ASSERT_EQ(out.contents(), plainNearest8(src.data(), job.from, job.to))
                     << job.from.width << " x " << job.from.height << " to " << job.to.width << " x "
                     << job.to.height;
             }
@@ -700,7 +695,7 @@ TEST(StretchPlane8, WeightedFollowsThePlainForm)
                     const GuardedBuffer out(size_t{job.to.width} * job.to.height, guard);
                     StretchPlane8(out.data(), job.to.width, job.to.height, job.to.width, src.data(),
                                   job.from.width, job.from.height, job.from.width, mode);
-                    ASSERT_EQ(contents(out),
+                    ASSERT_EQ(out.contents(),
                               PlainWeighted8(src.data(), job.from, job.to, mode).run())
                         << job.from.width << " x " << job.from.height << " to " << job.to.width
                         << " x " << job.to.height << " in mode " << mode;

@@ -115,7 +115,7 @@ public:
     BITMAPINFOHEADER* dib() const { return buffer.as<BITMAPINFOHEADER>(); }
     BITMAPINFOHEADER header() const { return headerOf(bytes()); }
     size_t size() const { return buffer.size(); }
-    Bytes bytes() const { return Bytes(data(), data() + size()); }
+    Bytes bytes() const { return buffer.contents(); }
 
 private:
     GuardedBuffer buffer;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -107,6 +108,11 @@ public:
         return reinterpret_cast<T*>(start);
     }
     size_t size() const { return byteCount; }
+    // The bytes from one on.
+    std::vector<uint8_t> contents(size_t first = 0) const
+    {
+        return std::vector<uint8_t>(start + first, start + byteCount);
+    }
     // Makes a write a fault too, the rest of the buffer's pages included.
     void makeReadOnly() const { area.makeReadOnly(); }
 
