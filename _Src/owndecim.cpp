@@ -257,24 +257,30 @@ bool averageCut(const Areas& job, const IplFactors& factors)
 
 // --- Areas of bits, by whole numbers: half of an area is a sharp bound --------------
 
-// One axis of the areas, in parts of which a source pixel's side has `dstFactor`
-// and an area's `srcFactor`.
-struct BitAxis {
-    int64_t dstFactor;
-    int64_t srcFactor;
-    int64_t limit; // source pixels
+// Goes along an axis in parts of which a source pixel's side has `dstFactor` and
+// an area's `srcFactor`.
+struct BitWalk {
+    explicit BitWalk(int32_t dstFactor) : whole(dstFactor), left(dstFactor) {}
 
-    int64_t first(int64_t position) const { return position * srcFactor / dstFactor; }
-    int64_t end(int64_t position) const
+    // Calls visit(pixel, parts) for what the next area takes of each source pixel.
+    template<class Visit>
+    void takeArea(int32_t srcFactor, Visit visit)
     {
-        return std::min(((position + 1) * srcFactor + dstFactor - 1) / dstFactor, limit);
+        for (int32_t rest = srcFactor; rest > 0;) {
+            const int32_t parts = std::min(rest, left);
+            visit(pixel, static_cast<uint32_t>(parts));
+            rest -= parts;
+            left -= parts;
+            if (left == 0) {
+                ++pixel;
+                left = whole;
+            }
+        }
     }
-    // What the area at a position takes of a source pixel that it meets.
-    uint32_t parts(int64_t position, int64_t pixel) const
-    {
-        return static_cast<uint32_t>(std::min((pixel + 1) * dstFactor, (position + 1) * srcFactor) -
-                                     std::max(pixel * dstFactor, position * srcFactor));
-    }
+
+    int32_t whole;
+    int32_t left; // of the pixel in hand
+    int32_t pixel = 0;
 };
 
 void addBits(uint32_t* sums, const uint8_t* row, int32_t start, uint32_t weight, int32_t count)
@@ -286,22 +292,23 @@ void addBits(uint32_t* sums, const uint8_t* row, int32_t start, uint32_t weight,
 
 bool averageBits(const Areas& job, const IplFactors& factors)
 {
-    const BitAxis columns{factors.xDst, factors.xSrc, job.srcWidth};
-    const BitAxis rows{factors.yDst, factors.ySrc, job.srcHeight};
     const IplScratch<uint32_t> sums(job.srcWidth); // of the columns, under one destination row
     const IplScratch<uint8_t> bits((static_cast<int64_t>(job.width) + 7) / 8);
     if (!sums.data || !bits.data)
         return false;
     const uint64_t area = static_cast<uint64_t>(factors.xSrc) * static_cast<uint64_t>(factors.ySrc);
+    BitWalk rows(factors.yDst);
     for (int32_t y = 0; y < job.height; ++y) {
         std::memset(sums.data, 0, sizeof(uint32_t) * static_cast<size_t>(job.srcWidth));
-        for (int64_t j = rows.first(y); j < rows.end(y); ++j)
-            addBits(sums.data, job.src.row(0, job.src.y + static_cast<int32_t>(j)), job.src.x,
-                    rows.parts(y, j), job.srcWidth);
+        rows.takeArea(factors.ySrc, [&](int32_t row, uint32_t parts) {
+            addBits(sums.data, job.src.row(0, job.src.y + row), job.src.x, parts, job.srcWidth);
+        });
+        BitWalk columns(factors.xDst);
         for (int32_t x = 0; x < job.width; ++x) {
             uint64_t sum = 0;
-            for (int64_t i = columns.first(x); i < columns.end(x); ++i)
-                sum += uint64_t{columns.parts(x, i)} * sums.data[i];
+            columns.takeArea(factors.xSrc, [&](int32_t column, uint32_t parts) {
+                sum += uint64_t{parts} * sums.data[column];
+            });
             ownPutBit(bits.data, x, 2 * sum >= area);
         }
         ownDeliverBits(job.dst, y, bits.data);

@@ -88,10 +88,11 @@ struct AreaLanes {
 
 // What the compiler is to know about a row's lanes.
 struct AreaShape {
-    bool quads;
-    bool picks;        // a lane's bytes are not in the order of its sums
-    bool columnsFirst; // 4 columns of 3 channels: adding up columns before picking is less work
-    int32_t rows;      // 0 for any number
+    bool quads = false;
+    bool picks = false; // a lane's bytes are not in the order of its sums
+    // 4 columns of 3 channels: adding up columns before picking is less work.
+    bool columnsFirst = false;
+    int32_t rows = 0; // 0 for any number
 
     constexpr ptrdiff_t many() const { return quads ? 8 : 4; } // lanes at a time
 };
@@ -381,14 +382,16 @@ void areaLaneBlocks(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff
 
 auto areaChooseLanes(const AreaBlock& block)
 {
+    constexpr AreaShape quads{.quads = true, .picks = true};
+    constexpr AreaShape columns{.quads = true, .picks = true, .columnsFirst = true};
+    constexpr AreaShape fourRows{.quads = true, .picks = true, .columnsFirst = true, .rows = 4};
     if (block.xSize == 2)
-        return areaLaneBlocks<AreaShape{false, true, false, 0}>;
+        return areaLaneBlocks<AreaShape{.picks = true}>;
     if (block.xSize == 4 && block.channels == 1)
-        return areaLaneBlocks<AreaShape{true, false, false, 0}>;
+        return areaLaneBlocks<AreaShape{.quads = true}>;
     if (block.xSize == 4 && block.channels == 3)
-        return block.ySize == 4 ? areaLaneBlocks<AreaShape{true, true, true, 4}>
-                                : areaLaneBlocks<AreaShape{true, true, true, 0}>;
-    return areaLaneBlocks<AreaShape{true, true, false, 0}>;
+        return block.ySize == 4 ? areaLaneBlocks<fourRows> : areaLaneBlocks<columns>;
+    return areaLaneBlocks<quads>;
 }
 
 #endif

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 namespace
@@ -253,6 +255,12 @@ TEST(StretchKernels, NeedNoAlignment)
             index.push_back(i * 3 / 2);
         table->stretch.gather32(out.data() + 1, row.data() + 1, index.data(), 50);
         for (size_t i = 0; i < 200; ++i)
+            ASSERT_EQ(out.data()[1 + i], row.data()[1 + index[i / 4] * 4 + i % 4]);
+        quib::GatherBlock blocks[6];
+        const size_t planned = table->stretch.planBlocks32(blocks, index.data(), 50);
+        std::fill_n(out.data(), out.size(), uint8_t{0});
+        table->stretch.gatherBlocks32(out.data() + 1, row.data() + 1, blocks, planned);
+        for (size_t i = 0; i < planned * 8 * 4; ++i)
             ASSERT_EQ(out.data()[1 + i], row.data()[1 + index[i / 4] * 4 + i % 4]);
         const std::vector<uint32_t> weight(50, 0x55555555u);
         table->stretch.lerpColumns32(out.data() + 1, row.data() + 1, index.data(), weight.data(),
