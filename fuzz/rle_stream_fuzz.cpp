@@ -2,7 +2,7 @@
 // the encoder as it was. The first four bytes choose the coding and the size.
 #include "fuzz/fuzz.h"
 
-#include "_Src/ownrle.h"
+#include "_Src/dib/ownrle.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
+#include "_Src/dib/block.h"
 #include "_Src/ipl.h"
-#include "_Src/ipldibblock.h"
 #include "kernels/kernels.h"
 #include "platform/platform.h"
 #include "quibtool/handle.h"

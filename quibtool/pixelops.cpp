@@ -1,7 +1,7 @@
 #include "quibtool/pixelops.h"
 
+#include "_Src/image/pitch.h"
 #include "_Src/ipl.h"
-#include "_Src/iplpitch.h"
 #include "kernels/kernels.h"
 
 #include <cstring>

@@ -1,0 +1,375 @@
+// Conversion between packed bitmaps and images: iplConvertFromDIB,
+// iplConvertToDIB. A run of pixels goes through three functions chosen once per
+// call: a fetch into working pixels, a step that adapts their channels, a store.
+#include "_Src/dib/format.h"
+#include "_Src/dib/imagerows.h"
+#include "_Src/dib/ownrle.h"
+#include "_Src/image/report.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr const char* fileName = "iplDIB";
+
+// --- Tests -----------------------------------------------------------------------------
+
+bool imageIsGoodTarget(const IplCaller& caller, const IplImage* image)
+{
+    const int32_t align = image->align;
+    return ownRequire(caller, image->alphaChannel >= 0, "( image->alphaChannel < 0 )") &&
+           ownRequire(caller, image->nChannels >= image->alphaChannel,
+                      "( image->nChannels < image->alphaChannel )") &&
+           ownRequire(caller, image->dataOrder == 0 || image->dataOrder == 1,
+                      "( (image->dataOrder != 0) && (image->dataOrder != 1) )") &&
+           ownRequire(caller, image->origin == 0 || image->origin == 1,
+                      "( (image->origin != 0) && (image->origin != 1) )") &&
+           ownRequire(caller, align == 4 || align == 8 || align == 16 || align == 32,
+                      "( (image->align != 4) && (image->align != 8) && (image->align != 16) && "
+                      "(image->align != 32) )") &&
+           ownRequire(caller, image->height > 0, "(image->height <= 0)") &&
+           ownRequire(caller, image->width > 0, "(image->width <= 0)") &&
+           ownRequire(caller, image->imageSize > 0, "(image->imageSize <= 0)") &&
+           ownRequire(caller, image->widthStep > 0, "(image->widthStep <= 0)");
+}
+
+bool headerIsGood(const IplCaller& caller, const BITMAPINFOHEADER& dib)
+{
+    return ownRequire(caller, dib.biSize == sizeof(BITMAPINFOHEADER),
+                      "(dib->biSize != sizeof(BITMAPINFOHEADER))") &&
+           ownRequire(caller, dib.biPlanes == 1, "(dib->biPlanes != 1)") &&
+           ownRequire(caller, dib.biCompression <= BI_BITFIELDS,
+                      "(dib->biCompression != 0) && (dib->biCompression != 1) && "
+                      "(dib->biCompression != 2) && (dib->biCompression != 3)") &&
+           ownRequire(caller, dib.biBitCount == 8 || dib.biCompression != BI_RLE8,
+                      "(dib->biBitCount != 8) && (dib->biCompression == 1)") &&
+           ownRequire(caller, dib.biBitCount == 4 || dib.biCompression != BI_RLE4,
+                      "(dib->biBitCount != 4) && (dib->biCompression == 2)") &&
+           ownRequire(caller, dib.biHeight >= 0 || !ownIsCompressed(dib),
+                      "(dib->biHeight < 0) && ( (dib->biCompression == 1) || "
+                      "(dib->biCompression == 2) )") &&
+           ownRequire(caller, dib.biClrUsed <= 0x8000, "(dib->biClrUsed > 0x8000)") &&
+           ownRequire(caller, dib.biBitCount != 8 || dib.biClrUsed <= 256,
+                      "( dib->biBitCount==8 && dib->biClrUsed>256 )") &&
+           ownRequire(caller, dib.biBitCount != 4 || dib.biClrUsed <= 16,
+                      "( dib->biBitCount==4 && dib->biClrUsed>16 )");
+}
+
+bool imageIsGoodSource(const IplCaller& caller, const IplImage* image, const BITMAPINFOHEADER& dib)
+{
+    if (!ownRequire(caller, image->nChannels > 0 && image->nChannels <= 4,
+                    "(image->nChannels <= 0 || image->nChannels > 4)") ||
+        !ownRequire(caller,
+                    image->depth == IPL_DEPTH_1U || image->depth == IPL_DEPTH_8U ||
+                        image->depth == IPL_DEPTH_16U,
+                    "( (image->depth != 1) && (image->depth != 8) && (image->depth != 16) )") ||
+        !ownRequire(caller, image->alphaChannel == 0 || image->alphaChannel == 4,
+                    "(image->alphaChannel != 0 && image->alphaChannel != 4)"))
+        return false;
+    const bool goodChannels =
+        image->alphaChannel ? ownRequire(caller, image->nChannels == 4, "(image->nChannels != 4)")
+                            : ownRequire(caller, image->nChannels == 3 || image->nChannels == 1,
+                                         "(image->nChannels != 3 && image->nChannels != 1)");
+    return goodChannels &&
+           ownRequire(caller, image->width == dib.biWidth && image->height == ownDibHeight(dib),
+                      "(image->width != dib->biWidth || image->height != abs_biHeight)");
+}
+
+// --- Rows ------------------------------------------------------------------------------
+
+// A bitmap's rows, from the one that is shown at the top on.
+struct DibRows {
+    OwnExtent extent;
+    uint64_t start; // of the rows, in bytes
+    int64_t pitch;
+    int64_t height;
+    bool bottomFirst;
+};
+
+DibRows rowsOf(const BITMAPINFOHEADER& header, const OwnExtent& extent, uint64_t start)
+{
+    return {extent, start, ownDibRowPitch(header), ownDibHeight(header), header.biHeight > 0};
+}
+
+uint64_t rowOffset(const DibRows& rows, int64_t y)
+{
+    return rows.start +
+           static_cast<uint64_t>(rows.pitch * (rows.bottomFirst ? rows.height - 1 - y : y));
+}
+
+// A run of pixels in a bitmap's row. Where the block ends inside it, a copy of
+// the part that is there, followed by zeros, takes its place.
+struct DibRun {
+    uint8_t* bytes;
+    uint64_t offset;
+    size_t size;
+    bool isCopy;
+    uint8_t copy[ownRunLength * 4];
+};
+
+void openRun(DibRun* run, const DibRows& rows, int64_t y, int64_t column, int32_t count,
+             int32_t bitCount)
+{
+    run->offset = rowOffset(rows, y) + static_cast<uint64_t>(column * bitCount / 8);
+    run->size = static_cast<size_t>((int64_t{count} * bitCount + 7) / 8);
+    run->isCopy = ownHeldBytes(rows.extent, run->offset, run->size) < run->size;
+    run->bytes = run->isCopy ? run->copy : rows.extent.start + run->offset;
+    if (run->isCopy)
+        ownReadExtent(rows.extent, run->offset, run->copy, run->size);
+}
+
+void closeWrittenRun(const DibRun& run, const DibRows& rows)
+{
+    if (run.isCopy)
+        ownWriteExtent(rows.extent, run.offset, run.copy, run.size);
+}
+
+} // namespace
+
+// --- From a bitmap -----------------------------------------------------------------------
+
+namespace
+{
+
+struct Import {
+    OwnDibFormat format;
+    OwnDibFetch fetch;
+    OwnChannelStep step;
+    OwnImageStore store;
+};
+
+// What ends a call that cannot convert: silent after a report.
+void refuseCombination(const IplCaller& caller)
+{
+    if (iplGetStatus() >= 0)
+        ownReport(caller, IPL_StsInternal, "");
+}
+
+bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* image, Import* plan)
+{
+    plan->fetch = ownChooseDibFetch(dib.header);
+    if (!plan->fetch)
+        return false;
+    plan->step = ownStepToImage(ownChannelOrder(image));
+    if (!plan->step) {
+        ownReport(caller, IPL_BadModelOrChSeq, "image->channelSeq unsupport");
+        return false;
+    }
+    plan->store = ownChooseImageStore(image);
+    if (!plan->store)
+        return false;
+    if (dib.header.biBitCount <= 8)
+        ownReadColours(dib, &plan->format);
+    else
+        ownReadMasks(dib, &plan->format);
+    return true;
+}
+
+void importRows(const Import& plan, const DibRows& from, const BITMAPINFOHEADER& header,
+                const IplImage* image)
+{
+    const OwnImageRows to = ownImageRows(image);
+    DibRun bytes;
+    OwnPixel run[ownRunLength];
+    if (header.biWidth <= 0)
+        return;
+    for (int64_t y = 0; y < from.height; ++y) {
+        uint8_t* row = to.top + static_cast<ptrdiff_t>(y) * to.rowStep;
+        for (int64_t x = 0; x < header.biWidth; x += ownRunLength) {
+            const int32_t count =
+                static_cast<int32_t>(std::min<int64_t>(ownRunLength, header.biWidth - x));
+            openRun(&bytes, from, y, x, count, header.biBitCount);
+            plan.fetch(plan.format, bytes.bytes, run, count);
+            plan.step(run, count);
+            plan.store(to, row, static_cast<int32_t>(x), run, count);
+        }
+    }
+}
+
+void importDib(const IplCaller& caller, const Import& plan, const OwnDib& dib,
+               const IplImage* image)
+{
+    const BITMAPINFOHEADER& header = dib.header;
+    if (!ownIsCompressed(header)) {
+        importRows(plan, rowsOf(header, dib.block, ownPixelStart(header)), header, image);
+        return;
+    }
+    uint8_t* plain = ownDecompressRLE(dib);
+    if (!plain) {
+        ownReport(caller, IPL_StsInternal, "Impossible to decompress RLE DIB");
+        return;
+    }
+    const size_t bytes = static_cast<size_t>(ownDibRowPitch(header) * header.biHeight);
+    importRows(plan, rowsOf(header, {plain, bytes}, 0), header, image);
+    iplAlignedFree(plain);
+}
+
+} // namespace
+
+void ownConvertFromDIB(const void* block, size_t bytes, IplImage* image)
+{
+    const IplCaller caller{"iplConvertFromDIB", fileName};
+    const bool haveDib = ownRequire(caller, block, "dib==0");
+    const bool haveImage = ownRequire(caller, image, "image==0");
+    if (!haveDib || !haveImage)
+        return;
+    // A failure that an earlier quiet check left behind stops the conversion.
+    if (iplGetStatus() < 0)
+        return;
+    const OwnDib dib = ownOpenDib(block, bytes);
+    if (!imageIsGoodTarget(caller, image) || !headerIsGood(caller, dib.header))
+        return;
+    if (image->width < dib.header.biWidth || image->height < ownDibHeight(dib.header)) {
+        ownReport(caller, IPL_BadImageSize, "Image size is too small");
+        return;
+    }
+    Import plan;
+    if (!chooseImport(caller, dib, image, &plan)) {
+        refuseCombination(caller);
+        return;
+    }
+    if (!image->imageData)
+        iplAllocateImage(image, 0, 0);
+    if (!image->imageData) {
+        ownReport(caller, IPL_StsNoMem, "Not enough memory to allocate data for destination image");
+        return;
+    }
+    // A size that wrapped to 0 has no room for a pixel.
+    if (image->imageSize > 0)
+        importDib(caller, plan, dib, image);
+}
+
+void iplConvertFromDIB(const BITMAPINFOHEADER* dib, IplImage* image)
+{
+    ownConvertFromDIB(dib, dib ? ownImpliedSize(*dib) : 0, image);
+}
+
+// --- To a bitmap -------------------------------------------------------------------------
+
+namespace
+{
+
+struct Export {
+    OwnDibFormat format;
+    OwnImageFetch fetch;
+    OwnChannelStep step;
+    OwnDibStore store;
+};
+
+bool preparePalette(const IplCaller& caller, OwnDib* dib, const IplImage* image,
+                    int32_t paletteConversion)
+{
+    switch (paletteConversion) {
+    case 0:
+        return true;
+    case 1:
+        ownStandardPalette(*dib, image->nChannels == 1);
+        return true;
+    case 2:
+        if (ownMedianCutPalette(dib, image))
+            return true;
+        ownReport(caller, IPL_StsInternal, "Error of creating medcut palette");
+        return false;
+    default:
+        ownReport(caller, IPL_StsBadArg, "Palette conversion is bad");
+        return false;
+    }
+}
+
+// The engine cannot reduce an image's levels, so nothing but no dither at all
+// is left to do.
+void refuseDither(const IplCaller& caller, const BITMAPINFOHEADER& dib)
+{
+    switch (dib.biBitCount) {
+    case 1:
+    case 4:
+    case 8:
+    case 16:
+    case 24:
+    case 32:
+        return ownReport(caller, IPL_StsInternal, "Dithering can't be produced");
+    default:
+        return ownReport(caller, IPL_StsBadArg,
+                         "Parameter biBitCount of DIB-image have illegal value");
+    }
+}
+
+bool chooseExport(const IplCaller& caller, const OwnDib& dib, const IplImage* image, Export* plan)
+{
+    plan->fetch = ownChooseImageFetch(image);
+    if (!plan->fetch) {
+        ownReport(caller, IPL_BadNumChannels, "image->nChannels is bad");
+        return false;
+    }
+    plan->step = ownStepFromImage(ownChannelOrder(image));
+    if (!plan->step) {
+        ownReport(caller, IPL_BadModelOrChSeq, "image->channelSeq unsupport");
+        return false;
+    }
+    plan->store = ownChooseDibStore(dib.header);
+    if (!ownRequire(caller, plan->store, "dib->biBitCount is bad"))
+        return false;
+    if (dib.header.biBitCount <= 8)
+        plan->format.palette = ownPaletteOf(dib);
+    else
+        ownReadMasks(dib, &plan->format);
+    return true;
+}
+
+void exportRows(const Export& plan, const IplImage* image, const OwnDib& dib)
+{
+    const OwnImageRows from = ownImageRows(image);
+    const DibRows to = rowsOf(dib.header, dib.block, ownPixelStart(dib.header));
+    DibRun bytes;
+    OwnPixel run[ownRunLength];
+    for (int32_t y = 0; y < image->height; ++y) {
+        const uint8_t* row = from.top + y * from.rowStep;
+        for (int32_t x = 0; x < image->width; x += ownRunLength) {
+            const int32_t count = std::min(ownRunLength, image->width - x);
+            plan.fetch(from, row, x, run, count);
+            plan.step(run, count);
+            openRun(&bytes, to, y, x, count, dib.header.biBitCount);
+            plan.store(plan.format, bytes.bytes, run, count);
+            closeWrittenRun(bytes, to);
+        }
+    }
+}
+
+} // namespace
+
+int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_t dither,
+                        int32_t paletteConversion)
+{
+    const IplCaller caller{"iplConvertToDIB", fileName};
+    if (!ownImageIsGood(caller, image) || !ownRequire(caller, block, "dib==0"))
+        return iplGetStatus();
+    OwnDib dib = ownOpenDib(block, bytes);
+    if (!imageIsGoodSource(caller, image, dib.header) || !headerIsGood(caller, dib.header) ||
+        !ownRequire(caller,
+                    dither == 1 || dither == 2 || dither == 4 || dither == 8 || dither == 16,
+                    "(dither != 1 && dither != 2 && dither != 4 && dither != 8 && dither != 16)") ||
+        !ownRequire(caller, paletteConversion >= 0 && paletteConversion <= 2,
+                    "(paletteConversion != 0 && paletteConversion != 1 && "
+                    "paletteConversion != 2)"))
+        return iplGetStatus();
+    if (dib.header.biBitCount < 16 && !preparePalette(caller, &dib, image, paletteConversion))
+        return iplGetStatus();
+    if (dither != 1) {
+        refuseDither(caller, dib.header);
+        return iplGetStatus();
+    }
+    Export plan;
+    if (!chooseExport(caller, dib, image, &plan))
+        return iplGetStatus();
+    exportRows(plan, image, dib);
+    if (ownIsCompressed(dib.header))
+        return ownCompressRLE(&dib);
+    return static_cast<int32_t>(dib.header.biCompression);
+}
+
+int32_t iplConvertToDIB(const IplImage* image, BITMAPINFOHEADER* dib, int32_t dither,
+                        int32_t paletteConversion)
+{
+    return ownConvertToDIB(image, dib, ownUnknownSize, dither, paletteConversion);
+}

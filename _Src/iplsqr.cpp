@@ -1,8 +1,0 @@
-#include "_Src/iplframe.h"
-
-void iplSquare(const IplImage* srcImage, IplImage* dstImage)
-{
-    const quib::Kernels& kernels = quib::kernels();
-    ownScalarOperation({"iplSquare", "iplsqr"}, srcImage, dstImage,
-                       {&kernels.pixel.square, kernels.bits.copy, 0});
-}

@@ -1,8 +1,0 @@
-#include "_Src/iplframe.h"
-
-void iplSubtract(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage)
-{
-    const quib::Kernels& kernels = quib::kernels();
-    ownPairOperation({"iplSubtract", "iplsub"}, srcImageA, srcImageB, dstImage,
-                     {&kernels.pixel.subtract, kernels.bits.andNot, 0});
-}

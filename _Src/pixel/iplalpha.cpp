@@ -1,0 +1,365 @@
+// Products in units of the largest element, and the composites that are made of
+// them.
+#include "_Src/image/check.h"
+#include "_Src/pixel/composite.h"
+#include "_Src/pixel/frame.h"
+#include "_Src/walk/mask.h"
+#include "_Src/walk/tiles.h"
+
+#include <initializer_list>
+
+namespace
+{
+
+// The texts of the tests on one image, by its name in the call.
+struct ImageTexts {
+    const char* null;
+    const char* alphaChannel;
+    const char* alphaWithoutRoi;
+    const char* alphaWithoutCoi;
+    const char* depth;
+    const char* channels;    // neither has a channel of interest
+    const char* channelsOne; // the destination alone has one
+    const char* dstOne;      // the source alone has one
+    // Of composites:
+    const char* coiIsAlpha;
+    const char* dstCoiButNoRoi;
+    const char* dstCoiButNoCoi;
+    const char* coiButNoDstRoi;
+    const char* coiButNoDstCoi;
+    const char* noAlpha;
+    const char* alphaPastEnd;
+};
+
+#define QUIB_IMAGE_TEXTS(name)                                                                     \
+    {                                                                                              \
+        .null = name "==0",                                                                        \
+        .alphaChannel =                                                                            \
+            name "->alphaChannel > 0 && " name "->alphaChannel != " name "->nChannels",            \
+        .alphaWithoutRoi = name "->alphaChannel == 1 && " name "->roi == 0",                       \
+        .alphaWithoutCoi = name "->alphaChannel == 1 && " name "->roi->coi != 1",                  \
+        .depth = name "->depth != dstImage->depth",                                                \
+        .channels = "(" name "->nChannels - (" name "->alphaChannel != 0)) != "                    \
+                    "(dstImage->nChannels - (dstImage->alphaChannel != 0))",                       \
+        .channelsOne =                                                                             \
+            "(" name "->nChannels - (" name "->alphaChannel != 0)) != (dstImage->roi->coi > 0)",   \
+        .dstOne =                                                                                  \
+            "(dstImage->nChannels - (dstImage->alphaChannel != 0)) != (" name "->roi->coi > 0)",   \
+        .coiIsAlpha = name "->alphaChannel > 0 && " name "->roi->coi == " name "->alphaChannel",   \
+        .dstCoiButNoRoi = "dstImage->roi->coi > 0 && " name "->roi == 0",                          \
+        .dstCoiButNoCoi = "dstImage->roi->coi > 0 && " name "->roi->coi == 0",                     \
+        .coiButNoDstRoi = name "->roi->coi > 0 && dstImage->roi == 0",                             \
+        .coiButNoDstCoi = name "->roi->coi > 0 && dstImage->roi->coi == 0",                        \
+        .noAlpha = name "->alphaChannel < 1",                                                      \
+        .alphaPastEnd = name "->alphaChannel > " name "->nChannels",                               \
+    }
+
+constexpr ImageTexts dstTexts = QUIB_IMAGE_TEXTS("dstImage");
+constexpr ImageTexts srcTexts = QUIB_IMAGE_TEXTS("srcImage");
+constexpr ImageTexts srcATexts = QUIB_IMAGE_TEXTS("srcImageA");
+constexpr ImageTexts srcBTexts = QUIB_IMAGE_TEXTS("srcImageB");
+constexpr ImageTexts alphaATexts = QUIB_IMAGE_TEXTS("alphaImageA");
+constexpr ImageTexts alphaBTexts = QUIB_IMAGE_TEXTS("alphaImageB");
+constexpr ImageTexts alphaDstTexts = QUIB_IMAGE_TEXTS("alphaImageDst");
+
+#undef QUIB_IMAGE_TEXTS
+
+constexpr const char* noMemory = "No working memory";
+constexpr const char* tilingError = "ERROR in Tiling callBack";
+
+// --- Checks that all share -------------------------------------------------------------
+//
+// Sources come first in the arrays of images and texts, the destination third; a
+// null second source is left out. The destination is looked at first.
+
+bool isGood(const IplCaller& caller, const IplImage* image, const ImageTexts& texts)
+{
+    return ownRequire(caller, image != nullptr, texts.null) && ownImageIsGood(caller, image) &&
+           ownRequire(caller, image->alphaChannel <= 0 || image->alphaChannel == image->nChannels,
+                      texts.alphaChannel);
+}
+
+bool areGood(const IplCaller& caller, const IplImage* const images[3],
+             const ImageTexts* const texts[3])
+{
+    for (const int32_t i : {2, 0, 1})
+        if (texts[i] && !isGood(caller, images[i], *texts[i]))
+            return false;
+    return true;
+}
+
+bool depthsFit(const IplCaller& caller, const IplImage* const images[3],
+               const ImageTexts* const texts[3])
+{
+    const IplImage* dst = images[2];
+    if (!ownRequire(caller, dst->depth == IPL_DEPTH_8U || dst->depth == IPL_DEPTH_16U,
+                    "dstImage->depth != 8 && dstImage->depth != 16"))
+        return false;
+    for (const int32_t i : {0, 1})
+        if (images[i] && !ownRequire(caller, images[i]->depth == dst->depth, texts[i]->depth))
+            return false;
+    return true;
+}
+
+int32_t colourCount(const IplImage* image)
+{
+    return image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
+}
+
+// Two masks or more are merged by an inner call, after which the status is read.
+bool masksMayMerge(const IplCaller& caller, const IplImage* const images[3])
+{
+    int32_t masks = 0;
+    for (const int32_t i : {0, 1, 2})
+        masks += images[i] && images[i]->maskROI ? 1 : 0;
+    const bool failed = masks > 1 && iplGetStatus() < 0;
+    if (failed)
+        ownReport(caller, IPL_StsBackTrace, "Bad masks for images");
+    return !failed;
+}
+
+// --- Scale products ------------------------------------------------------------------------
+
+constexpr IplJobTexts jobTexts{noMemory, IPL_StsError, {tilingError, tilingError, tilingError}, {}};
+
+// A channel that is alpha and nothing else must be asked for.
+bool alphaIsAskedFor(const IplCaller& caller, const IplImage* image, const ImageTexts& texts)
+{
+    const bool isAlpha = image->nChannels == 1 && image->alphaChannel == 1;
+    return ownRequire(caller, !isAlpha || image->roi, texts.alphaWithoutRoi) &&
+           ownRequire(caller, !isAlpha || image->roi->coi == 1, texts.alphaWithoutCoi);
+}
+
+bool channelsAgree(const IplCaller& caller, const IplImage* src, const IplImage* dst,
+                   const ImageTexts& texts)
+{
+    if (ownCoi(src) && ownCoi(dst))
+        return true;
+    if (ownCoi(dst))
+        return ownRequire(caller, colourCount(src) == 1, texts.channelsOne);
+    if (ownCoi(src))
+        return ownRequire(caller, colourCount(dst) == 1, texts.dstOne);
+    return ownRequire(caller, colourCount(src) == colourCount(dst), texts.channels);
+}
+
+bool mayMultiply(const IplCaller& caller, const IplImage* const images[3],
+                 const ImageTexts* const texts[3])
+{
+    if (!areGood(caller, images, texts))
+        return false;
+    for (const int32_t i : {2, 0, 1})
+        if (images[i] && !alphaIsAskedFor(caller, images[i], *texts[i]))
+            return false;
+    if (!depthsFit(caller, images, texts))
+        return false;
+    for (const int32_t i : {0, 1})
+        if (images[i] && !channelsAgree(caller, images[i], images[2], *texts[i]))
+            return false;
+    return masksMayMerge(caller, images);
+}
+
+// The scale products, of one source and a constant or of two sources.
+void multiplyScale(const IplCaller& caller, const IplImage* const images[3],
+                   const ImageTexts* const texts[3], const IplPixelOp& op)
+{
+    if (!mayMultiply(caller, images, texts))
+        return;
+    IplPixelJob job{{images[0], images[1], images[2]}, {}, 0, false, op};
+    job.channelCount = ownCoi(images[2]) ? 1 : colourCount(images[2]);
+    for (const int32_t i : {0, 1, 2}) {
+        if (!images[i])
+            continue;
+        job.channelOffset[i] = ownCoi(images[i]) ? ownCoi(images[i]) - 1 : 0;
+        job.hasAlpha = job.hasAlpha || images[i]->alphaChannel != 0;
+    }
+    ownRunPixelJob(caller, job, jobTexts);
+}
+
+// --- Composites ------------------------------------------------------------------------------
+
+constexpr const ImageTexts* compositeTexts[3] = {&srcATexts, &srcBTexts, &dstTexts};
+
+// Either all three have a channel of interest or none.
+bool coisPair(const IplCaller& caller, const IplImage* src, const IplImage* dst,
+              const ImageTexts& texts)
+{
+    return ownRequire(caller, !ownCoi(dst) || src->roi, texts.dstCoiButNoRoi) &&
+           ownRequire(caller, !ownCoi(dst) || ownCoi(src), texts.dstCoiButNoCoi) &&
+           ownRequire(caller, !ownCoi(src) || dst->roi, texts.coiButNoDstRoi) &&
+           ownRequire(caller, !ownCoi(src) || ownCoi(dst), texts.coiButNoDstCoi);
+}
+
+bool imagesCompose(const IplCaller& caller, const IplImage* const images[3])
+{
+    const IplImage* dst = images[2];
+    if (!areGood(caller, images, compositeTexts))
+        return false;
+    for (const int32_t i : {2, 0, 1})
+        if (!ownRequire(caller, !ownCoi(images[i]) || ownCoi(images[i]) != images[i]->alphaChannel,
+                        compositeTexts[i]->coiIsAlpha))
+            return false;
+    if (!depthsFit(caller, images, compositeTexts))
+        return false;
+    for (const int32_t i : {0, 1})
+        if (!coisPair(caller, images[i], dst, *compositeTexts[i]))
+            return false;
+    for (const int32_t i : {0, 1})
+        if (!ownRequire(caller, ownCoi(dst) || colourCount(images[i]) == colourCount(dst),
+                        compositeTexts[i]->channels))
+            return false;
+    return true;
+}
+
+bool hasAlpha(const IplCaller& caller, const IplImage* image, const ImageTexts& texts)
+{
+    return ownRequire(caller, image->alphaChannel >= 1, texts.noAlpha) &&
+           ownRequire(caller, image->alphaChannel <= image->nChannels, texts.alphaPastEnd);
+}
+
+// A null image is not given.
+bool alphaImageFits(const IplCaller& caller, const IplImage* image, const IplImage* dst,
+                    const ImageTexts& texts)
+{
+    return !image || (isGood(caller, image, texts) &&
+                      ownRequire(caller, image->depth == dst->depth, texts.depth));
+}
+
+bool choicesAreKnown(const IplCaller& caller, const IplComposite& composite)
+{
+    return ownRequire(caller, composite.compositeType >= 0 && composite.compositeType <= 5,
+                      "compositeType != 0 && compositeType != 1 && compositeType != 2 && "
+                      "compositeType != 3 && compositeType != 4 && compositeType != 5") &&
+           ownRequire(caller, composite.premulAlpha == 0 || composite.premulAlpha == 1,
+                      "premulAlpha != 0 && premulAlpha != 1") &&
+           ownRequire(caller, composite.divideMode == 0 || composite.divideMode == 1,
+                      "divideMode != 0 && divideMode != 1");
+}
+
+bool runCompositeTiled(const IplComposite& composite, const IplImage* mask)
+{
+    IplTileSide sides[IPL_COMPOSITE_ROLES + 1];
+    const IplImage* records[IPL_COMPOSITE_ROLES] = {};
+    int32_t count = 0;
+    for (int32_t role = 0; role < IPL_COMPOSITE_ROLES; ++role) {
+        const IplImage* image = composite.images[role];
+        for (int32_t i = 0; i < count; ++i)
+            if (sides[i].image == image)
+                records[role] = &sides[i].record;
+        if (!image || records[role])
+            continue;
+        const bool isWritten = image == composite.images[IPL_COMPOSITE_DST] ||
+                               image == composite.images[IPL_ALPHA_DST];
+        records[role] = &sides[count].record;
+        sides[count].image = image;
+        sides[count++].mode = isWritten ? IPL_GET_TILE_TO_WRITE : IPL_GET_TILE_TO_READ;
+    }
+    const IplImage* maskRecord = nullptr;
+    if (mask) {
+        maskRecord = &sides[count].record;
+        sides[count++].image = mask;
+    }
+    return ownWalkTiles(sides, count, INT32_MAX, INT32_MAX, [&] {
+               ownCompositePiece(composite, records, maskRecord);
+           }).kind == IplTileFault::none;
+}
+
+// What is left of a composite whose images are checked.
+void runComposite(const IplCaller& caller, const IplComposite& composite)
+{
+    const IplImage* const images[3] = {composite.images[IPL_COMPOSITE_A],
+                                       composite.images[IPL_COMPOSITE_B],
+                                       composite.images[IPL_COMPOSITE_DST]};
+    if (!choicesAreKnown(caller, composite) || !masksMayMerge(caller, images))
+        return;
+    MaskMerge state{};
+    IplImage* mask =
+        ownMergeMasks(images[2]->maskROI, images[0]->maskROI, images[1]->maskROI, &state);
+    if (state == MaskMerge::empty)
+        return;
+    if (state == MaskMerge::noMemory) {
+        ownReport(caller, IPL_StsNoMem, noMemory);
+        return;
+    }
+    bool isTiled = false;
+    for (const IplImage* image : composite.images)
+        isTiled = isTiled || (image && image->tileInfo);
+    if (!isTiled)
+        ownCompositePiece(composite, composite.images, mask);
+    else if (!runCompositeTiled(composite, mask))
+        ownReport(caller, IPL_StsError, tilingError);
+    ownFreeMask(mask, state);
+}
+
+} // namespace
+
+void iplMultiplySScale(const IplImage* srcImage, IplImage* dstImage, int32_t value)
+{
+    const IplImage* const images[3] = {srcImage, nullptr, dstImage};
+    const ImageTexts* const texts[3] = {&srcTexts, nullptr, &dstTexts};
+    const uint32_t depth = dstImage ? dstImage->depth : IPL_DEPTH_8U;
+    multiplyScale({"iplMultiplySScale", "iplalpha"}, images, texts,
+                  {&quib::kernels().pixel.multiplyScaleS, nullptr, ownClampToDepth(depth, value)});
+}
+
+void iplMultiplyScale(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage)
+{
+    const IplImage* const images[3] = {srcImageA, srcImageB, dstImage};
+    const ImageTexts* const texts[3] = {&srcATexts, &srcBTexts, &dstTexts};
+    multiplyScale({"iplMultiplyScale", "iplalpha"}, images, texts,
+                  {&quib::kernels().pixel.multiplyScale, nullptr, 0});
+}
+
+void iplAlphaCompositeC(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage,
+                        int32_t compositeType, int32_t aA, int32_t aB, int32_t premulAlpha,
+                        int32_t divideMode)
+{
+    const IplCaller caller{"iplAlphaCompositeC", "iplalpha"};
+    const IplImage* const images[3] = {srcImageA, srcImageB, dstImage};
+    if (!imagesCompose(caller, images) || (aA < 0 && !hasAlpha(caller, srcImageA, srcATexts)) ||
+        (aB < 0 && !hasAlpha(caller, srcImageB, srcBTexts)))
+        return;
+    // A constant that is too large passes the checks and still means the image.
+    const int32_t largest = dstImage->depth == IPL_DEPTH_8U ? 255 : 65535;
+    const bool imageA = aA < 0 || aA > largest;
+    const bool imageB = aB < 0 || aB > largest;
+    const IplComposite composite{
+        .images = {srcImageA, srcImageB, imageA ? srcImageA : nullptr, imageB ? srcImageB : nullptr,
+                   dstImage, nullptr},
+        .constantA = imageA ? 0 : aA,
+        .constantB = imageB ? 0 : aB,
+        .compositeType = compositeType,
+        .premulAlpha = premulAlpha,
+        .divideMode = divideMode,
+    };
+    runComposite(caller, composite);
+}
+
+void iplAlphaComposite(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage,
+                       int32_t compositeType, const IplImage* alphaImageA,
+                       const IplImage* alphaImageB, IplImage* alphaImageDst, int32_t premulAlpha,
+                       int32_t divideMode)
+{
+    const IplCaller caller{"iplAlphaComposite", "iplalpha"};
+    const IplImage* const images[3] = {srcImageA, srcImageB, dstImage};
+    if (!imagesCompose(caller, images) ||
+        !alphaImageFits(caller, alphaImageA, dstImage, alphaATexts) ||
+        (!alphaImageA && !hasAlpha(caller, srcImageA, srcATexts)) ||
+        !alphaImageFits(caller, alphaImageB, dstImage, alphaBTexts) ||
+        !alphaImageFits(caller, alphaImageDst, dstImage, alphaDstTexts) ||
+        (alphaImageDst && !hasAlpha(caller, alphaImageDst, alphaDstTexts)))
+        return;
+    // An alpha image for A alone leaves B without any.
+    const bool ownAlphaB = !alphaImageA && srcImageB->alphaChannel != 0;
+    const IplImage* alphaB = alphaImageB ? alphaImageB : ownAlphaB ? srcImageB : nullptr;
+    const IplImage* ownAlphaDst = dstImage->alphaChannel != 0 ? dstImage : nullptr;
+    const IplComposite composite{
+        .images = {srcImageA, srcImageB, alphaImageA ? alphaImageA : srcImageA, alphaB, dstImage,
+                   alphaImageDst ? alphaImageDst : ownAlphaDst},
+        .constantA = 0,
+        .constantB = -1,
+        .compositeType = compositeType,
+        .premulAlpha = premulAlpha,
+        .divideMode = divideMode,
+    };
+    runComposite(caller, composite);
+}

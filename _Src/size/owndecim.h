@@ -1,0 +1,16 @@
+// The kernels' drivers of iplDecimate.
+#pragma once
+
+#include "_Src/size/scaling.h"
+
+// Samples the source at multiples of xSrc / xDst and ySrc / yDst pixels from its
+// region's corner: nearest takes the pixel there or before, bilinear and cubic
+// the fraction. False if there is no memory.
+bool ownDecimateSamples(const IplScaling& scaling, const IplFactors& factors, int32_t mode);
+
+// Averages over areas of xSrc / xDst by ySrc / yDst pixels. srcWidth and
+// srcHeight are the region's size. Means of whole 8-bit and 16-bit pixels are
+// exact, others in single precision; both are rounded to nearest, halves up. A
+// bit is set when the average, which is exact too, is 0.5 or more. False if there is no memory.
+bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors, int32_t srcWidth,
+                      int32_t srcHeight);
