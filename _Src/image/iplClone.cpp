@@ -1,11 +1,20 @@
+#include "_Src/image/check.h"
+#include "_Src/image/pitch.h"
 #include "_Src/image/report.h"
 #include "kernels/kernels.h"
 
 #include <algorithm>
+#include <cstring>
+
+namespace
+{
+
+constexpr IplCaller caller{"iplCloneImage", "iplClone"};
+
+} // namespace
 
 IplImage* ownCloneRecord(const IplImage* image)
 {
-    const IplCaller caller{"iplCloneImage", "iplClone"};
     if (!ownImageIsGood(caller, image))
         return nullptr;
     IplImage* clone =
@@ -52,5 +61,37 @@ IplImage* iplCloneImage(const IplImage* image)
         quib::kernels().block.copy(
             clone->imageData, image->imageData,
             static_cast<size_t>(std::min(image->imageSize, clone->imageSize)));
+    return clone;
+}
+
+namespace
+{
+
+bool hasUsualSizes(const IplImage* image)
+{
+    const int64_t rows = static_cast<int64_t>(image->height) * ownPlaneCount(image);
+    return image->widthStep == ownWidthStep(image, image->width) &&
+           image->imageSize == rows * image->widthStep;
+}
+
+} // namespace
+
+IplImage* ownCloneForResult(const IplImage* image)
+{
+    if (!ownImageIsGood(caller, image))
+        return nullptr;
+    if (image->tileInfo || !hasUsualSizes(image))
+        return iplCloneImage(image);
+    IplImage* clone = ownCloneRecord(image);
+    if (!clone)
+        return nullptr;
+    const size_t step = static_cast<size_t>(image->widthStep);
+    const size_t bits =
+        static_cast<size_t>(ownDepthBits(image->depth)) * ownElementsPerPixel(image);
+    const size_t pixelBytes = static_cast<size_t>(image->width) * bits / 8;
+    const size_t rows = static_cast<size_t>(image->height) * ownPlaneCount(image);
+    if (pixelBytes < step)
+        for (size_t at = pixelBytes; at < rows * step; at += step)
+            std::memcpy(clone->imageData + at, image->imageData + at, step - pixelBytes);
     return clone;
 }

@@ -93,7 +93,7 @@ void decimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
         return;
     const int32_t mode = chooseMode(src, factors, interpolate);
     if (mode == IPL_INTER_SUPER) {
-        if (!ownDecimateAreas(scaling, factors, srcWidth, srcHeight)) {
+        if (!ownDecimateAreas(scaling, factors)) {
             ownReport(caller, IPL_StsNoMem,
                       "Can't create temporary buffer for interpolate = IPL_INTER_SUPER");
             return;

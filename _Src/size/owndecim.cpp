@@ -32,18 +32,13 @@ void fillAxis(IplAxis* axis, int32_t dstFactor, int32_t srcFactor)
 struct Areas {
     IplRaster src;
     IplTarget dst;
-    int32_t srcWidth; // of the region
-    int32_t srcHeight;
-    int32_t width; // of the extent
-    int32_t height;
 };
 
+// All elements of the region's pixels, whether they take part or not.
 template<class Element>
-const Element* regionRow(const Areas& job, int32_t plane, int64_t y)
+const Element* pixelRow(const Areas& job, int32_t plane, int32_t y)
 {
-    const int32_t row = job.src.y + static_cast<int32_t>(y);
-    return reinterpret_cast<const Element*>(job.src.row(plane, row)) +
-           static_cast<ptrdiff_t>(job.src.x) * job.src.stride;
+    return ownRegionRow<const Element>(job.src, plane, y) - job.src.first;
 }
 
 void makeMeans(uint8_t* out, const uint8_t* src, ptrdiff_t step, const quib::AreaBlock& block,
@@ -76,10 +71,10 @@ void makeMeans(uint16_t* out, const uint16_t* src, ptrdiff_t step, const quib::A
 bool averageWholeImage(const Areas& job, const quib::AreaBlock& block, void* scratch)
 {
     for (int32_t plane = 0; plane < job.src.planes; ++plane)
-        quib::kernels().area.blockMeans(ownTargetRow<uint8_t>(job.dst, plane, 0),
-                                        job.dst.raster.step, regionRow<uint8_t>(job, plane, 0),
-                                        job.src.step, block, static_cast<size_t>(job.width),
-                                        static_cast<size_t>(job.height), scratch);
+        quib::kernels().area.blockMeans(ownRegionRow<uint8_t>(job.dst.raster, plane, 0),
+                                        job.dst.raster.step, pixelRow<uint8_t>(job, plane, 0),
+                                        job.src.step, block, static_cast<size_t>(job.dst.width),
+                                        static_cast<size_t>(job.dst.height), scratch);
     return true;
 }
 
@@ -88,17 +83,17 @@ bool averageWhole(const Areas& job, int32_t xSize, int32_t ySize)
 {
     // All elements of the pixels are averaged, the processed ones delivered.
     const quib::AreaBlock block{xSize, ySize, job.src.stride};
-    const int64_t srcElements = static_cast<int64_t>(job.width) * xSize * job.src.stride;
+    const int64_t srcElements = static_cast<int64_t>(job.dst.width) * xSize * job.src.stride;
     const IplScratch<uint32_t> sums(srcElements);
-    const IplScratch<Element> scratch(static_cast<int64_t>(job.width) * job.src.stride);
+    const IplScratch<Element> scratch(static_cast<int64_t>(job.dst.width) * job.src.stride);
     if (!sums.data || !scratch.data)
         return false;
     if (sizeof(Element) == 1 && ownTakesWholeRows(job.dst) && job.src.channels == job.src.stride)
         return averageWholeImage(job, block, sums.data);
     for (int32_t plane = 0; plane < job.src.planes; ++plane) {
-        for (int32_t y = 0; y < job.height; ++y) {
-            makeMeans(scratch.data, regionRow<Element>(job, plane, static_cast<int64_t>(y) * ySize),
-                      job.src.step, block, job.width, sums.data);
+        for (int32_t y = 0; y < job.dst.height; ++y) {
+            makeMeans(scratch.data, pixelRow<Element>(job, plane, y * ySize), job.src.step, block,
+                      job.dst.width, sums.data);
             ownDeliver(job.dst, plane, y, scratch.data + job.src.first, job.src.stride);
         }
     }
@@ -159,16 +154,16 @@ float weightOf(const AreaSpan& span, int32_t i)
 // The tables and the sum buffer of a call.
 struct AreaTables {
     AreaTables(const Areas& job, const IplFactors& factors)
-        : columns(job.width), rows(job.height),
-          elements(static_cast<int64_t>(job.srcWidth) * job.src.stride),
+        : columns(job.dst.width), rows(job.dst.height),
+          elements(static_cast<int64_t>(job.src.region.width) * job.src.stride),
           sums(elements + quib::areaSlack), between(elements),
           xSize(static_cast<float>(factors.xSrc) / static_cast<float>(factors.xDst)),
           ySize(static_cast<float>(factors.ySrc) / static_cast<float>(factors.yDst))
     {
         if (!exists())
             return;
-        setSpans(columns.data, job.width, xSize, job.srcWidth);
-        setSpans(rows.data, job.height, ySize, job.srcHeight);
+        setSpans(columns.data, job.dst.width, xSize, job.src.region.width);
+        setSpans(rows.data, job.dst.height, ySize, job.src.region.height);
         clear();
     }
     bool exists() const { return columns.data && rows.data && sums.data && between.data; }
@@ -214,14 +209,14 @@ void averageRow(Element* out, const Areas& job, const AreaTables& tables, int32_
     float* const sums = tables.sums.data;
     tables.clear();
     for (int32_t i = 0; i < rows.count; ++i) {
-        const Element* row = regionRow<Element>(job, plane, rows.first + i);
+        const Element* row = pixelRow<Element>(job, plane, rows.first + i);
         const float weight = weightOf(rows, i);
         for (int64_t k = 0; k < tables.elements; ++k)
             sums[k] += weight * static_cast<float>(row[k]);
     }
     const int32_t stride = job.src.stride;
     const float scale = tables.scale();
-    for (int32_t x = 0; x < job.width; ++x)
+    for (int32_t x = 0; x < job.dst.width; ++x)
         for (int32_t c = 0; c < stride; ++c)
             store(out++, spanSum(sums + c, tables.columns.data[x], stride) * scale);
 }
@@ -230,23 +225,23 @@ void averageRow(uint8_t* out, const Areas& job, const AreaTables& tables, int32_
                 const AreaSpan& rows)
 {
     const quib::AreaKernels& kernels = quib::kernels().area;
-    kernels.spanColumns(tables.sums.data, regionRow<uint8_t>(job, plane, rows.first), job.src.step,
+    kernels.spanColumns(tables.sums.data, pixelRow<uint8_t>(job, plane, rows.first), job.src.step,
                         rows, static_cast<size_t>(tables.elements), tables.between.data);
-    kernels.spanMeans(out, tables.sums.data, tables.columns.data, static_cast<size_t>(job.width),
-                      job.src.stride, tables.scale());
+    kernels.spanMeans(out, tables.sums.data, tables.columns.data,
+                      static_cast<size_t>(job.dst.width), job.src.stride, tables.scale());
 }
 
 template<class Element>
 bool averageCut(const Areas& job, const IplFactors& factors)
 {
     const AreaTables tables(job, factors);
-    const IplScratch<Element> scratch(static_cast<int64_t>(job.width) * job.src.stride);
+    const IplScratch<Element> scratch(static_cast<int64_t>(job.dst.width) * job.src.stride);
     if (!tables.exists() || !scratch.data)
         return false;
     const bool inPlace = ownTakesWholeRows(job.dst) && job.src.channels == job.src.stride;
     for (int32_t plane = 0; plane < job.src.planes; ++plane) {
-        for (int32_t y = 0; y < job.height; ++y) {
-            Element* out = inPlace ? ownTargetRow<Element>(job.dst, plane, y) : scratch.data;
+        for (int32_t y = 0; y < job.dst.height; ++y) {
+            Element* out = inPlace ? ownRegionRow<Element>(job.dst.raster, plane, y) : scratch.data;
             averageRow(out, job, tables, plane, tables.rows.data[y]);
             if (!inPlace)
                 ownDeliver(job.dst, plane, y, out + job.src.first, job.src.stride);
@@ -292,19 +287,21 @@ void addBits(uint32_t* sums, const uint8_t* row, int32_t start, uint32_t weight,
 
 bool averageBits(const Areas& job, const IplFactors& factors)
 {
-    const IplScratch<uint32_t> sums(job.srcWidth); // of the columns, under one destination row
-    const IplScratch<uint8_t> bits((static_cast<int64_t>(job.width) + 7) / 8);
+    const IplScratch<uint32_t> sums(
+        job.src.region.width); // of the columns, under one destination row
+    const IplScratch<uint8_t> bits((static_cast<int64_t>(job.dst.width) + 7) / 8);
     if (!sums.data || !bits.data)
         return false;
     const uint64_t area = static_cast<uint64_t>(factors.xSrc) * static_cast<uint64_t>(factors.ySrc);
     BitWalk rows(factors.yDst);
-    for (int32_t y = 0; y < job.height; ++y) {
-        std::memset(sums.data, 0, sizeof(uint32_t) * static_cast<size_t>(job.srcWidth));
+    for (int32_t y = 0; y < job.dst.height; ++y) {
+        std::memset(sums.data, 0, sizeof(uint32_t) * static_cast<size_t>(job.src.region.width));
         rows.takeArea(factors.ySrc, [&](int32_t row, uint32_t parts) {
-            addBits(sums.data, job.src.row(0, job.src.y + row), job.src.x, parts, job.srcWidth);
+            addBits(sums.data, job.src.row(0, job.src.region.y + row), job.src.region.x, parts,
+                    job.src.region.width);
         });
         BitWalk columns(factors.xDst);
-        for (int32_t x = 0; x < job.width; ++x) {
+        for (int32_t x = 0; x < job.dst.width; ++x) {
             uint64_t sum = 0;
             columns.takeArea(factors.xSrc, [&](int32_t column, uint32_t parts) {
                 sum += uint64_t{parts} * sums.data[column];
@@ -339,12 +336,11 @@ bool ownDecimateSamples(const IplScaling& scaling, const IplFactors& factors, in
     return ownSample(&scaling.src, &scaling.dst, scaling.mask, x, y, mode);
 }
 
-bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors, int32_t srcWidth,
-                      int32_t srcHeight)
+bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors)
 {
-    Areas job{{}, {}, srcWidth, srcHeight, scaling.width, scaling.height};
-    if (!ownRaster(&scaling.src, &job.src) ||
-        !ownTarget(&scaling.dst, scaling.mask, scaling.width, &job.dst))
+    Areas job{};
+    if (!ownRegionStart(&scaling.src, &job.src) ||
+        !ownOpenTarget(&scaling.dst, scaling.mask, scaling.width, scaling.height, &job.dst))
         return true;
     switch (ownDepthBits(scaling.src.depth)) {
     case 1:

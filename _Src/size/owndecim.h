@@ -8,9 +8,8 @@
 // the fraction. False if there is no memory.
 bool ownDecimateSamples(const IplScaling& scaling, const IplFactors& factors, int32_t mode);
 
-// Averages over areas of xSrc / xDst by ySrc / yDst pixels. srcWidth and
-// srcHeight are the region's size. Means of whole 8-bit and 16-bit pixels are
-// exact, others in single precision; both are rounded to nearest, halves up. A
-// bit is set when the average, which is exact too, is 0.5 or more. False if there is no memory.
-bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors, int32_t srcWidth,
-                      int32_t srcHeight);
+// Averages over areas of xSrc / xDst by ySrc / yDst pixels. Means of whole 8-bit
+// and 16-bit pixels are exact, others in single precision; both are rounded to
+// nearest, halves up. A bit is set when the average, which is exact too, is 0.5 or
+// more. False if there is no memory.
+bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors);

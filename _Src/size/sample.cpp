@@ -17,8 +17,6 @@ using quib::ZoomQuadGroup;
 struct Sampling {
     IplRaster src;
     IplTarget dst;
-    int32_t srcWidth; // of the image, in pixels
-    int32_t srcHeight;
     const IplAxis& x;
     const IplAxis& y;
 };
@@ -33,12 +31,12 @@ int64_t lineLength(const Sampling& job)
 
 int32_t nearestRow(const Sampling& job, int32_t y)
 {
-    return std::clamp(job.src.y + job.y.index.data[y], 0, job.srcHeight - 1);
+    return std::clamp(job.src.region.y + job.y.index.data[y], 0, job.src.height - 1);
 }
 
 int32_t nearestColumn(const Sampling& job, int32_t x)
 {
-    return std::clamp(job.src.x + job.x.index.data[x], 0, job.srcWidth - 1);
+    return std::clamp(job.src.region.x + job.x.index.data[x], 0, job.src.width - 1);
 }
 
 template<class Element, int32_t channels>
@@ -83,7 +81,7 @@ bool sampleNearest(const Sampling& job)
         const Element* made = nullptr; // the row in hand, and where it comes from
         int32_t madeOf = -1;
         for (int32_t y = 0; y < job.y.count; ++y) {
-            Element* out = inPlace ? ownTargetRow<Element>(job.dst, plane, y) : scratch.data;
+            Element* out = inPlace ? ownRegionRow<Element>(job.dst.raster, plane, y) : scratch.data;
             const int32_t row = nearestRow(job, y);
             if (row != madeOf)
                 gather(out, reinterpret_cast<const Element*>(job.src.row(plane, row)), offsets.data,
@@ -219,14 +217,14 @@ bool makeRows(const Sampling& job, MakeLine makeLine, MakeRow makeRow)
     Lines<Line, taps> lines(count + quib::zoomLanes);
     if (!windows.data || !scratch.data || !lines.block.data)
         return false;
-    setWindows<taps>(windows.data, job.y, job.src.y, job.srcHeight);
+    setWindows<taps>(windows.data, job.y, job.src.region.y, job.src.height);
     for (int32_t plane = 0; plane < job.src.planes; ++plane) {
         lines.forget();
         const auto makePlaneLine = [&](Line* line, int32_t row) { makeLine(line, plane, row); };
         for (int32_t y = 0; y < job.y.count; ++y) {
             const Line* found[taps];
             lines.find(found, windows.data[y], makePlaneLine);
-            Element* out = inPlace ? ownTargetRow<Element>(job.dst, plane, y) : scratch.data;
+            Element* out = inPlace ? ownRegionRow<Element>(job.dst.raster, plane, y) : scratch.data;
             makeRow(out, found, windows.data[y], count);
             if (!inPlace)
                 ownDeliver(job.dst, plane, y, out, job.src.channels);
@@ -280,7 +278,7 @@ bool sampleWide(const Sampling& job)
     const IplScratch<Window> columns(job.x.count);
     if (!columns.data)
         return false;
-    setWindows<taps>(columns.data, job.x, job.src.x, job.srcWidth);
+    setWindows<taps>(columns.data, job.x, job.src.region.x, job.src.width);
     const auto makeLine = [&](double* line, int32_t plane, int32_t row) {
         const uint8_t* src = job.src.row(plane, row);
         makeWideLine<Element, taps>(line, reinterpret_cast<const Element*>(src), job, columns.data);
@@ -331,7 +329,7 @@ void makeRow8(uint8_t* out, const int16_t* const (&lines)[4], const Window& wind
 // rows of at least one window. Rows that are not so are copied.
 struct RowSource {
     explicit RowSource(const Sampling& job)
-        : raster(job.src), width(job.srcWidth), picksOne(raster.stride > 4),
+        : raster(job.src), width(job.src.width), picksOne(raster.stride > 4),
           stride(picksOne ? 1 : raster.stride), first(picksOne ? 0 : raster.first),
           length(std::max(width * stride, quib::zoomWindow)),
           copies(picksOne || width * stride < quib::zoomWindow), copy(copies ? length : 1)
@@ -404,7 +402,7 @@ bool sample8(const Sampling& job)
     const IplScratch<Window> columns(job.x.count);
     if (!source.copy.data || !columns.data)
         return false;
-    setWindows<taps>(columns.data, job.x, job.src.x, job.srcWidth);
+    setWindows<taps>(columns.data, job.x, job.src.region.x, job.src.width);
     const int64_t groupCount = layGroups<Group, taps>(nullptr, columns.data, job, source);
     const IplScratch<Group> groups(groupCount);
     if (!groups.data)
@@ -445,13 +443,13 @@ bool sampleAs<uint8_t>(const Sampling& job, int32_t mode)
 bool ownSample(const IplImage* src, const IplImage* dst, const IplImage* mask, const IplAxis& x,
                const IplAxis& y, int32_t mode)
 {
-    Sampling job{{}, {}, src->width, src->height, x, y};
-    if (!ownRaster(src, &job.src) || !ownTarget(dst, mask, x.count, &job.dst))
+    Sampling job{{}, {}, x, y};
+    if (!ownRegionStart(src, &job.src) || !ownOpenTarget(dst, mask, x.count, y.count, &job.dst))
         return true;
     // The line kernels take pixels of at most 4 elements.
     if (src->depth == IPL_DEPTH_8U && job.src.stride > 4) {
-        ownSplitChannels(&job.src, 1);
-        ownSplitChannels(&job.dst.raster, 1);
+        ownSplitChannels(&job.src);
+        ownSplitChannels(&job.dst.raster);
     }
     switch (ownDepthBits(src->depth)) {
     case 1:

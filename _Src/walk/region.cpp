@@ -26,6 +26,11 @@ uint8_t* rowAddress(const IplImage* image, int32_t y)
 
 } // namespace
 
+int32_t ownProcessedChannels(const IplImage* image)
+{
+    return ownCoi(image) > 0 ? 1 : image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
+}
+
 bool ownRegionSize(const IplImage* image, int32_t* height, int32_t* width, bool clip)
 {
     const IplROI* roi = image->roi;

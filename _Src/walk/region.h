@@ -23,6 +23,10 @@ inline int32_t ownCoi(const IplImage* image)
     return image->roi && image->roi->coi > 0 ? image->roi->coi : 0;
 }
 
+// How many channels an operation works on: one for a channel of interest,
+// otherwise all but alpha.
+int32_t ownProcessedChannels(const IplImage* image);
+
 // The size of an image's region; false when there is nothing to do. With
 // `clip`, only the part that lies inside the image.
 bool ownRegionSize(const IplImage* image, int32_t* height, int32_t* width, bool clip);

@@ -136,3 +136,52 @@ TEST(IplCloneImage, LooksAtNoOldStatus)
     EXPECT_NE(clone, nullptr);
     EXPECT_EQ(iplGetStatus(), -9);
 }
+
+TEST(OwnCloneForResult, CopiesTheHeaderAndThePaddingOfTheRows)
+{
+    Random random(5);
+    for (const int32_t order : {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE}) {
+        const Image image = makeImage(5, 3, 3, IPL_DEPTH_16S, order, 8);
+        randomise(image.get(), random);
+        setRoi(image.get(), 1, 2, 1, 2, 1);
+        const Image clone(ownCloneForResult(image.get()));
+        ASSERT_NE(clone, nullptr);
+        EXPECT_NE(clone->imageData, image->imageData);
+        EXPECT_EQ(clone->imageSize, image->imageSize);
+        EXPECT_EQ(clone->roi->xOffset, 2);
+        const int32_t pixelBytes = order == IPL_DATA_ORDER_PLANE ? 10 : 30;
+        for (int32_t at = 0; at < image->imageSize; ++at) {
+            if (at % image->widthStep >= pixelBytes) {
+                EXPECT_EQ(clone->imageData[at], image->imageData[at]) << at;
+            }
+        }
+    }
+}
+
+TEST(OwnCloneForResult, CopiesTheBytesThatBitsShareWithPadding)
+{
+    const Image image = makeImage(11, 2, 1, IPL_DEPTH_1U);
+    std::memset(image->imageData, 0x5A, image->imageSize);
+    const Image clone(ownCloneForResult(image.get()));
+    for (const int32_t at : {1, 2, 3, 5, 6, 7})
+        EXPECT_EQ(clone->imageData[at], 0x5A) << at;
+}
+
+TEST(OwnCloneForResult, CopiesAllOfARecordWithSizesOfItsOwn)
+{
+    Random random(6);
+    const Image image = makeImage(64, 8, 1, IPL_DEPTH_8U);
+    randomise(image.get(), random);
+    image->width = 3;
+    const Image clone(ownCloneForResult(image.get()));
+    EXPECT_EQ(clone->imageSize, 32);
+    EXPECT_EQ(std::memcmp(clone->imageData, image->imageData, 32), 0);
+}
+
+TEST(OwnCloneForResult, ReportsAsTheCloneDoes)
+{
+    const Image image = makeImage(5, 5, 4, IPL_DEPTH_8U);
+    image->nChannels = 0;
+    EXPECT_REPORT(ownCloneForResult(image.get()), -15, "iplCloneImage", "Incorrect Image",
+                  "iplClone");
+}

@@ -38,11 +38,6 @@ void expectSize(IplROI roi, bool clip, int32_t height, int32_t width)
     EXPECT_EQ(size.width, width);
 }
 
-int64_t offsetOf(const IplImage* image, const uint8_t* address)
-{
-    return address - reinterpret_cast<const uint8_t*>(image->imageData);
-}
-
 } // namespace
 
 TEST(OwnRegionSize, IsTheImagesSizeWithoutARegion)
@@ -111,90 +106,6 @@ TEST(OwnCommonRegion, TakesTheSmallestOfEachSide)
     EXPECT_EQ(width, 10);
 }
 
-TEST(OwnRegionStart, RefusesAnImageThatIsAlphaAlone)
-{
-    const Image image = makeImage(10, 6, 1, IPL_DEPTH_8U, 0, 4, 1);
-    IplWalk walk{};
-    EXPECT_FALSE(ownRegionStart(image.get(), &walk));
-    // With a region it has a walk, over no channel.
-    setRoi(image.get(), 0, 0, 0, 2, 2);
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(walk.channels, 0);
-    setRoi(image.get(), 1, 0, 0, 2, 2);
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(walk.channels, 1);
-}
-
-TEST(OwnRegionStart, LeavesTheAlphaChannelOutUnlessItIsNamed)
-{
-    const Image image = makeImage(10, 6, 4, IPL_DEPTH_8U, 0, 4, 4);
-    IplWalk walk{};
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(walk.channels, 3);
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 0);
-    setRoi(image.get(), 4, 0, 0, 2, 2);
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(walk.channels, 1);
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 3);
-}
-
-TEST(OwnRegionStart, FindsTheFirstElementInPixelOrder)
-{
-    const Image image = makeImage(10, 6, 3, IPL_DEPTH_16S);
-    setRoi(image.get(), 0, 4, 2, 3, 3);
-    IplWalk walk{};
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 2 * 60 + 4 * 6);
-    EXPECT_EQ(walk.step, 60);
-    EXPECT_EQ(walk.planeStep, 360);
-    EXPECT_EQ(walk.channels, 3);
-    EXPECT_EQ(walk.bitStart, 0);
-    setRoi(image.get(), 3, 4, 2, 3, 3);
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 2 * 60 + 4 * 6 + 4);
-    EXPECT_EQ(walk.channels, 1);
-    setRoi(image.get(), 0, -4, -2, 9, 9);
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 0);
-}
-
-TEST(OwnRegionStart, FindsTheFirstElementInPlaneOrder)
-{
-    const Image image = makeImage(10, 6, 3, IPL_DEPTH_32F, 1);
-    setRoi(image.get(), 2, 4, 2, 3, 3);
-    IplWalk walk{};
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(walk.step, 40);
-    EXPECT_EQ(walk.planeStep, 240);
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 240 + 2 * 40 + 4 * 4);
-}
-
-TEST(OwnRegionStart, StandsAtTheRowsStartAtDepthOne)
-{
-    const Image image = makeImage(40, 6, 1, IPL_DEPTH_1U);
-    setRoi(image.get(), 0, 19, 3, 3, 3);
-    IplWalk walk{};
-    EXPECT_TRUE(ownRegionStart(image.get(), &walk));
-    EXPECT_EQ(offsetOf(image.get(), walk.address), 3 * 8);
-    EXPECT_EQ(walk.bitStart, 19);
-}
-
-TEST(OwnMaskStart, GivesTheByteAndTheBitInIt)
-{
-    const Image mask = makeImage(40, 6, 1, IPL_DEPTH_1U);
-    IplMaskWalk walk{};
-    EXPECT_TRUE(ownMaskStart(mask.get(), &walk));
-    EXPECT_EQ(offsetOf(mask.get(), walk.address), 0);
-    EXPECT_EQ(walk.bitOffset, 0);
-    setRoi(mask.get(), 0, 19, 3, 3, 3);
-    EXPECT_TRUE(ownMaskStart(mask.get(), &walk));
-    EXPECT_EQ(offsetOf(mask.get(), walk.address), 3 * 8 + 2);
-    EXPECT_EQ(walk.step, 8);
-    EXPECT_EQ(walk.bitOffset, 3);
-    const Image gray = makeImage(4, 4, 1, IPL_DEPTH_8U);
-    EXPECT_FALSE(ownMaskStart(gray.get(), &walk));
-}
-
 namespace
 {
 
@@ -217,21 +128,6 @@ void expectRect(const IplRect& rectangle, int32_t x, int32_t y, int32_t width, i
     EXPECT_EQ(rectangle.height, height);
 }
 
-struct Origin {
-    int64_t offset; // of the address in the pixels
-    int32_t width;
-    int32_t height;
-    int32_t bitOffset;
-};
-
-Origin originOf(const IplImage* image, int32_t channelOffset)
-{
-    Origin origin{0, -7, -7, -7};
-    origin.offset = offsetOf(image, ownRoiOrigin(image, &origin.width, &origin.height,
-                                                 channelOffset, &origin.bitOffset));
-    return origin;
-}
-
 } // namespace
 
 TEST(OwnClipROI, CutsAtTheRightAndBottomEdges)
@@ -248,49 +144,4 @@ TEST(OwnClipROI, LeavesTheSizeOfARegionBeyondAnEdgeNegative)
 {
     expectRect(clipped({0, 13, 6, 3, 4}), 13, 6, -3, 0);
     expectRect(clipped({0, INT32_MAX, 0, INT32_MAX, 1}), INT32_MAX, 0, 10 - INT32_MAX, 1);
-}
-
-TEST(OwnRoiOrigin, IsTheFirstElementWithoutARegion)
-{
-    const Image image = makeImage(10, 6, 3, IPL_DEPTH_16U);
-    const Origin origin = originOf(image.get(), 0);
-    EXPECT_EQ(origin.offset, 0);
-    EXPECT_EQ(origin.width, 10);
-    EXPECT_EQ(origin.height, 6);
-    EXPECT_EQ(origin.bitOffset, 0);
-}
-
-TEST(OwnRoiOrigin, FindsTheElementOfAChannelInBothOrders)
-{
-    for (const int32_t order : {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE}) {
-        const Image image = makeImage(10, 6, 3, IPL_DEPTH_16U, order);
-        setRoi(image.get(), 2, 5, 4, 20, 20);
-        const Origin origin = originOf(image.get(), 1);
-        const int64_t row = 4 * image->widthStep;
-        EXPECT_EQ(origin.offset, order == IPL_DATA_ORDER_PIXEL
-                                     ? row + (5 * 3 + 1) * 2
-                                     : row + 6 * image->widthStep + 5 * 2);
-        EXPECT_EQ(origin.width, 5);
-        EXPECT_EQ(origin.height, 2);
-    }
-}
-
-TEST(OwnRoiOrigin, GivesTheByteAndTheBitInItAtDepthOne)
-{
-    const Image image = makeImage(30, 6, 1, IPL_DEPTH_1U);
-    setRoi(image.get(), 0, 19, 1, 5, 2);
-    const Origin origin = originOf(image.get(), 0);
-    EXPECT_EQ(origin.offset, image->widthStep + 2);
-    EXPECT_EQ(origin.bitOffset, 3);
-}
-
-TEST(OwnRoiOrigin, StaysInTheImageForARegionBeyondAnEdge)
-{
-    const Image image = makeImage(10, 6, 3, IPL_DEPTH_8U);
-    setRoi(image.get(), 0, INT32_MAX, 2, 5, 2);
-    EXPECT_EQ(originOf(image.get(), 2).offset, 0);
-    EXPECT_EQ(originOf(image.get(), 2).width, 0);
-    setRoi(image.get(), 0, 2, 6, 5, 2);
-    EXPECT_EQ(originOf(image.get(), 2).offset, 0);
-    EXPECT_EQ(originOf(image.get(), 2).height, 0);
 }
