@@ -6,8 +6,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 3000;
-
 uint8_t* pixelsOf(const IplImage* handle)
 {
     return reinterpret_cast<uint8_t*>(handle->imageData);
@@ -69,6 +67,8 @@ void alphaFromPlane(IplImage* handle, const IplImage* plane, uint32_t scale)
     // leaves its block.
     size_t bytesLeft = ownBlockBytes(plane);
     const uint8_t* planeRow = pixelsOf(plane);
+    if (!planeRow)
+        return;
     forEachRow(rows, [&](uint8_t* row, size_t width) {
         kernels.fromPlane(row, planeRow, scale, std::min(width, bytesLeft));
         const size_t advance = std::min(planeStep, bytesLeft);
@@ -88,7 +88,7 @@ void scaleOwnAlpha(IplImage* handle, uint32_t scale)
 
 QuibStatus QuibSetAlphaS(IplImage* handle, QuibRect* rect, uint32_t alpha)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (handle->nChannels < 4)
         return QUIB_BAD_ARGUMENT;
@@ -103,7 +103,7 @@ QuibStatus QuibSetAlphaS(IplImage* handle, QuibRect* rect, uint32_t alpha)
 
 QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32_t percent)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (handle->nChannels < 4)
         return QUIB_BAD_ARGUMENT;

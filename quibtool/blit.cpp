@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 11000;
-
 // One side of a transfer: a rectangle of a handle. Clipping moves its corner
 // but never its size.
 struct BlitSide {
@@ -103,9 +101,9 @@ QuibStatus QuibBlt(IplImage* src, int32_t srcLeft, int32_t srcTop, int32_t srcRi
                    int32_t srcBottom, IplImage* dst, int32_t dstLeft, int32_t dstTop,
                    int32_t dstRight, int32_t dstBottom, int32_t stretch)
 {
-    if (!QuibIsValid(src, fileRow + __LINE__))
+    if (!QuibIsValid(src))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(dst, fileRow + __LINE__))
+    if (!QuibIsValid(dst))
         return QUIB_BAD_ARGUMENT;
     BlitSide from = makeSide(src, {srcLeft, srcTop, srcRight, srcBottom});
     BlitSide to = makeSide(dst, {dstLeft, dstTop, dstRight, dstBottom});

@@ -8,8 +8,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 9000;
-
 bool overlapsAskew(const uint8_t* a, const uint8_t* b, size_t bytes)
 {
     const uintptr_t first = reinterpret_cast<uintptr_t>(a);
@@ -99,9 +97,9 @@ QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** re
 
 QuibStatus QuibComposition3(const IplImage* over, IplImage* under, IplImage** result)
 {
-    if (!QuibIsValid(over, fileRow + __LINE__))
+    if (!QuibIsValid(over))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(under, fileRow + __LINE__))
+    if (!QuibIsValid(under))
         return QUIB_BAD_ARGUMENT;
     return ownComposeImages(over, under, result, ComposeRowOver);
 }

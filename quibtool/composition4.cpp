@@ -8,8 +8,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 14000;
-
 // The part of `under` to compose on. y grows upwards and row r stands at -r:
 // `top` is that of the first row, `bottom` that of the row below the last.
 struct Overlap {
@@ -66,9 +64,9 @@ bool isUpright(const QuibRect& rect)
 QuibStatus QuibComposition4(const IplImage* over, IplImage* under, const QuibPoint* position,
                             const QuibRect* rectangle)
 {
-    if (!QuibIsValid(over, fileRow + __LINE__))
+    if (!QuibIsValid(over))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(under, fileRow + __LINE__))
+    if (!QuibIsValid(under))
         return QUIB_BAD_ARGUMENT;
     if (const int32_t status = iplCheckImage(over))
         return status;

@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 15000;
-
 // By over's alpha alone. A processor without MMX leaves the target's alpha.
 void composeRowByAlpha(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count)
 {
@@ -20,9 +18,9 @@ void composeRowByAlpha(uint8_t* target, const uint8_t* under, const uint8_t* ove
 
 QuibStatus QuibComposition_s(const IplImage* over, IplImage* under, IplImage** result)
 {
-    if (!QuibIsValid(over, fileRow + __LINE__))
+    if (!QuibIsValid(over))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(under, fileRow + __LINE__))
+    if (!QuibIsValid(under))
         return QUIB_BAD_ARGUMENT;
     return ownComposeImages(over, under, result, composeRowByAlpha);
 }

@@ -4,14 +4,9 @@
 
 #include <algorithm>
 
-namespace
-{
-constexpr int32_t fileRow = 2000;
-} // namespace
-
 QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress)
 {
-    if (!QuibIsValid(src, fileRow + __LINE__))
+    if (!QuibIsValid(src))
         return QUIB_BAD_ARGUMENT;
     if (!dstAddress)
         return QUIB_BAD_ARGUMENT;
@@ -34,7 +29,7 @@ QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress)
 
 QuibStatus QuibClone(const IplImage* src, IplImage** out)
 {
-    if (!QuibIsValid(src, fileRow + __LINE__))
+    if (!QuibIsValid(src))
         return QUIB_BAD_ARGUMENT;
     if (!out)
         return QUIB_BAD_ARGUMENT;

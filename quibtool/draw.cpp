@@ -4,8 +4,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 5000;
-
 // The header claims no table. A device that reads one all the same finds what
 // the values of a handle mean.
 struct DrawInfo {
@@ -25,7 +23,7 @@ void fillGrays(DrawInfo* info, int32_t count)
 
 QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     // A bad record has nothing to draw, which is no failure.
     QuibInfo info{};

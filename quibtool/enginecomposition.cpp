@@ -8,8 +8,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 13000;
-
 // The two inputs and the result, which is null if no clone could be made, with
 // the regions that they have for the call's length.
 struct Composition {
@@ -123,9 +121,9 @@ QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** result, Q
                             QuibRect* rectB, QuibRect* rectResult, int32_t compositeType,
                             int32_t premulAlpha, int32_t divideMode)
 {
-    if (!QuibIsValid(srcA, fileRow + __LINE__))
+    if (!QuibIsValid(srcA))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(srcB, fileRow + __LINE__))
+    if (!QuibIsValid(srcB))
         return QUIB_BAD_ARGUMENT;
     if (!result)
         return QUIB_BAD_ARGUMENT;
@@ -150,9 +148,9 @@ QuibStatus QuibComposition2(IplImage* srcA, IplImage* srcB, uint32_t alphaA, uin
                             IplImage** result, QuibRect* rectA, QuibRect* rectB,
                             QuibRect* rectResult, int32_t compositeType)
 {
-    if (!QuibIsValid(srcA, fileRow + __LINE__))
+    if (!QuibIsValid(srcA))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(srcB, fileRow + __LINE__))
+    if (!QuibIsValid(srcB))
         return QUIB_BAD_ARGUMENT;
     if (!result)
         return QUIB_BAD_ARGUMENT;

@@ -1,5 +1,6 @@
 #include "quibtool/handle.h"
 
+#include "_Src/image/liveblocks.h"
 #include "_Src/ipl.h"
 #include "kernels/kernels.h"
 #include "platform/platform.h"
@@ -10,10 +11,6 @@
 
 namespace
 {
-
-// Rows of the last-error text are unique over the library: each file has its
-// own thousand.
-constexpr int32_t fileRow = 1000;
 
 struct HandleKind {
     int32_t bitDepth;
@@ -39,6 +36,53 @@ const HandleKind* findKind(int32_t bitDepth)
     return kind == end ? nullptr : kind;
 }
 
+// --- Validity ------------------------------------------------------------------
+
+// Where the system has no probe but a call into its kernel, that would take
+// longer than a small image's pixels. Windows' own is a guarded read.
+#if defined(_WIN32)
+constexpr bool probeIsCheap = true;
+#else
+constexpr bool probeIsCheap = false;
+#endif
+
+// Whether `bytes` bytes at `first`, said to lie in a block that starts at
+// `block`, can be read.
+bool canRead(const void* block, const void* first, size_t bytes)
+{
+    if (!probeIsCheap && ownIsInLiveBlock(block, first, bytes))
+        return true;
+    return !IsBadReadPtr(first, bytes);
+}
+
+bool isReadable(const IplImage* handle)
+{
+    return handle && canRead(handle, handle, sizeof(IplImage)) &&
+           canRead(handle->imageDataOrigin, handle->imageData, 1);
+}
+
+// Each file's name, without its folders, makes a thousand of its own for its
+// lines.
+int32_t rowOf(const QuibCallSite& site)
+{
+    constexpr uint32_t thousands = 2000003; // a prime; all rows fit 31 bits
+    uint32_t hash = 0;
+    for (const char* at = site.file; *at; ++at) {
+        const bool ends = *at == '/' || *at == '\\';
+        hash = ends ? 0 : (hash * 257 + static_cast<uint8_t>(*at)) % thousands;
+    }
+    return static_cast<int32_t>(hash) * 1000 + site.line;
+}
+
+bool refuseHandle(int32_t row)
+{
+    std::snprintf(quibLastError, sizeof quibLastError, "invalid dib in quibtool row %d",
+                  static_cast<int>(row));
+    return false;
+}
+
+// --- Fills ---------------------------------------------------------------------
+
 // Fills a one-channel image through the engine; a region held before is lost.
 QuibStatus fillOneChannel(IplImage* handle, uint32_t fillColor, const QuibRect* rect)
 {
@@ -47,10 +91,11 @@ QuibStatus fillOneChannel(IplImage* handle, uint32_t fillColor, const QuibRect* 
         iplSet(handle, value);
         return QUIB_OK;
     }
-    handle->roi =
-        iplCreateROI(0, rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top);
+    // On the stack: the region cannot fail, and the whole image is never filled
+    // in its place.
+    IplROI region{0, rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top};
+    handle->roi = &region;
     iplSet(handle, value);
-    iplAlignedFree(handle->roi);
     handle->roi = nullptr;
     return QUIB_OK;
 }
@@ -81,11 +126,12 @@ char quibLastError[264];
 
 bool QuibIsValid(const IplImage* handle, int32_t row)
 {
-    if (handle && !IsBadReadPtr(handle, sizeof(IplImage)) && !IsBadReadPtr(handle->imageData, 1))
-        return true;
-    std::snprintf(quibLastError, sizeof quibLastError, "invalid dib in quibtool row %d",
-                  static_cast<int>(row));
-    return false;
+    return isReadable(handle) || refuseHandle(row);
+}
+
+bool QuibIsValid(const IplImage* handle, const QuibCallSite& site)
+{
+    return isReadable(handle) || refuseHandle(rowOf(site));
 }
 
 QuibStatus ownGetInfo(const IplImage* handle, QuibInfo* info)
@@ -122,9 +168,14 @@ bool ownIsHandleDepth(int32_t bitDepth)
 
 size_t ownBlockBytes(const IplImage* handle)
 {
-    if (handle->imageSize < 1 || handle->widthStep < 1 || handle->height < 1)
+    if (handle->widthStep < 1 || handle->height < 1)
         return 0;
-    return static_cast<size_t>(handle->widthStep) * static_cast<size_t>(handle->height);
+    const uint64_t bytes =
+        static_cast<uint64_t>(handle->widthStep) * static_cast<uint64_t>(handle->height);
+    // A record made by hand may leave its size out; otherwise a size of nothing
+    // is one that wrapped.
+    const bool wrapped = handle->imageSize < 1 && bytes > INT32_MAX;
+    return wrapped ? 0 : static_cast<size_t>(bytes);
 }
 
 IplImage* ownCreateRecord(int32_t width, int32_t height, int32_t bitDepth)
@@ -178,7 +229,7 @@ QuibStatus QuibCreate(int32_t width, int32_t height, int32_t bitDepth, IplImage*
 QuibStatus QuibFree(IplImage** handleAddress)
 {
     IplImage* handle = *handleAddress;
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (iplCheckImage(handle) != IPL_StsOk)
         return QUIB_BAD_ARGUMENT;
@@ -189,14 +240,14 @@ QuibStatus QuibFree(IplImage** handleAddress)
 
 QuibStatus QuibGetInfo(const IplImage* handle, QuibInfo* info)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     return ownGetInfo(handle, info);
 }
 
 QuibStatus QuibLockData(const IplImage* handle, void** dataOut)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (!dataOut)
         return QUIB_BAD_ARGUMENT;
@@ -209,7 +260,7 @@ QuibStatus QuibLockData(const IplImage* handle, void** dataOut)
 
 QuibStatus QuibUnlockData(const IplImage* handle)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (const int32_t status = iplCheckImage(handle))
         return status;
@@ -218,7 +269,7 @@ QuibStatus QuibUnlockData(const IplImage* handle)
 
 QuibStatus QuibFillColor(IplImage* handle, uint32_t fillColor, QuibRect* rect)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (rect && !ownClipRect(rect, handle->width, handle->height))
         return QUIB_BAD_ARGUMENT;
@@ -237,7 +288,7 @@ QuibStatus QuibFillColor(IplImage* handle, uint32_t fillColor, QuibRect* rect)
 
 QuibStatus QuibIsBlack(const IplImage* handle, uint32_t threshold, int32_t* result)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     *result = 1;
     QuibInfo info{};

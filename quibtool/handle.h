@@ -9,9 +9,18 @@
 // The last-error text. Written on one path only, and read by nothing here.
 extern char quibLastError[264];
 
+// Where a handle is tested. Its row in the last-error text is the line, told
+// apart from the same lines of other files by a number made of the file's name.
+struct QuibCallSite {
+    const char* file;
+    int32_t line;
+};
+
 // Whether the handle's record and the first byte of its pixels can be read;
 // if not, writes "invalid dib in quibtool row %d" into quibLastError.
 bool QuibIsValid(const IplImage* handle, int32_t row);
+bool QuibIsValid(const IplImage* handle,
+                 const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()});
 
 // Whether the library makes handles of so many bits per pixel.
 bool ownIsHandleDepth(int32_t bitDepth);

@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 12000;
-
 // One axis of a view. The source's edges may lie anywhere; comparisons with
 // what is no number fail, and so refuse it.
 struct ViewAxis {
@@ -137,9 +135,9 @@ QuibStatus QuibBlt_PANZOOM(IplImage* src, double srcX, double stepX, double srcY
                            IplImage* dst, double dstLeft, double dstRight, double dstTop,
                            double dstBottom, int32_t mode)
 {
-    if (!QuibIsValid(src, fileRow + __LINE__))
+    if (!QuibIsValid(src))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(dst, fileRow + __LINE__))
+    if (!QuibIsValid(dst))
         return QUIB_BAD_ARGUMENT;
     if (const int32_t status = iplCheckImage(src))
         return status;

@@ -9,8 +9,11 @@
 namespace
 {
 
-// From a call's row to that of its second handle: past all lines of its file.
-constexpr int32_t secondHandle = 500;
+// The test of a call's second handle: past all lines of its file.
+QuibCallSite secondSite(const QuibCallSite& site)
+{
+    return {site.file, site.line + 500};
+}
 
 bool takesPartWhole(const IplImage* image)
 {
@@ -65,11 +68,22 @@ void ownCloneForOperation(const IplImage* src, const IplImage* srcB, IplImage** 
                                                              : iplCloneImage(src);
 }
 
-QuibStatus
-ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB, IplImage* dst),
-                  int32_t row, const IplImage* srcA, const IplImage* srcB, IplImage** out)
+QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst), const IplImage* src,
+                         IplImage** out, const QuibCallSite& site)
 {
-    if (!QuibIsValid(srcA, row) || !QuibIsValid(srcB, row + secondHandle))
+    if (!QuibIsValid(src, site) || !out)
+        return QUIB_BAD_ARGUMENT;
+    ownCloneForOperation(src, nullptr, out);
+    operation(src, *out);
+    return QUIB_OK;
+}
+
+QuibStatus ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB,
+                                               IplImage* dst),
+                             const IplImage* srcA, const IplImage* srcB, IplImage** out,
+                             const QuibCallSite& site)
+{
+    if (!QuibIsValid(srcA, site) || !QuibIsValid(srcB, secondSite(site)))
         return QUIB_BAD_ARGUMENT;
     if (!out)
         return QUIB_BAD_ARGUMENT;

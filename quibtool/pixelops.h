@@ -11,21 +11,22 @@
 // then stays as it is.
 void ownCloneForOperation(const IplImage* src, const IplImage* srcB, IplImage** out);
 
-// `row` is what the last-error text names.
-template<class... Values>
-QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst, Values...),
-                         int32_t row, const IplImage* src, IplImage** out,
-                         std::type_identity_t<Values>... values)
+// `site` is what the last-error text names. Of the operations, some take a value.
+QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst), const IplImage* src,
+                         IplImage** out,
+                         const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()});
+template<class Value>
+QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst, Value value),
+                         const IplImage* src, IplImage** out, std::type_identity_t<Value> value,
+                         const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()})
 {
-    if (!QuibIsValid(src, row))
-        return QUIB_BAD_ARGUMENT;
-    if (!out)
+    if (!QuibIsValid(src, site) || !out)
         return QUIB_BAD_ARGUMENT;
     ownCloneForOperation(src, nullptr, out);
-    operation(src, *out, values...);
+    operation(src, *out, value);
     return QUIB_OK;
 }
-
-QuibStatus
-ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB, IplImage* dst),
-                  int32_t row, const IplImage* srcA, const IplImage* srcB, IplImage** out);
+QuibStatus ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB,
+                                               IplImage* dst),
+                             const IplImage* srcA, const IplImage* srcB, IplImage** out,
+                             const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()});

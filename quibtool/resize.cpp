@@ -6,8 +6,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 6000;
-
 // Two handles that have passed their validity test, and what is known of them.
 struct ResizePair {
     IplImage* src;
@@ -87,9 +85,9 @@ QuibPoint extentOf(const IplImage* image)
 
 QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode)
 {
-    if (!QuibIsValid(src, fileRow + __LINE__))
+    if (!QuibIsValid(src))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(dst, fileRow + __LINE__))
+    if (!QuibIsValid(dst))
         return QUIB_BAD_ARGUMENT;
     // A record that fails its check counts as one of size and depth 0; the route
     // that it gets by that refuses it.
@@ -108,9 +106,9 @@ QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode)
 
 QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode)
 {
-    if (!QuibIsValid(src, fileRow + __LINE__))
+    if (!QuibIsValid(src))
         return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(dst, fileRow + __LINE__))
+    if (!QuibIsValid(dst))
         return QUIB_BAD_ARGUMENT;
     if (const int32_t status = iplCheckImage(src))
         return status;

@@ -1,4 +1,5 @@
 #include "_Src/image/check.h"
+#include "_Src/image/liveblocks.h"
 #include "_Src/image/pitch.h"
 #include "_Src/image/report.h"
 #include "kernels/kernels.h"
@@ -49,8 +50,10 @@ void* iplAlignedMalloc32(int32_t count)
 
 void iplAlignedFree(void* block)
 {
-    if (block)
-        std::free(static_cast<void**>(block)[-1]);
+    if (!block)
+        return;
+    ownForgetBlock(block);
+    std::free(static_cast<void**>(block)[-1]);
 }
 
 // --- Records -------------------------------------------------------------------
@@ -93,8 +96,12 @@ void* allocatePixels(const IplImage* image)
 {
     if (!sizesHoldRows(image))
         return nullptr;
-    return std::malloc(static_cast<size_t>(image->align) + static_cast<size_t>(image->imageSize) -
-                       1);
+    const size_t bytes =
+        static_cast<size_t>(image->align) + static_cast<size_t>(image->imageSize) - 1;
+    void* pixels = std::malloc(bytes);
+    if (pixels)
+        ownRememberBlock(pixels, bytes);
+    return pixels;
 }
 
 uint32_t expandFillValue(uint32_t depth, int32_t fillValue)
@@ -160,6 +167,7 @@ IplImage* iplCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t
     IplImage* image = static_cast<IplImage*>(iplAlignedMalloc(sizeof(IplImage)));
     if (!image)
         return nullptr;
+    ownRememberBlock(image, sizeof(IplImage));
     *image = IplImage{};
     image->nSize = sizeof(IplImage);
     image->nChannels = nChannels;
@@ -230,6 +238,7 @@ void iplDeallocateHeader(IplImage* image)
 
 void iplDeallocateImage(IplImage* image)
 {
+    ownForgetBlock(image->imageDataOrigin);
     std::free(image->imageDataOrigin);
     image->imageDataOrigin = nullptr;
     image->imageData = nullptr;

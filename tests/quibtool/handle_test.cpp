@@ -85,6 +85,78 @@ TEST(QuibIsValid, ProbesTheFirstPixelByte)
     handle->imageData = data;
 }
 
+// Free memory that sanitizers keep for a while can still be read.
+#if !defined(__SANITIZE_ADDRESS__)
+TEST(QuibIsValid, AsksAgainForPixelsThatAreFreed)
+{
+    const Image handle = makeHandle(4096, 4096, 32); // so large that the system gets them back
+    IplImage copy = *handle;
+    EXPECT_TRUE(QuibIsValid(handle.get(), 1));
+    EXPECT_TRUE(QuibIsValid(&copy, 1));
+    iplDeallocateImage(handle.get());
+    EXPECT_FALSE(QuibIsValid(handle.get(), 1));
+    EXPECT_FALSE(QuibIsValid(&copy, 1));
+}
+#endif
+
+TEST(QuibIsValid, GoesByTheAddressesWhateverTheRecordSaysOfItsBlock)
+{
+    const Image handle = makeHandle(8, 8, 32);
+    const Image other = makeHandle(64, 64, 8);
+    const GuardedPages pages(1);
+    char* const end = reinterpret_cast<char*>(pages.pages() + pages.size());
+    const IplImage whole = *handle;
+    for (char* origin : {whole.imageDataOrigin, other->imageDataOrigin, static_cast<char*>(nullptr),
+                         end, end - 1}) {
+        handle->imageDataOrigin = origin;
+        for (char* data : {whole.imageData, whole.imageData + 8 * 8 * 4 - 1, end - 1,
+                           other->imageData + 77, other->imageDataOrigin}) {
+            handle->imageData = data;
+            EXPECT_TRUE(QuibIsValid(handle.get(), 1));
+        }
+        for (char* data :
+             {end, static_cast<char*>(nullptr), reinterpret_cast<char*>(pages.pages() - 1)}) {
+            handle->imageData = data;
+            EXPECT_FALSE(QuibIsValid(handle.get(), 1));
+        }
+    }
+    *handle = whole;
+}
+
+TEST(QuibIsValid, TakesARecordInTheMiddleOfABlock)
+{
+    const Image handle = makeHandle(2, 2, 8);
+    const Image around = makeHandle(64, 64, 32);
+    IplImage* inside = reinterpret_cast<IplImage*>(around->imageData + 256);
+    std::memcpy(inside, handle.get(), sizeof(IplImage));
+    EXPECT_TRUE(QuibIsValid(inside, 1));
+    inside->imageData = nullptr;
+    EXPECT_FALSE(QuibIsValid(inside, 1));
+}
+
+TEST(QuibIsValid, TellsTheSameLineOfTwoFilesApart)
+{
+    const auto rowOf = [](const char* file, int32_t line) {
+        EXPECT_FALSE(QuibIsValid(nullptr, QuibCallSite{file, line}));
+        return takeErrorRow();
+    };
+    const int row = rowOf("quibtool/blit.cpp", 97);
+    EXPECT_EQ(row % 1000, 97);
+    EXPECT_EQ(rowOf("/elsewhere/quibtool/blit.cpp", 97), row);
+    EXPECT_EQ(rowOf("quibtool\\blit.cpp", 98), row + 1);
+    std::set<int> rows;
+    const char* const files[] = {"alpha.cpp",        "arithmetic.cpp",
+                                 "blit.cpp",         "composition.cpp",
+                                 "composition4.cpp", "composition_s.cpp",
+                                 "copy.cpp",         "dib.cpp",
+                                 "draw.cpp",         "enginecomposition.cpp",
+                                 "handle.cpp",       "logic.cpp",
+                                 "panzoom.cpp",      "resize.cpp"};
+    for (const char* file : files)
+        rows.insert(rowOf(file, 1));
+    EXPECT_EQ(rows.size(), std::size(files));
+}
+
 TEST(QuibIsValid, StandsAtTheHeadOfEveryCallWithARowOfItsOwn)
 {
     Image header = makeHandle(2, 2, 8);
@@ -561,6 +633,31 @@ TEST(QuibFillColor, LosesARegionHeldBeforeWhenGivenARectangle)
     // Not freed: it is still the program's.
     EXPECT_EQ(held->width, 1);
     iplAlignedFree(held);
+}
+
+TEST(QuibFillColor, FillsARectangleOfOneChannelWithoutAnyMemory)
+{
+    for (const int32_t bitDepth : {1, 8}) {
+        const Image handle = makeHandle(12, 6, bitDepth);
+        QuibRect rect{2, 2, 4, 4};
+        {
+            const FailingAllocation failing;
+            EXPECT_EQ(QuibFillColor(handle.get(), 1, &rect), QUIB_OK);
+        }
+        for (int32_t y = 0; y < 6; ++y)
+            for (int32_t x = 0; x < 12; ++x)
+                EXPECT_EQ(element(handle.get(), x, y, 0), x / 2 == 1 && y / 2 == 1);
+    }
+}
+
+TEST(QuibFillColor, GoesByTheRowsOfARecordThatLeavesItsSizeOut)
+{
+    const GuardedHandle handle(5, 3, 32);
+    handle->imageSize = 0;
+    EXPECT_EQ(QuibFillColor(handle.get(), 0x01020304, nullptr), QUIB_OK);
+    for (int32_t y = 0; y < 3; ++y)
+        for (int32_t x = 0; x < 5; ++x)
+            EXPECT_EQ(pixelAt(handle.get(), x, y), 0x01020304u);
 }
 
 TEST(QuibFillColor, FailsForOtherNumbersOfChannels)
