@@ -11,7 +11,6 @@
 namespace
 {
 
-constexpr int32_t fileRow = 4000;
 constexpr size_t headerBytes = sizeof(BITMAPINFOHEADER);
 
 // Start is null if the block cannot be locked.
@@ -138,12 +137,22 @@ uint64_t separateRowBytes(const BITMAPINFOHEADER& header)
     return (bits * static_cast<uint64_t>(header.biWidth) + 31) / 32 * bits / 8;
 }
 
+void clearPixels(IplImage* handle)
+{
+    if (handle->imageData)
+        quib::kernels().block.fill32(handle->imageData, 0, ownBlockBytes(handle) / 4);
+}
+
 // A packed bitmap of the header and what the row length lets through of the
 // pixels, without their colour table: the engine finds zeros past its end.
 QuibStatus importThroughBlock(const BITMAPINFOHEADER& header, const void* bits, IplImage** out)
 {
     if (const QuibStatus status = QuibCreate0(header.biWidth, header.biHeight, 32, out))
         return status;
+    // What the engine leaves out is 0: a failure that was there before stops it,
+    // and a packed stream may skip pixels.
+    if (iplGetStatus() < 0 || header.biCompression != BI_RGB)
+        clearPixels(*out);
     const uint64_t pixelBytes = separateRowBytes(header) * static_cast<uint64_t>(header.biHeight);
     if (pixelBytes > PTRDIFF_MAX - headerBytes)
         return QUIB_BAD_ARGUMENT;
@@ -229,7 +238,7 @@ QuibStatus Dib2Quib0(const void* header, const void* bits, IplImage** out)
 
 QuibStatus Quib2Dib(const IplImage* handle, void* dibHandle)
 {
-    if (!QuibIsValid(handle, fileRow + __LINE__))
+    if (!QuibIsValid(handle))
         return QUIB_BAD_ARGUMENT;
     if (!dibHandle)
         return QUIB_BAD_ARGUMENT;

@@ -313,6 +313,37 @@ TEST(QuibSetAlpha, NeverReadsPastASmallPlane)
     });
 }
 
+TEST(QuibSetAlpha, WritesNothingFromAPlaneWithoutPixels)
+{
+    Random random(12);
+    const Image handle = makeRandomHandle(9, 5, 32, random);
+    const Image plane = makeHandle(9, 5, 8);
+    iplDeallocateImage(plane.get());
+    const std::vector<uint8_t> before = bytesOf(handle.get());
+    EXPECT_EQ(QuibSetAlpha(handle.get(), plane.get(), 100), QUIB_OK);
+    EXPECT_EQ(QuibSetAlpha(handle.get(), plane.get(), 50), QUIB_OK);
+    EXPECT_EQ(bytesOf(handle.get()), before);
+}
+
+TEST(QuibSetAlpha, GoesByTheRowsOfRecordsThatLeaveTheirSizesOut)
+{
+    const GuardedHandle handle(7, 3, 32);
+    const GuardedHandle plane(7, 3, 8);
+    std::memset(plane->imageData, 9, static_cast<size_t>(plane->imageSize));
+    handle->imageSize = 0;
+    plane->imageSize = 0;
+    EXPECT_EQ(QuibSetAlpha(handle.get(), plane.get(), 100), QUIB_OK);
+    for (int32_t y = 0; y < 3; ++y)
+        for (int32_t x = 0; x < 7; ++x)
+            EXPECT_EQ(rowOf(handle.get(), y)[x * 4 + 3], 9);
+    QuibRect rect{0, 0, 1, 3};
+    EXPECT_EQ(QuibSetAlphaS(handle.get(), &rect, 5), QUIB_OK);
+    for (int32_t y = 0; y < 3; ++y)
+        EXPECT_EQ(rowOf(handle.get(), y)[3], 5);
+    EXPECT_EQ(QuibSetAlphaS(handle.get(), nullptr, 6), QUIB_OK);
+    EXPECT_EQ(rowOf(handle.get(), 2)[6 * 4 + 3], 6);
+}
+
 TEST(QuibSetAlpha, WalksNoRowOfARecordWhoseSizesWrapped)
 {
     IplImage* handle = nullptr;

@@ -469,6 +469,22 @@ TEST(Dib2Quib0, LeavesTheNewHandleWhenMemoryForItsBlockRunsOut)
     EXPECT_EQ(out, untouched);
 }
 
+TEST(Dib2Quib0, IsAllZeroAfterAFailureThatWasThereBefore)
+{
+    for (const int32_t bitCount : {1, 8}) {
+        // What the next block of this size is likely to hold.
+        Image used = makeHandle(32, 16, 32);
+        std::memset(used->imageData, 0xAB, static_cast<size_t>(used->imageSize));
+        used.reset();
+        const IplErrorState saved = iplErrorState;
+        iplSetStatus(IPL_StsBadArg);
+        const Imported imported = importApart(dibHeader(32, 16, bitCount), Bytes(2048));
+        iplErrorState = saved;
+        ASSERT_EQ(imported.status, QUIB_OK);
+        EXPECT_EQ(bytesOf(imported.handle.get()), Bytes(32 * 16 * 4));
+    }
+}
+
 TEST(Dib2Quib0, FaultsAtTheStoreForANullOutput)
 {
     const Bytes bits(64);
