@@ -105,14 +105,12 @@ bool isPlain(const IplImage* image)
            !image->roi && !image->maskROI && !image->tileInfo;
 }
 
-// Whether a composite of the whole images, of any type, writes every byte of the
+// Whether a composite of the whole images, of any type, writes every pixel of the
 // clone, so that there is no need to copy any first.
-bool writesEveryByte(const IplImage* srcA, const IplImage* srcB)
+bool writesEveryPixel(const IplImage* srcA, const IplImage* srcB)
 {
-    const int64_t step = static_cast<int64_t>(srcB->width) * 4;
     return isPlain(srcA) && isPlain(srcB) && srcA->width >= srcB->width &&
-           srcA->height >= srcB->height && srcB->widthStep == step &&
-           srcB->imageSize == step * srcB->height;
+           srcA->height >= srcB->height;
 }
 
 } // namespace
@@ -129,10 +127,10 @@ QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** result, Q
         return QUIB_BAD_ARGUMENT;
     if (const QuibStatus status = declareAlpha(srcA, srcB))
         return status;
-    const bool isWhole = !rectA && !rectB && !rectResult && writesEveryByte(srcA, srcB);
+    const bool isWhole = !rectA && !rectB && !rectResult && writesEveryPixel(srcA, srcB);
     const bool isKnown = compositeType >= 0 && compositeType <= 5 && (premulAlpha & ~1) == 0 &&
                          (divideMode & ~1) == 0;
-    *result = isWhole && isKnown ? ownCloneRecord(srcB) : iplCloneImage(srcB);
+    *result = isWhole && isKnown ? ownCloneForResult(srcB) : iplCloneImage(srcB);
     Composition composition{{srcA, srcB, *result}, {}};
     if (!giveRegions(&composition, {{rectA, rectB, rectResult}}, true)) {
         endEarly(composition);

@@ -1,10 +1,6 @@
 #include "quibtool/pixelops.h"
 
-#include "_Src/image/pitch.h"
 #include "_Src/ipl.h"
-#include "kernels/kernels.h"
-
-#include <cstring>
 
 namespace
 {
@@ -35,37 +31,13 @@ bool writesEveryPixel(const IplImage* src, const IplImage* srcB)
             srcB->width >= src->width && srcB->height >= src->height);
 }
 
-// A clone whose pixels are undefined, but for the padding of its rows.
-IplImage* cloneAroundPixels(const IplImage* src)
-{
-    IplImage* clone = ownCloneRecord(src);
-    if (!clone)
-        return nullptr;
-    const size_t step = static_cast<size_t>(src->widthStep);
-    const size_t bits = static_cast<size_t>(src->depth) * ownElementsPerPixel(src);
-    const size_t pixelBytes = static_cast<size_t>(src->width) * bits / 8;
-    const size_t rows = static_cast<size_t>(src->height) * ownPlaneCount(src);
-    if (pixelBytes < step)
-        for (size_t at = pixelBytes; at < rows * step; at += step)
-            std::memcpy(clone->imageData + at, src->imageData + at, step - pixelBytes);
-    return clone;
-}
-
-bool hasUsualSizes(const IplImage* image)
-{
-    const int64_t rows = static_cast<int64_t>(image->height) * ownPlaneCount(image);
-    return image->widthStep == ownWidthStep(image, image->width) &&
-           image->imageSize == rows * image->widthStep;
-}
-
 } // namespace
 
 void ownCloneForOperation(const IplImage* src, const IplImage* srcB, IplImage** out)
 {
     if (iplCheckImage(src) != IPL_StsOk)
         return;
-    *out = hasUsualSizes(src) && writesEveryPixel(src, srcB) ? cloneAroundPixels(src)
-                                                             : iplCloneImage(src);
+    *out = writesEveryPixel(src, srcB) ? ownCloneForResult(src) : iplCloneImage(src);
 }
 
 QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst), const IplImage* src,
