@@ -219,3 +219,27 @@ void iplDecimate(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32
                  int32_t ySrc, int32_t interpolate);
 void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
                int32_t interpolate);
+
+// --- Geometry of warps (iplwarp) ------------------------------------------------
+//
+// Coordinates are of whole-image pixels, and both corners of a rectangle belong
+// to it. Coefficients are in row order: affine x' = c0 x + c1 y + c2,
+// y' = c3 x + c4 y + c5; perspective the same over c6 x + c7 y + c8. A quadrangle
+// holds the images of the corners (x1, y1), (x2, y1), (x2, y2), (x1, y2), as x and
+// y; a bound the least x and y and the greatest. The rectangle is the image's
+// region, as much of it as lies inside the image.
+
+void iplGetAffineQuad(const IplImage* image, const double coeffs[2][3], double quad[4][2]);
+void iplGetAffineBound(const IplImage* image, const double coeffs[2][3], double bound[2][2]);
+// A corner on the transform's horizon gives infinities, or no numbers.
+void iplGetPerspectiveQuad(const IplImage* image, const double coeffs[3][3], double quad[4][2]);
+void iplGetPerspectiveBound(const IplImage* image, const double coeffs[3][3], double bound[2][2]);
+// The coefficients that take the region onto a convex quadrangle, by P. Heckbert,
+// "Fundamentals of Texture Mapping and Image Warping", 1989. Refuses other
+// quadrangles, and regions of one column or row.
+void iplGetPerspectiveTransform(const IplImage* image, double coeffs[3][3],
+                                const double quad[4][2]);
+// Adds to the shifts what makes a turn by `angle` degrees, as iplRotate takes
+// them, go about the centre. Multiples of 90 are exact.
+void iplGetRotateShift(double xCenter, double yCenter, double angle, double* xShift,
+                       double* yShift);
