@@ -25,6 +25,21 @@ if(WIN32)
   add_compile_definitions(NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
 endif()
 
+# QUIB_base_FLAGS and so on: what the files of a processor level are compiled with.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64|i[3-6]86)$")
+  set(QUIB_X86 TRUE)
+  set(QUIB_base_FLAGS -msse2)
+  # kernels/choose.cpp asks the processor for exactly these features.
+  set(QUIB_avx2_FLAGS -mavx2 -mbmi -mbmi2 -mfma -mpopcnt)
+  if(MINGW AND NOT QUIB_32BIT)
+    # The 64-bit Windows stack is aligned to 16 bytes only and this compiler
+    # cannot raise it, so spilled 32-byte vectors must not assume alignment.
+    list(PREPEND QUIB_avx2_FLAGS -Wa,-muse-unaligned-vector-move)
+  endif()
+  set(QUIB_avx512_FLAGS ${QUIB_avx2_FLAGS}
+    -mavx512f -mavx512bw -mavx512cd -mavx512dq -mavx512vl)
+endif()
+
 if(QUIB_SANITIZE)
   add_compile_options(-fsanitize=${QUIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QUIB_SANITIZE})

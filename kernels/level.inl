@@ -18,6 +18,8 @@
 namespace quib::QUIB_LEVEL
 {
 
+#include "kernels/vector.inl"
+
 #include "kernels/alpha.inl"
 #include "kernels/area.inl"
 #include "kernels/bits.inl"
@@ -35,19 +37,19 @@ namespace quib::QUIB_LEVEL
 
 extern const Kernels table;
 constinit const Kernels table{
-    KernelLevel::QUIB_LEVEL,
-    QUIB_LEVEL_NAME(QUIB_LEVEL),
-    blockKernels,
-    alphaKernels,
-    composeKernels,
-    convertKernels,
-    zoomKernels,
-    areaKernels,
-    stretchKernels,
-    bitKernels,
-    compositeKernels,
-    pixelKernels,
-    selectKernels,
+    .level = KernelLevel::QUIB_LEVEL,
+    .levelName = QUIB_LEVEL_NAME(QUIB_LEVEL),
+    .block = blockKernels,
+    .alpha = alphaKernels,
+    .compose = composeKernels,
+    .convert = convertKernels,
+    .zoom = zoomKernels,
+    .area = areaKernels,
+    .stretch = stretchKernels,
+    .bits = bitKernels,
+    .composite = compositeKernels,
+    .pixel = pixelKernels,
+    .select = selectKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

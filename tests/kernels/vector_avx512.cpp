@@ -1,0 +1,2 @@
+#define QUIB_LEVEL avx512
+#include "tests/kernels/vector_operations.inl"

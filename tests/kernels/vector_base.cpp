@@ -1,0 +1,2 @@
+#define QUIB_LEVEL base
+#include "tests/kernels/vector_operations.inl"
