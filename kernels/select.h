@@ -8,6 +8,15 @@
 namespace quib
 {
 
+// Moves between elements that lie side by side and elements `stride` apart:
+// gather collects every `stride`th element of src in dst, scatter puts the chosen
+// elements of src at every `stride`th place of dst, all of them if `choice` is
+// null.
+struct StridedMoves {
+    void (*gather)(void* dst, const void* src, size_t stride, size_t count);
+    void (*scatter)(void* dst, const void* src, size_t stride, const uint8_t* choice, size_t count);
+};
+
 // A choice has a byte for each byte, or each element, that it decides on: 0xFF
 // takes it, 0 leaves it.
 struct SelectKernels {
@@ -19,12 +28,9 @@ struct SelectKernels {
     // Copies the chosen bytes of src to dst.
     void (*blend)(uint8_t* dst, const uint8_t* src, const uint8_t* choice, size_t bytes);
 
-    // By element size, 1, 2 and 4 bytes: collect every `stride`th element of src
-    // in dst, and put the chosen elements of src at every `stride`th place of
-    // dst, all of them if `choice` is null.
-    void (*gather[3])(void* dst, const void* src, size_t stride, size_t count);
-    void (*scatter[3])(void* dst, const void* src, size_t stride, const uint8_t* choice,
-                       size_t count);
+    StridedMoves bytes;
+    StridedMoves words;       // elements of 2 bytes
+    StridedMoves doubleWords; // of 4 bytes
 };
 
 } // namespace quib

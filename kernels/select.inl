@@ -79,8 +79,9 @@ void scatter(void* dst, const void* src, size_t stride, const uint8_t* choice, s
 constexpr SelectKernels selectKernels{
     .spread = spread,
     .blend = blend,
-    .gather = {gather<uint8_t>, gather<uint16_t>, gather<uint32_t>},
-    .scatter = {scatter<uint8_t>, scatter<uint16_t>, scatter<uint32_t>},
+    .bytes = {.gather = gather<uint8_t>, .scatter = scatter<uint8_t>},
+    .words = {.gather = gather<uint16_t>, .scatter = scatter<uint16_t>},
+    .doubleWords = {.gather = gather<uint32_t>, .scatter = scatter<uint32_t>},
 };
 
 } // namespace

@@ -1,21 +1,16 @@
 #include "_Src/dib/imagerows.h"
 
-#include "_Src/image/check.h"
-#include "_Src/image/pitch.h"
 #include "_Src/walk/bits.h"
 
 #include <cstring>
 #include <utility>
 
-OwnImageRows ownImageRows(const IplImage* image)
+IplRaster ownImageRows(const IplImage* image)
 {
-    const ptrdiff_t pitch = ownWidthStep(image, image->width);
-    const ptrdiff_t bytes = ownDepthBits(image->depth) >> 3;
-    const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE;
-    uint8_t* data = reinterpret_cast<uint8_t*>(image->imageData);
-    const bool bottomFirst = image->origin == IPL_ORIGIN_BL;
-    return {bottomFirst ? data + (image->height - 1) * pitch : data, bottomFirst ? -pitch : pitch,
-            planes ? bytes : bytes * image->nChannels, planes ? pitch * image->height : bytes};
+    IplRaster rows;
+    ownTopDownRows(image, &rows);
+    ownSplitChannels(&rows);
+    return rows;
 }
 
 // --- Fetch and store -----------------------------------------------------------------
@@ -23,8 +18,7 @@ OwnImageRows ownImageRows(const IplImage* image)
 namespace
 {
 
-void fetchBits(const OwnImageRows&, const uint8_t* row, int32_t column, OwnPixel* run,
-               int32_t count)
+void fetchBits(const IplRaster&, const uint8_t* row, int32_t column, OwnPixel* run, int32_t count)
 {
     for (int32_t i = 0; i < count; ++i) {
         const uint8_t value = ownBit(row, column + i) ? 255 : 0;
@@ -32,39 +26,40 @@ void fetchBits(const OwnImageRows&, const uint8_t* row, int32_t column, OwnPixel
     }
 }
 
-void storeBits(const OwnImageRows&, uint8_t* row, int32_t column, const OwnPixel* run,
-               int32_t count)
+void storeBits(const IplRaster&, uint8_t* row, int32_t column, const OwnPixel* run, int32_t count)
 {
     for (int32_t i = 0; i < count; ++i)
         ownPutBit(row, column + i, run[i].byte[2] >= 128);
 }
 
 template<class Element, int32_t channelCount>
-void fetchChannels(const OwnImageRows& rows, const uint8_t* row, int32_t column, OwnPixel* run,
+void fetchChannels(const IplRaster& rows, const uint8_t* row, int32_t column, OwnPixel* run,
                    int32_t count)
 {
+    const ptrdiff_t pixelStep = rows.stride * sizeof(Element);
     // The high byte of a little-endian element.
-    const uint8_t* pixel = row + column * rows.pixelStep + sizeof(Element) - 1;
-    for (int32_t i = 0; i < count; ++i, pixel += rows.pixelStep) {
+    const uint8_t* pixel = row + column * pixelStep + sizeof(Element) - 1;
+    for (int32_t i = 0; i < count; ++i, pixel += pixelStep) {
         run[i] = {};
         for (int32_t c = 0; c < channelCount; ++c)
-            run[i].byte[c] = pixel[c * rows.channelStep];
+            run[i].byte[c] = pixel[c * rows.planeStep];
         if (channelCount == 1)
             run[i].byte[1] = run[i].byte[2] = run[i].byte[0];
     }
 }
 
 template<class Element, int32_t channelCount>
-void storeChannels(const OwnImageRows& rows, uint8_t* row, int32_t column, const OwnPixel* run,
+void storeChannels(const IplRaster& rows, uint8_t* row, int32_t column, const OwnPixel* run,
                    int32_t count)
 {
     constexpr int32_t highByte = 8 * (sizeof(Element) - 1);
-    uint8_t* pixel = row + column * rows.pixelStep;
-    for (int32_t i = 0; i < count; ++i, pixel += rows.pixelStep) {
+    const ptrdiff_t pixelStep = rows.stride * sizeof(Element);
+    uint8_t* pixel = row + column * pixelStep;
+    for (int32_t i = 0; i < count; ++i, pixel += pixelStep) {
         for (int32_t c = 0; c < channelCount; ++c) {
             const uint8_t byte = run[i].byte[channelCount == 1 ? 2 : c];
             const Element value = static_cast<Element>(byte << highByte);
-            std::memcpy(pixel + c * rows.channelStep, &value, sizeof value);
+            std::memcpy(pixel + c * rows.planeStep, &value, sizeof value);
         }
     }
 }

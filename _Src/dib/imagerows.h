@@ -2,26 +2,17 @@
 #pragma once
 
 #include "_Src/dib/palette.h"
-#include "_Src/ipl.h"
+#include "_Src/walk/raster.h"
 
-#include <cstddef>
-
-// Where an image's pixels lie, the row that is shown at the top first.
-struct OwnImageRows {
-    uint8_t* top;
-    ptrdiff_t rowStep;     // bytes from row to row
-    ptrdiff_t pixelStep;   // 0 at depth 1
-    ptrdiff_t channelStep; // bytes from channel to channel
-};
-
-// From width, depth, align, dataOrder and origin alone.
-OwnImageRows ownImageRows(const IplImage* image);
+// The image's rows, the one that is shown at the top first, with each channel as
+// a plane of its own.
+IplRaster ownImageRows(const IplImage* image);
 
 // Each converts the `count` pixels of a run that starts at `column` of a row;
 // at depth 1 the column is a multiple of 8.
-using OwnImageFetch = void (*)(const OwnImageRows& rows, const uint8_t* row, int32_t column,
+using OwnImageFetch = void (*)(const IplRaster& rows, const uint8_t* row, int32_t column,
                                OwnPixel* run, int32_t count);
-using OwnImageStore = void (*)(const OwnImageRows& rows, uint8_t* row, int32_t column,
+using OwnImageStore = void (*)(const IplRaster& rows, uint8_t* row, int32_t column,
                                const OwnPixel* run, int32_t count);
 
 // Null for channels and depths that cannot be converted.

@@ -169,13 +169,13 @@ bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* im
 void importRows(const Import& plan, const DibRows& from, const BITMAPINFOHEADER& header,
                 const IplImage* image)
 {
-    const OwnImageRows to = ownImageRows(image);
+    const IplRaster to = ownImageRows(image);
     DibRun bytes;
     OwnPixel run[ownRunLength];
     if (header.biWidth <= 0)
         return;
     for (int64_t y = 0; y < from.height; ++y) {
-        uint8_t* row = to.top + static_cast<ptrdiff_t>(y) * to.rowStep;
+        uint8_t* row = to.row(0, static_cast<int32_t>(y));
         for (int64_t x = 0; x < header.biWidth; x += ownRunLength) {
             const int32_t count =
                 static_cast<int32_t>(std::min<int64_t>(ownRunLength, header.biWidth - x));
@@ -319,12 +319,12 @@ bool chooseExport(const IplCaller& caller, const OwnDib& dib, const IplImage* im
 
 void exportRows(const Export& plan, const IplImage* image, const OwnDib& dib)
 {
-    const OwnImageRows from = ownImageRows(image);
+    const IplRaster from = ownImageRows(image);
     const DibRows to = rowsOf(dib.header, dib.block, ownPixelStart(dib.header));
     DibRun bytes;
     OwnPixel run[ownRunLength];
     for (int32_t y = 0; y < image->height; ++y) {
-        const uint8_t* row = from.top + y * from.rowStep;
+        const uint8_t* row = from.row(0, y);
         for (int32_t x = 0; x < image->width; x += ownRunLength) {
             const int32_t count = std::min(ownRunLength, image->width - x);
             plan.fetch(from, row, x, run, count);

@@ -42,12 +42,12 @@ int32_t binOf(const Histogram& histogram, const OwnPixel& pixel)
 
 void countPixels(const Histogram& histogram, const IplImage* image)
 {
-    const OwnImageRows rows = ownImageRows(image);
+    const IplRaster rows = ownImageRows(image);
     const OwnImageFetch fetch = ownChooseImageFetch(image);
     const bool exchange = !histogram.gray && ownChannelOrder(image) == OwnChannelOrder::redFirst;
     OwnPixel run[ownRunLength];
     for (int32_t y = 0; y < image->height; ++y) {
-        const uint8_t* row = rows.top + y * rows.rowStep;
+        const uint8_t* row = rows.row(0, y);
         for (int32_t x = 0; x < image->width; x += ownRunLength) {
             const int32_t count = std::min(ownRunLength, image->width - x);
             fetch(rows, row, x, run, count);

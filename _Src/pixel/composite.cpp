@@ -1,42 +1,25 @@
 #include "_Src/pixel/composite.h"
 
-#include "_Src/image/check.h"
-#include "_Src/image/pitch.h"
-#include "_Src/pixel/frame.h"
-#include "_Src/walk/region.h"
+#include "_Src/walk/raster.h"
 #include "kernels/kernels.h"
 
 namespace
 {
 
-// Where the part of an image in a piece lies.
-struct Strand {
-    uint8_t* corner; // null: no such image
-    ptrdiff_t step;
-    ptrdiff_t channelStep;
-    size_t stride;     // elements from one pixel to the next
-    int32_t bitOffset; // of the corner, in a mask
-};
-
 struct Piece {
-    Strand strands[IPL_COMPOSITE_ROLES];
-    Strand mask;
+    IplRaster rasters[IPL_COMPOSITE_ROLES]; // address null: no such image
+    IplRaster mask;
     int32_t width;
     int32_t height;
     int32_t channels;
     size_t perPixel; // elements of a row that share an alpha
 };
 
-const uint8_t* rowOf(const Strand& strand, int32_t y)
-{
-    return strand.corner + y * strand.step;
-}
-
 void chooseMasked(const Piece& piece, int32_t y, size_t x, size_t pixels, const uint8_t* pattern,
                   size_t pixelBytes, uint8_t* choice)
 {
-    quib::kernels().select.spread(choice, rowOf(piece.mask, y),
-                                  piece.mask.bitOffset + static_cast<int32_t>(x), pixels, pattern,
+    quib::kernels().select.spread(choice, ownImageRow(piece.mask, y),
+                                  piece.mask.region.x + static_cast<int32_t>(x), pixels, pattern,
                                   pixelBytes);
 }
 
@@ -54,7 +37,7 @@ struct Scratch {
     alignas(64) uint8_t choice[mostElements];
 };
 
-// A run of a row: `pixels` pixels from pixel x on, of one channel of the strands.
+// A run of a row: `pixels` pixels from pixel x on, of one channel of the images.
 struct Run {
     int32_t y;
     int32_t channel;
@@ -87,32 +70,39 @@ quib::CompositeAlphas<uint16_t> alphasOf(const IplComposite& composite, uint16_t
 }
 
 template<class Element>
-Element* placeOf(const Strand& strand, const Run& run, size_t perPixel)
+Element* placeOf(const IplRaster& raster, const Run& run)
 {
-    uint8_t* row = strand.corner + run.y * strand.step + run.channel * strand.channelStep;
-    return reinterpret_cast<Element*>(row) + run.x * perPixel * strand.stride;
+    return ownRegionRow<Element>(raster, run.channel, run.y) + run.x * raster.stride;
+}
+
+// Elements from one of a run to the next: those that share an alpha are all of
+// their pixel.
+size_t strideOf(const IplRaster& raster, size_t perPixel)
+{
+    return perPixel > 1 ? 1 : static_cast<size_t>(raster.stride);
 }
 
 // A run's elements, side by side: in their place if they lie so, else in the
 // buffer.
 template<class Element>
-const Element* readElements(const Strand& strand, const Run& run, size_t perPixel, Element* buffer)
+const Element* readElements(const IplRaster& raster, const Run& run, size_t perPixel,
+                            Element* buffer)
 {
-    const Element* place = placeOf<Element>(strand, run, perPixel);
-    if (strand.stride == 1)
+    const Element* place = placeOf<Element>(raster, run);
+    const size_t stride = strideOf(raster, perPixel);
+    if (stride == 1)
         return place;
-    quib::kernels().select.gather[sizeof(Element) - 1](buffer, place, strand.stride,
-                                                       run.pixels * perPixel);
+    ownStridedMoves(raster).gather(buffer, place, stride, run.pixels * perPixel);
     return buffer;
 }
 
 template<class Element>
-const Element* readAlphas(const Strand& strand, Run run, size_t perPixel, Element* buffer)
+const Element* readAlphas(const IplRaster& raster, Run run, size_t perPixel, Element* buffer)
 {
-    if (!strand.corner)
+    if (!raster.address)
         return buffer;
     run.channel = 0;
-    const Element* alphas = readElements(strand, run, 1, buffer);
+    const Element* alphas = readElements(raster, run, 1, buffer);
     if (perPixel == 1)
         return alphas;
     // From the end, as the alphas may lie in the buffer's first places.
@@ -134,10 +124,10 @@ template<class Element>
 Alphas<Element> readBothAlphas(const IplComposite& composite, const Piece& piece, const Run& run,
                                size_t perPixel, Scratch<Element>* scratch)
 {
-    const Strand& strandB = piece.strands[IPL_ALPHA_B];
-    const Element* a = readAlphas(piece.strands[IPL_ALPHA_A], run, perPixel, scratch->alphaA);
-    if (strandB.corner || composite.constantB >= 0)
-        return {a, readAlphas(strandB, run, perPixel, scratch->alphaB)};
+    const IplRaster& alphaB = piece.rasters[IPL_ALPHA_B];
+    const Element* a = readAlphas(piece.rasters[IPL_ALPHA_A], run, perPixel, scratch->alphaA);
+    if (alphaB.address || composite.constantB >= 0)
+        return {a, readAlphas(alphaB, run, perPixel, scratch->alphaB)};
     for (size_t i = 0; i < run.pixels * perPixel; ++i)
         scratch->alphaB[i] = static_cast<Element>(~a[i]);
     return {a, scratch->alphaB};
@@ -146,18 +136,19 @@ Alphas<Element> readBothAlphas(const IplComposite& composite, const Piece& piece
 // Calls compute(dst) for where a run's results go, side by side, and puts them in
 // their place if that is elsewhere.
 template<class Element, class Compute>
-void writeElements(const Piece& piece, const Strand& strand, const Run& run, size_t perPixel,
+void writeElements(const Piece& piece, const IplRaster& raster, const Run& run, size_t perPixel,
                    Scratch<Element>* scratch, Compute compute)
 {
-    Element* place = placeOf<Element>(strand, run, perPixel);
-    if (strand.stride == 1 && !piece.mask.corner)
+    Element* place = placeOf<Element>(raster, run);
+    const size_t stride = strideOf(raster, perPixel);
+    const bool masked = piece.mask.address != nullptr;
+    if (stride == 1 && !masked)
         return compute(place);
     compute(scratch->result);
-    if (piece.mask.corner)
+    if (masked)
         chooseMasked(piece, run.y, run.x, run.pixels, nullptr, 1, scratch->choice);
-    quib::kernels().select.scatter[sizeof(Element) - 1](
-        place, scratch->result, strand.stride, piece.mask.corner ? scratch->choice : nullptr,
-        run.pixels * perPixel);
+    ownStridedMoves(raster).scatter(place, scratch->result, stride,
+                                    masked ? scratch->choice : nullptr, run.pixels * perPixel);
 }
 
 template<class Element>
@@ -166,10 +157,10 @@ void colourRun(const IplComposite& composite, const Piece& piece, const Run& run
 {
     const size_t perPixel = piece.perPixel;
     const Alphas<Element> alphas = readBothAlphas(composite, piece, run, perPixel, scratch);
-    const Element* a = readElements(piece.strands[IPL_COMPOSITE_A], run, perPixel, scratch->a);
-    const Element* b = readElements(piece.strands[IPL_COMPOSITE_B], run, perPixel, scratch->b);
+    const Element* a = readElements(piece.rasters[IPL_COMPOSITE_A], run, perPixel, scratch->a);
+    const Element* b = readElements(piece.rasters[IPL_COMPOSITE_B], run, perPixel, scratch->b);
     writeElements(
-        piece, piece.strands[IPL_COMPOSITE_DST], run, perPixel, scratch, [&](Element* dst) {
+        piece, piece.rasters[IPL_COMPOSITE_DST], run, perPixel, scratch, [&](Element* dst) {
             elementsOf(composite, Element{})(dst, a, b, alphas.a, alphas.b, run.pixels * perPixel);
         });
 }
@@ -179,7 +170,7 @@ void alphaRun(const IplComposite& composite, const Piece& piece, const Run& run,
               Scratch<Element>* scratch)
 {
     const Alphas<Element> alphas = readBothAlphas(composite, piece, run, 1, scratch);
-    writeElements(piece, piece.strands[IPL_ALPHA_DST], run, 1, scratch, [&](Element* dst) {
+    writeElements(piece, piece.rasters[IPL_ALPHA_DST], run, 1, scratch, [&](Element* dst) {
         alphasOf(composite, Element{})(dst, alphas.a, alphas.b, run.pixels);
     });
 }
@@ -196,7 +187,7 @@ void runChannels(const IplComposite& composite, const Piece& piece)
         for (int32_t channel = 0; channel < piece.channels; ++channel)
             for (size_t x = 0; x < width; x += most)
                 colourRun(composite, piece, {y, channel, x, std::min(most, width - x)}, &scratch);
-        if (piece.strands[IPL_ALPHA_DST].corner)
+        if (piece.rasters[IPL_ALPHA_DST].address)
             for (size_t x = 0; x < width; x += most)
                 alphaRun(composite, piece, {y, 0, x, std::min(most, width - x)}, &scratch);
     }
@@ -214,11 +205,10 @@ void runPixels(const Piece& piece, const uint8_t pattern[4], Row row)
     uint8_t result[mostElements] = {};
     uint8_t choice[mostElements];
     for (int32_t y = 0; y < piece.height; ++y) {
-        uint8_t* dst =
-            piece.strands[IPL_COMPOSITE_DST].corner + y * piece.strands[IPL_COMPOSITE_DST].step;
-        const uint8_t* a = rowOf(piece.strands[IPL_COMPOSITE_A], y);
-        const uint8_t* b = rowOf(piece.strands[IPL_COMPOSITE_B], y);
-        if (!piece.mask.corner) {
+        uint8_t* dst = ownRegionBytes(piece.rasters[IPL_COMPOSITE_DST], 0, y);
+        const uint8_t* a = ownRegionBytes(piece.rasters[IPL_COMPOSITE_A], 0, y);
+        const uint8_t* b = ownRegionBytes(piece.rasters[IPL_COMPOSITE_B], 0, y);
+        if (!piece.mask.address) {
             row(dst, a, b, width);
             continue;
         }
@@ -253,42 +243,35 @@ void runTinted(const IplComposite& composite, const Piece& piece)
 
 // --- The plan -----------------------------------------------------------------------------
 
-// The strand of a channel of an image's region, whose size lowers the piece's.
-Strand strandOf(const IplImage* image, int32_t channel, Piece* piece)
+constexpr IplCompositeRole colourRoles[] = {IPL_COMPOSITE_A, IPL_COMPOSITE_B, IPL_COMPOSITE_DST};
+constexpr IplCompositeRole alphaRoles[] = {IPL_ALPHA_A, IPL_ALPHA_B, IPL_ALPHA_DST};
+
+// Opens an image, whose region lowers the piece's size.
+void place(const IplImage* image, const IplChannels& channels, IplRaster* raster, Piece* piece)
 {
-    Strand strand{};
-    int32_t width = 0;
-    int32_t height = 0;
-    strand.step = image->widthStep;
-    strand.channelStep = image->dataOrder == IPL_DATA_ORDER_PLANE
-                             ? static_cast<ptrdiff_t>(image->height) * image->widthStep
-                             : ownDepthBits(image->depth) / 8;
-    strand.stride = static_cast<size_t>(ownElementsPerPixel(image));
-    strand.corner =
-        ownRoiOrigin(image, &width, &height, 0, &strand.bitOffset) + channel * strand.channelStep;
-    piece->width = std::min(piece->width, width);
-    piece->height = std::min(piece->height, height);
-    return strand;
+    ownRoiOrigin(image, channels, raster);
+    piece->width = std::min(piece->width, raster->region.width);
+    piece->height = std::min(piece->height, raster->region.height);
 }
 
 void placeImages(const IplImage* const images[IPL_COMPOSITE_ROLES], const IplImage* mask,
                  Piece* piece)
 {
-    for (const IplCompositeRole role : {IPL_COMPOSITE_A, IPL_COMPOSITE_B, IPL_COMPOSITE_DST})
-        piece->strands[role] = strandOf(images[role], std::max(ownCoi(images[role]) - 1, 0), piece);
-    for (const IplCompositeRole role : {IPL_ALPHA_A, IPL_ALPHA_B, IPL_ALPHA_DST})
+    for (const IplCompositeRole role : colourRoles)
+        place(images[role], ownChosenChannels(images[role]), &piece->rasters[role], piece);
+    for (const IplCompositeRole role : alphaRoles)
         if (images[role])
-            piece->strands[role] =
-                strandOf(images[role], std::max(images[role]->alphaChannel - 1, 0), piece);
+            place(images[role], {std::max(images[role]->alphaChannel - 1, 0), 1},
+                  &piece->rasters[role], piece);
     if (mask)
-        piece->mask = strandOf(mask, 0, piece);
+        place(mask, {0, 1}, &piece->mask, piece);
 }
 
 // Whether the sources and the destination have pixels of the same shape.
 bool areInterleavedAlike(const IplImage* const images[IPL_COMPOSITE_ROLES])
 {
     const IplImage* dst = images[IPL_COMPOSITE_DST];
-    for (const IplCompositeRole role : {IPL_COMPOSITE_A, IPL_COMPOSITE_B, IPL_COMPOSITE_DST})
+    for (const IplCompositeRole role : colourRoles)
         if (images[role]->dataOrder != IPL_DATA_ORDER_PIXEL || ownCoi(images[role]) ||
             images[role]->nChannels != dst->nChannels ||
             images[role]->alphaChannel != dst->alphaChannel)
@@ -329,7 +312,7 @@ void ownCompositePiece(const IplComposite& composite,
     Piece piece{};
     piece.width = INT32_MAX;
     piece.height = INT32_MAX;
-    piece.channels = ownCoi(dst) ? 1 : dst->nChannels - (dst->alphaChannel != 0 ? 1 : 0);
+    piece.channels = ownProcessedChannels(dst);
     piece.perPixel = 1;
     placeImages(images, mask, &piece);
     if (piece.width <= 0 || piece.height <= 0)
@@ -345,8 +328,9 @@ void ownCompositePiece(const IplComposite& composite,
     if (alike && areRunsOfColours(images, mask)) {
         piece.perPixel = static_cast<size_t>(dst->nChannels);
         piece.channels = 1;
-        for (const IplCompositeRole role : {IPL_COMPOSITE_A, IPL_COMPOSITE_B, IPL_COMPOSITE_DST})
-            piece.strands[role].stride = 1;
+    } else {
+        for (const IplCompositeRole role : colourRoles)
+            ownSplitChannels(&piece.rasters[role]);
     }
     if (dst->depth == IPL_DEPTH_8U)
         runChannels<uint8_t>(composite, piece);

@@ -86,11 +86,6 @@ constexpr FrameTexts pairTexts{
      {}},
 };
 
-int32_t channelCountOf(const IplImage* image)
-{
-    return ownCoi(image) ? 1 : image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
-}
-
 bool imagesAgree(const IplCaller& caller, const IplPixelJob& job, const FrameTexts& texts)
 {
     const IplImage* const dst = job.images[IPL_DST];
@@ -109,7 +104,7 @@ bool imagesAgree(const IplCaller& caller, const IplPixelJob& job, const FrameTex
                         texts.dataOrder[i]))
             return false;
     for (int32_t i = 0; i < sources; ++i)
-        if (!ownRequire(caller, channelCountOf(job.images[i]) == channelCountOf(dst),
+        if (!ownRequire(caller, ownProcessedChannels(job.images[i]) == ownProcessedChannels(dst),
                         texts.channels[i]))
             return false;
     return true;
@@ -119,7 +114,7 @@ void runFrame(const IplCaller& caller, IplPixelJob* job, const FrameTexts& texts
 {
     if (!imagesAgree(caller, *job, texts))
         return;
-    job->channelCount = channelCountOf(job->images[IPL_DST]);
+    job->channelCount = ownProcessedChannels(job->images[IPL_DST]);
     for (const IplRole role : {IPL_SRC_A, IPL_SRC_B, IPL_DST}) {
         if (const IplImage* image = job->images[role]) {
             job->channelOffset[role] = std::max(ownCoi(image) - 1, 0);

@@ -25,17 +25,12 @@ bool hasAlpha(const IplImage* image)
     return image->alphaChannel != 0;
 }
 
-int32_t colourCount(const IplImage* image)
-{
-    return image->nChannels - (hasAlpha(image) ? 1 : 0);
-}
-
 bool imagesAgree(const IplImage* src, const IplImage* dst)
 {
     if (!ownImageIsGood(caller, src) || !ownImageIsGood(caller, dst))
         return false;
-    const bool sameChannels =
-        coiOf(src) || colourCount(src) == colourCount(dst) || src->nChannels == dst->nChannels;
+    const bool sameChannels = coiOf(src) || ownColourChannels(src) == ownColourChannels(dst) ||
+                              src->nChannels == dst->nChannels;
     return ownRequire(caller, src->depth == dst->depth, "(srcImage->depth != dstImage->depth)") &&
            ownRequire(caller, src->dataOrder == dst->dataOrder,
                       "(srcImage->dataOrder != dstImage->dataOrder)") &&

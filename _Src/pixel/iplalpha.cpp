@@ -101,11 +101,6 @@ bool depthsFit(const IplCaller& caller, const IplImage* const images[3],
     return true;
 }
 
-int32_t colourCount(const IplImage* image)
-{
-    return image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
-}
-
 // Two masks or more are merged by an inner call, after which the status is read.
 bool masksMayMerge(const IplCaller& caller, const IplImage* const images[3])
 {
@@ -136,10 +131,10 @@ bool channelsAgree(const IplCaller& caller, const IplImage* src, const IplImage*
     if (ownCoi(src) && ownCoi(dst))
         return true;
     if (ownCoi(dst))
-        return ownRequire(caller, colourCount(src) == 1, texts.channelsOne);
+        return ownRequire(caller, ownColourChannels(src) == 1, texts.channelsOne);
     if (ownCoi(src))
-        return ownRequire(caller, colourCount(dst) == 1, texts.dstOne);
-    return ownRequire(caller, colourCount(src) == colourCount(dst), texts.channels);
+        return ownRequire(caller, ownColourChannels(dst) == 1, texts.dstOne);
+    return ownRequire(caller, ownColourChannels(src) == ownColourChannels(dst), texts.channels);
 }
 
 bool mayMultiply(const IplCaller& caller, const IplImage* const images[3],
@@ -165,7 +160,7 @@ void multiplyScale(const IplCaller& caller, const IplImage* const images[3],
     if (!mayMultiply(caller, images, texts))
         return;
     IplPixelJob job{{images[0], images[1], images[2]}, {}, 0, false, op};
-    job.channelCount = ownCoi(images[2]) ? 1 : colourCount(images[2]);
+    job.channelCount = ownProcessedChannels(images[2]);
     for (const int32_t i : {0, 1, 2}) {
         if (!images[i])
             continue;
@@ -204,7 +199,8 @@ bool imagesCompose(const IplCaller& caller, const IplImage* const images[3])
         if (!coisPair(caller, images[i], dst, *compositeTexts[i]))
             return false;
     for (const int32_t i : {0, 1})
-        if (!ownRequire(caller, ownCoi(dst) || colourCount(images[i]) == colourCount(dst),
+        if (!ownRequire(caller,
+                        ownCoi(dst) || ownColourChannels(images[i]) == ownColourChannels(dst),
                         compositeTexts[i]->channels))
             return false;
     return true;

@@ -2,7 +2,7 @@
 #include "_Src/image/check.h"
 #include "_Src/image/report.h"
 #include "_Src/walk/bits.h"
-#include "_Src/walk/region.h"
+#include "_Src/walk/target.h"
 #include "_Src/walk/tiles.h"
 #include "kernels/kernels.h"
 
@@ -30,58 +30,38 @@ void fillRun(uint32_t* dst, uint32_t value, size_t count)
     quib::kernels().block.fill32(dst, value, count);
 }
 
-struct Region {
-    int32_t width;
-    int32_t height;
-    IplWalk walk;
-    IplMaskWalk mask; // address null: no mask
-};
-
 template<class Element>
-Element* rowOf(const Region& region, int32_t plane, int32_t y)
+void setPixels(Element* pixel, Element value, const IplTarget& target, int32_t y)
 {
-    return reinterpret_cast<Element*>(region.walk.address + plane * region.walk.planeStep +
-                                      y * region.walk.step);
-}
-
-template<class Element>
-void setPixels(Element* pixel, Element value, const Region& region, int32_t channels,
-               int32_t stride, int32_t y)
-{
-    const uint8_t* mask =
-        region.mask.address ? region.mask.address + y * region.mask.step : nullptr;
-    for (int32_t x = 0; x < region.width; ++x, pixel += stride)
-        if (!mask || ownBit(mask, region.mask.bitOffset + x))
-            for (int32_t c = 0; c < channels; ++c)
+    const uint8_t* mask = ownMaskRow(target, y);
+    const IplRaster& raster = target.raster;
+    for (int32_t x = 0; x < target.width; ++x, pixel += raster.stride)
+        if (!mask || ownBit(mask, target.mask.region.x + x))
+            for (int32_t c = 0; c < raster.channels; ++c)
                 pixel[c] = value;
 }
 
 template<class Element>
-void setRegion(const IplImage* image, const Region& region, int32_t fillValue)
+void setRegion(const IplTarget& target, int32_t fillValue)
 {
     const Element value = static_cast<Element>(fillValue);
-    const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE && image->nChannels > 1;
-    const int32_t channels = region.walk.channels;
-    const int32_t passes = planes ? channels : 1;
-    const int32_t perPixel = planes ? 1 : channels;
-    const int32_t stride = planes ? 1 : image->nChannels;
-    const bool wholeRows = !region.mask.address && perPixel == stride;
-    for (int32_t plane = 0; plane < passes; ++plane) {
-        for (int32_t y = 0; y < region.height; ++y) {
-            Element* row = rowOf<Element>(region, plane, y);
+    const bool wholeRows = ownTakesWholeRows(target);
+    const size_t rowElements = static_cast<size_t>(target.width) * target.raster.stride;
+    for (int32_t plane = 0; plane < target.raster.planes; ++plane) {
+        for (int32_t y = 0; y < target.height; ++y) {
+            Element* row = ownRegionRow<Element>(target.raster, plane, y);
             if (wholeRows)
-                fillRun(row, value, static_cast<size_t>(region.width) * stride);
+                fillRun(row, value, rowElements);
             else
-                setPixels(row, value, region, perPixel, stride, y);
+                setPixels(row, value, target, y);
         }
     }
 }
 
-void setBits(const Region& region, bool value)
+void setBits(const IplTarget& target, bool value)
 {
-    for (int32_t y = 0; y < region.height; ++y)
-        ownSetBits(region.walk.address + y * region.walk.step, region.walk.bitStart, region.width,
-                   value);
+    for (int32_t y = 0; y < target.height; ++y)
+        ownSetBits(ownImageRow(target.raster, y), target.raster.region.x, target.width, value);
 }
 
 // Logic with the mask, which is off the record meanwhile.
@@ -103,20 +83,18 @@ void setMaskedBits(const IplCaller& caller, IplImage* image, bool value)
 
 void setUntiled(const IplImage* image, int32_t width, int32_t height, int32_t fillValue)
 {
-    Region region{width, height, {}, {}};
-    if (!ownRegionStart(image, &region.walk))
-        return;
-    if (image->maskROI && !ownMaskStart(image->maskROI, &region.mask))
+    IplTarget target;
+    if (!ownOpenTarget(image, image->maskROI, width, height, &target))
         return;
     switch (ownDepthBits(image->depth)) {
     case 1:
-        return setBits(region, fillValue & 1);
+        return setBits(target, fillValue & 1);
     case 8:
-        return setRegion<uint8_t>(image, region, fillValue);
+        return setRegion<uint8_t>(target, fillValue);
     case 16:
-        return setRegion<uint16_t>(image, region, fillValue);
+        return setRegion<uint16_t>(target, fillValue);
     default:
-        return setRegion<uint32_t>(image, region, fillValue);
+        return setRegion<uint32_t>(target, fillValue);
     }
 }
 
@@ -134,58 +112,27 @@ void setTiled(const IplCaller& caller, const IplImage* image, int32_t fillValue)
 
 // --- Copy ------------------------------------------------------------------------
 
-struct CopyJob {
-    const IplImage* src;
-    const IplImage* dst;
-    int32_t width;
-    int32_t height;
-    IplWalk from;
-    IplWalk to;
-    IplMaskWalk mask; // address null: no mask
-};
-
 template<class Element>
-void copyPixels(const CopyJob& job, Element* dst, const Element* src, int32_t channels,
-                int32_t dstStride, int32_t srcStride, int32_t y)
+void copyRegion(const IplRaster& from, const IplTarget& to)
 {
-    const uint8_t* mask = job.mask.address ? job.mask.address + y * job.mask.step : nullptr;
-    for (int32_t x = 0; x < job.width; ++x, dst += dstStride, src += srcStride)
-        if (!mask || ownBit(mask, job.mask.bitOffset + x))
-            for (int32_t c = 0; c < channels; ++c)
-                dst[c] = src[c];
-}
-
-template<class Element>
-void copyRegion(const CopyJob& job)
-{
+    const bool wholeRows = ownTakesWholeRows(to) && from.stride == to.raster.stride;
+    const size_t rowBytes = static_cast<size_t>(to.width) * to.raster.stride * sizeof(Element);
     // One channel each lies the same way in both orders.
-    const bool planes = job.src->dataOrder == IPL_DATA_ORDER_PLANE &&
-                        (job.src->nChannels > 1 || job.dst->nChannels > 1);
-    const int32_t passes = planes ? job.to.channels : 1;
-    const int32_t perPixel = planes ? 1 : job.to.channels;
-    const int32_t srcStride = planes ? 1 : job.src->nChannels;
-    const int32_t dstStride = planes ? 1 : job.dst->nChannels;
-    const bool wholeRows = !job.mask.address && srcStride == dstStride && perPixel == srcStride;
-    const size_t rowBytes = static_cast<size_t>(job.width) * dstStride * sizeof(Element);
-    for (int32_t plane = 0; plane < passes; ++plane) {
-        for (int32_t y = 0; y < job.height; ++y) {
-            uint8_t* to = job.to.address + plane * job.to.planeStep + y * job.to.step;
-            const uint8_t* from = job.from.address + plane * job.from.planeStep + y * job.from.step;
+    for (int32_t plane = 0; plane < to.raster.planes; ++plane) {
+        for (int32_t y = 0; y < to.height; ++y) {
+            const auto* row = ownRegionRow<const Element>(from, plane, y);
             if (wholeRows)
-                quib::kernels().block.copy(to, from, rowBytes);
+                quib::kernels().block.copy(ownRegionBytes(to.raster, plane, y), row, rowBytes);
             else
-                copyPixels(job, reinterpret_cast<Element*>(to),
-                           reinterpret_cast<const Element*>(from), perPixel, dstStride, srcStride,
-                           y);
+                ownDeliver(to, plane, y, row, from.stride);
         }
     }
 }
 
-void copyBits(const CopyJob& job)
+void copyBits(const IplRaster& from, const IplTarget& to)
 {
-    quib::kernels().bits.copy({job.to.address, job.to.step, job.to.bitStart},
-                              {job.from.address, job.from.step, job.from.bitStart}, {},
-                              static_cast<size_t>(job.width), static_cast<size_t>(job.height), 0);
+    quib::kernels().bits.copy(ownRegionBits<uint8_t>(to.raster, 0, 0), ownRegionBits(from, 0, 0),
+                              {}, static_cast<size_t>(to.width), static_cast<size_t>(to.height), 0);
 }
 
 // A cleared image of bits that lies as the mask does, or null after a report.
@@ -255,24 +202,23 @@ void copyMaskedBits(const IplCaller& caller, IplImage* src, IplImage* dst, const
 void copyUntiled(const IplCaller& caller, const IplImage* src, const IplImage* dst,
                  const IplImage* mask, int32_t width, int32_t height)
 {
-    CopyJob job{src, dst, width, height, {}, {}, {}};
-    if (!ownRegionStart(src, &job.from) || !ownRegionStart(dst, &job.to))
+    IplRaster from;
+    IplTarget to;
+    if (!ownRegionStart(src, &from) || !ownOpenTarget(dst, mask, width, height, &to))
         return;
-    if (mask && !ownMaskStart(mask, &job.mask))
-        return;
-    if (!ownRequire(caller, job.from.channels == job.to.channels,
+    if (!ownRequire(caller, ownProcessedChannels(src) == ownProcessedChannels(dst),
                     "Number of processed channels of srcImage != "
                     "Number of processed channels of dstImage"))
         return;
     switch (ownDepthBits(src->depth)) {
     case 1:
-        return copyBits(job);
+        return copyBits(from, to);
     case 8:
-        return copyRegion<uint8_t>(job);
+        return copyRegion<uint8_t>(from, to);
     case 16:
-        return copyRegion<uint16_t>(job);
+        return copyRegion<uint16_t>(from, to);
     default:
-        return copyRegion<uint32_t>(job);
+        return copyRegion<uint32_t>(from, to);
     }
 }
 

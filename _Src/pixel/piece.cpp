@@ -2,21 +2,12 @@
 
 #include "_Src/image/check.h"
 #include "_Src/image/pitch.h"
-#include "_Src/walk/region.h"
+#include "_Src/walk/raster.h"
 
 #include <cstring>
 
 namespace
 {
-
-// Where the part of an image in a piece lies.
-struct Strand {
-    uint8_t* corner;
-    ptrdiff_t step;
-    ptrdiff_t channelStep;
-    size_t stride;     // elements from one pixel to the next
-    int32_t bitOffset; // of the corner, at depth 1
-};
 
 constexpr size_t scratchBytes = 4096;
 constexpr size_t widestPattern = 64;
@@ -28,8 +19,8 @@ struct Scratch {
 };
 
 struct Piece {
-    Strand strands[IPL_ROLES];
-    Strand mask; // corner null: no mask
+    IplRaster rasters[IPL_ROLES]; // address null: no such image
+    IplRaster mask;
     int32_t width;
     int32_t height;
     int32_t passes;  // over the rows: one for each plane, or one
@@ -44,12 +35,14 @@ struct Piece {
     Scratch* scratch;
 };
 
-// The addresses of one row.
+// The addresses of one row: of the first element that takes part, and of the
+// mask's bits, which are counted from the left edge of the mask.
 struct Row {
     uint8_t* dst;
     const uint8_t* a;
     const uint8_t* b;
     const uint8_t* mask;
+    int32_t y;
 };
 
 // --- Elements ------------------------------------------------------------------------
@@ -71,7 +64,7 @@ size_t pixelsAtATime(const Piece& piece)
 void choosePixels(const Piece& piece, const uint8_t* mask, size_t x, size_t pixels)
 {
     quib::kernels().select.spread(piece.scratch->choice, mask,
-                                  piece.mask.bitOffset + static_cast<int32_t>(x), pixels,
+                                  piece.mask.region.x + static_cast<int32_t>(x), pixels,
                                   piece.pattern, piece.pixelBytes);
 }
 
@@ -99,11 +92,18 @@ void mergeRow(const Piece& piece, const Row& row)
 void chooseChannels(Piece* piece)
 {
     std::memset(piece->pattern + piece->bytesBefore, 0xFF, piece->channels * piece->elementBytes);
-    if (piece->mask.corner)
+    if (piece->mask.address)
         return;
     const size_t pixels = pixelsAtATime(*piece);
     std::memset(piece->scratch->a, 0xFF, pixels / 8 + 1);
     choosePixels(*piece, piece->scratch->a, 0, pixels);
+}
+
+// Pixel x of a channel, for images whose channels are planes.
+uint8_t* elementAt(const IplRaster& raster, size_t channel, size_t x, int32_t y)
+{
+    return ownRegionBytes(raster, static_cast<int32_t>(channel), y) +
+           x * static_cast<size_t>(raster.stride) * raster.elementBytes;
 }
 
 // A row of pixels of any shapes, one channel after the other.
@@ -111,29 +111,24 @@ void pickRow(const Piece& piece, const Row& row)
 {
     constexpr size_t most = scratchBytes / 4;
     Scratch& scratch = *piece.scratch;
-    const quib::SelectKernels& select = quib::kernels().select;
-    const size_t size = piece.elementBytes == 4 ? 2 : piece.elementBytes - 1;
+    const IplRaster& a = piece.rasters[IPL_SRC_A];
+    const IplRaster& b = piece.rasters[IPL_SRC_B];
+    const IplRaster& dst = piece.rasters[IPL_DST];
+    const quib::StridedMoves& moves = ownStridedMoves(dst);
     const size_t width = static_cast<size_t>(piece.width);
-    const auto place = [&piece](IplRole role, size_t x, size_t channel) {
-        const Strand& strand = piece.strands[role];
-        return static_cast<ptrdiff_t>(x * strand.stride * piece.elementBytes) +
-               static_cast<ptrdiff_t>(channel) * strand.channelStep;
-    };
     for (size_t x = 0; x < width; x += most) {
         const size_t pixels = std::min(most, width - x);
         if (row.mask)
-            select.spread(scratch.choice, row.mask, piece.mask.bitOffset + static_cast<int32_t>(x),
-                          pixels, nullptr, 1);
+            quib::kernels().select.spread(scratch.choice, row.mask,
+                                          piece.mask.region.x + static_cast<int32_t>(x), pixels,
+                                          nullptr, 1);
         for (size_t c = 0; c < piece.channels; ++c) {
-            select.gather[size](scratch.a, row.a + place(IPL_SRC_A, x, c),
-                                piece.strands[IPL_SRC_A].stride, pixels);
+            moves.gather(scratch.a, elementAt(a, c, x, row.y), a.stride, pixels);
             if (row.b)
-                select.gather[size](scratch.b, row.b + place(IPL_SRC_B, x, c),
-                                    piece.strands[IPL_SRC_B].stride, pixels);
+                moves.gather(scratch.b, elementAt(b, c, x, row.y), b.stride, pixels);
             piece.run(scratch.a, scratch.a, scratch.b, pixels, piece.value);
-            select.scatter[size](row.dst + place(IPL_DST, x, c), scratch.a,
-                                 piece.strands[IPL_DST].stride, row.mask ? scratch.choice : nullptr,
-                                 pixels);
+            moves.scatter(elementAt(dst, c, x, row.y), scratch.a, dst.stride,
+                          row.mask ? scratch.choice : nullptr, pixels);
         }
     }
 }
@@ -142,23 +137,18 @@ void runRows(const Piece& piece, RowWork rowWork)
 {
     for (int32_t pass = 0; pass < piece.passes; ++pass) {
         for (int32_t y = 0; y < piece.height; ++y) {
-            const auto address = [&](const Strand& strand) {
-                return strand.corner ? strand.corner + pass * strand.channelStep + y * strand.step
-                                     : nullptr;
+            const auto address = [&](IplRole role) {
+                const IplRaster& raster = piece.rasters[role];
+                return raster.address ? ownRegionBytes(raster, pass, y) : nullptr;
             };
-            rowWork(piece, {address(piece.strands[IPL_DST]), address(piece.strands[IPL_SRC_A]),
-                            address(piece.strands[IPL_SRC_B]), address(piece.mask)});
+            // Each plane starts with the mask's first row.
+            rowWork(piece, {address(IPL_DST), address(IPL_SRC_A), address(IPL_SRC_B),
+                            piece.mask.address ? ownImageRow(piece.mask, y) : nullptr, y});
         }
     }
 }
 
 // --- Bits ------------------------------------------------------------------------------
-
-template<class Byte = const uint8_t>
-quib::BitRows<Byte> bitRows(const Strand& strand, int32_t x, int32_t y)
-{
-    return {strand.corner + y * strand.step, strand.step, strand.bitOffset + x};
-}
 
 // Computes beside their place the bits that a mask is to choose from.
 void runMaskedBits(const Piece& piece, quib::BitRun run)
@@ -168,39 +158,26 @@ void runMaskedBits(const Piece& piece, quib::BitRun run)
     for (int32_t y = 0; y < piece.height; ++y) {
         for (int32_t x = 0; x < piece.width; x += most) {
             const size_t width = static_cast<size_t>(std::min(most, piece.width - x));
-            run({result, 0, 0}, bitRows(piece.strands[IPL_SRC_A], x, y),
-                bitRows(piece.strands[IPL_SRC_B], x, y), width, 1, piece.value);
-            quib::kernels().bits.select(bitRows<uint8_t>(piece.strands[IPL_DST], x, y),
-                                        {result, 0, 0}, bitRows(piece.mask, x, y), width, 1, 0);
+            run({result, 0, 0}, ownRegionBits(piece.rasters[IPL_SRC_A], x, y),
+                ownRegionBits(piece.rasters[IPL_SRC_B], x, y), width, 1, piece.value);
+            quib::kernels().bits.select(ownRegionBits<uint8_t>(piece.rasters[IPL_DST], x, y),
+                                        {result, 0, 0}, ownRegionBits(piece.mask, x, y), width, 1,
+                                        0);
         }
     }
 }
 
 void runBits(const Piece& piece, quib::BitRun run)
 {
-    if (piece.mask.corner)
+    if (piece.mask.address)
         return runMaskedBits(piece, run);
-    run(bitRows<uint8_t>(piece.strands[IPL_DST], 0, 0), bitRows(piece.strands[IPL_SRC_A], 0, 0),
-        bitRows(piece.strands[IPL_SRC_B], 0, 0), static_cast<size_t>(piece.width),
+    run(ownRegionBits<uint8_t>(piece.rasters[IPL_DST], 0, 0),
+        ownRegionBits(piece.rasters[IPL_SRC_A], 0, 0),
+        ownRegionBits(piece.rasters[IPL_SRC_B], 0, 0), static_cast<size_t>(piece.width),
         static_cast<size_t>(piece.height), piece.value);
 }
 
-// The strand of an image's region, whose size lowers the piece's.
-Strand strandOf(const IplImage* image, int32_t channelOffset, Piece* piece)
-{
-    Strand strand{};
-    int32_t width = 0;
-    int32_t height = 0;
-    strand.corner = ownRoiOrigin(image, &width, &height, channelOffset, &strand.bitOffset);
-    strand.step = image->widthStep;
-    strand.channelStep = image->dataOrder == IPL_DATA_ORDER_PLANE
-                             ? static_cast<ptrdiff_t>(image->height) * image->widthStep
-                             : ownDepthBits(image->depth) / 8;
-    strand.stride = static_cast<size_t>(ownElementsPerPixel(image));
-    piece->width = std::min(piece->width, width);
-    piece->height = std::min(piece->height, height);
-    return strand;
-}
+// --- One run ---------------------------------------------------------------------------
 
 bool hasPadding(const IplImage* image)
 {
@@ -248,6 +225,14 @@ bool isSameShape(const IplPixelJob& job, const IplImage* const images[IPL_ROLES]
     return true;
 }
 
+// Opens an image, whose region lowers the piece's size.
+void place(const IplImage* image, const IplChannels& channels, IplRaster* raster, Piece* piece)
+{
+    ownRoiOrigin(image, channels, raster);
+    piece->width = std::min(piece->width, raster->region.width);
+    piece->height = std::min(piece->height, raster->region.height);
+}
+
 void placeImages(const IplPixelJob& job, const IplImage* const images[IPL_ROLES],
                  const IplImage* mask, Piece* piece)
 {
@@ -255,37 +240,44 @@ void placeImages(const IplPixelJob& job, const IplImage* const images[IPL_ROLES]
     piece->height = INT32_MAX;
     for (int32_t role = 0; role < IPL_ROLES; ++role)
         if (images[role])
-            piece->strands[role] = strandOf(images[role], job.channelOffset[role], piece);
+            place(images[role], {job.channelOffset[role], job.channelCount}, &piece->rasters[role],
+                  piece);
     if (mask)
-        piece->mask = strandOf(mask, 0, piece);
-    // Each plane starts with the mask's first row.
-    piece->mask.channelStep = 0;
+        place(mask, {0, 1}, &piece->mask, piece);
+}
+
+// Pixels of different shapes: the channels are taken one by one.
+void runPicked(const IplPixelJob& job, Piece* piece)
+{
+    for (IplRaster& raster : piece->rasters)
+        ownSplitChannels(&raster);
+    piece->passes = 1;
+    piece->channels = static_cast<size_t>(job.channelCount);
+    runRows(*piece, pickRow);
 }
 
 // Elements of 8 bits or more.
 void runElements(const IplPixelJob& job, const IplImage* const images[IPL_ROLES], Piece* piece)
 {
     Scratch scratch;
-    const IplImage* dst = images[IPL_DST];
-    const bool planes = dst->dataOrder == IPL_DATA_ORDER_PLANE && isSameOrder(images);
-    piece->run = ownRunOfDepth(*job.op.runs, dst->depth);
-    piece->elementBytes = static_cast<size_t>(ownDepthBits(dst->depth) / 8);
-    piece->passes = planes ? job.channelCount : 1;
-    piece->channels = planes ? 1 : static_cast<size_t>(job.channelCount);
+    const IplRaster& dst = piece->rasters[IPL_DST];
+    const size_t stride = static_cast<size_t>(dst.stride);
+    piece->run = ownRunOfDepth(*job.op.runs, images[IPL_DST]->depth);
+    piece->elementBytes = static_cast<size_t>(dst.elementBytes);
+    piece->passes = dst.planes;
+    piece->channels = static_cast<size_t>(dst.channels);
     piece->scratch = &scratch;
-    const size_t stride = piece->strands[IPL_DST].stride;
     piece->pixelBytes = stride * piece->elementBytes;
     if (!isSameShape(job, images))
-        return runRows(*piece, pickRow);
-    if (!piece->mask.corner && piece->channels == stride) {
+        return runPicked(job, piece);
+    if (!piece->mask.address && piece->channels == stride) {
         if (isOneRun(images, job.hasAlpha))
             joinRows(piece);
         return runRows(*piece, runRow);
     }
     if (piece->pixelBytes > widestPattern)
-        return runRows(*piece, pickRow);
-    piece->bytesBefore =
-        planes ? 0 : static_cast<size_t>(job.channelOffset[IPL_DST]) * piece->elementBytes;
+        return runPicked(job, piece);
+    piece->bytesBefore = static_cast<size_t>(dst.first) * piece->elementBytes;
     chooseChannels(piece);
     runRows(*piece, mergeRow);
 }

@@ -297,7 +297,7 @@ bool averageBits(const Areas& job, const IplFactors& factors)
     for (int32_t y = 0; y < job.dst.height; ++y) {
         std::memset(sums.data, 0, sizeof(uint32_t) * static_cast<size_t>(job.src.region.width));
         rows.takeArea(factors.ySrc, [&](int32_t row, uint32_t parts) {
-            addBits(sums.data, job.src.row(0, job.src.region.y + row), job.src.region.x, parts,
+            addBits(sums.data, ownImageRow(job.src, row), job.src.region.x, parts,
                     job.src.region.width);
         });
         BitWalk columns(factors.xDst);

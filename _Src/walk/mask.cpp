@@ -1,6 +1,6 @@
 #include "_Src/walk/mask.h"
 
-#include "_Src/walk/region.h"
+#include "_Src/walk/raster.h"
 #include "kernels/kernels.h"
 
 #include <algorithm>
@@ -20,13 +20,12 @@ IplImage* createMask(int32_t width, int32_t height, int32_t origin)
 
 void andRows(IplImage* result, const IplImage* mask)
 {
-    IplMaskWalk walk{};
-    if (!ownMaskStart(mask, &walk))
+    IplRaster bits;
+    if (!ownMaskStart(mask, &bits))
         return;
     uint8_t* data = reinterpret_cast<uint8_t*>(result->imageData);
     quib::kernels().bits.logicAnd({data, result->widthStep, 0}, {data, result->widthStep, 0},
-                                  {walk.address, walk.step, walk.bitOffset},
-                                  static_cast<size_t>(result->width),
+                                  ownRegionBits(bits, 0, 0), static_cast<size_t>(result->width),
                                   static_cast<size_t>(result->height), 0);
 }
 

@@ -2,6 +2,7 @@
 
 #include "_Src/image/check.h"
 #include "_Src/image/pitch.h"
+#include "kernels/kernels.h"
 
 namespace
 {
@@ -26,6 +27,15 @@ IplRaster rasterOf(const IplImage* image, const IplChannels& channels, ptrdiff_t
     return raster;
 }
 
+// A negative offset counts as 0.
+IplRect regionInside(const IplImage* image)
+{
+    IplRect region{ownRegionX(image), ownRegionY(image), 0, 0};
+    if (!ownRegionSize(image, &region.height, &region.width, true))
+        region.height = region.width = 0;
+    return region;
+}
+
 } // namespace
 
 IplChannels ownChosenChannels(const IplImage* image)
@@ -38,11 +48,7 @@ bool ownRegionStart(const IplImage* image, IplRaster* raster)
     if (!image->roi && image->alphaChannel != 0 && image->nChannels == 1)
         return false;
     *raster = rasterOf(image, ownChosenChannels(image), image->widthStep);
-    IplRect& region = raster->region;
-    if (!ownRegionSize(image, &region.height, &region.width, true))
-        region.height = region.width = 0;
-    region.x = ownRegionX(image);
-    region.y = ownRegionY(image);
+    raster->region = regionInside(image);
     return true;
 }
 
@@ -71,7 +77,12 @@ void ownTopDownRows(const IplImage* image, IplRaster* raster)
 
 bool ownMaskStart(const IplImage* mask, IplRaster* raster)
 {
-    return mask->depth == IPL_DEPTH_1U && ownRegionStart(mask, raster);
+    if (mask->depth != IPL_DEPTH_1U)
+        return false;
+    // Its bits count as they are, alpha or not.
+    *raster = rasterOf(mask, {0, 1}, mask->widthStep);
+    raster->region = regionInside(mask);
+    return true;
 }
 
 void ownSplitChannels(IplRaster* raster)
@@ -81,4 +92,17 @@ void ownSplitChannels(IplRaster* raster)
     raster->planes = raster->channels;
     raster->planeStep = raster->elementBytes;
     raster->channels = 1;
+}
+
+const quib::StridedMoves& ownStridedMoves(const IplRaster& raster)
+{
+    const quib::SelectKernels& select = quib::kernels().select;
+    switch (raster.elementBytes) {
+    case 1:
+        return select.bytes;
+    case 2:
+        return select.words;
+    default:
+        return select.doubleWords;
+    }
 }

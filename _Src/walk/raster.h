@@ -3,6 +3,7 @@
 
 #include "_Src/walk/region.h"
 #include "kernels/bits.h"
+#include "kernels/select.h"
 
 // Which channels of each pixel take part: `count` of them, from the one at index
 // `first` on.
@@ -60,19 +61,34 @@ void ownSplitChannels(IplRaster* raster);
 
 // --- Addresses -------------------------------------------------------------------
 
+// The image's row that is row y of the region, from the image's left edge on.
+inline uint8_t* ownImageRow(const IplRaster& raster, int32_t y)
+{
+    return raster.row(0, raster.region.y + y);
+}
+
 // The elements of row y of the region, from its left edge on. Rows of the image
 // above and below have numbers too.
+inline uint8_t* ownRegionBytes(const IplRaster& raster, int32_t plane, int32_t y)
+{
+    const ptrdiff_t element = static_cast<ptrdiff_t>(raster.region.x) * raster.stride;
+    return raster.row(plane, raster.region.y + y) + (element + raster.first) * raster.elementBytes;
+}
 template<class Element>
 Element* ownRegionRow(const IplRaster& raster, int32_t plane, int32_t y)
 {
-    return reinterpret_cast<Element*>(raster.row(plane, raster.region.y + y)) +
-           static_cast<ptrdiff_t>(raster.region.x) * raster.stride + raster.first;
+    return reinterpret_cast<Element*>(ownRegionBytes(raster, plane, y));
 }
 
-// The bits of the region from its pixel (x, y) on.
+// The kernels that move elements of this size; not for depth 1.
+const quib::StridedMoves& ownStridedMoves(const IplRaster& raster);
+
+// The bits of the region from its pixel (x, y) on; null without an image.
 template<class Byte = const uint8_t>
 quib::BitRows<Byte> ownRegionBits(const IplRaster& raster, int32_t x, int32_t y)
 {
     const int32_t bit = raster.region.x + x;
+    if (!raster.address)
+        return {};
     return {raster.row(0, raster.region.y + y) + (bit >> 3), raster.step, bit & 7};
 }

@@ -16,8 +16,7 @@ void ownDeliver(const IplTarget& target, int32_t plane, int32_t y, const Element
                 int32_t stride)
 {
     Element* dst = ownRegionRow<Element>(target.raster, plane, y);
-    const uint8_t* mask =
-        target.mask.address ? target.mask.row(0, target.mask.region.y + y) : nullptr;
+    const uint8_t* mask = ownMaskRow(target, y);
     const int32_t channels = target.raster.channels;
     for (int32_t x = 0; x < target.width; ++x) {
         if (!mask || ownBit(mask, target.mask.region.x + x))
@@ -30,17 +29,18 @@ void ownDeliver(const IplTarget& target, int32_t plane, int32_t y, const Element
 
 template void ownDeliver(const IplTarget&, int32_t, int32_t, const uint8_t*, int32_t);
 template void ownDeliver(const IplTarget&, int32_t, int32_t, const uint16_t*, int32_t);
+template void ownDeliver(const IplTarget&, int32_t, int32_t, const uint32_t*, int32_t);
 template void ownDeliver(const IplTarget&, int32_t, int32_t, const float*, int32_t);
 
 void ownDeliverBits(const IplTarget& target, int32_t y, const uint8_t* bits)
 {
     const IplRaster& raster = target.raster;
-    uint8_t* dst = raster.row(0, raster.region.y + y);
-    if (!target.mask.address) {
+    uint8_t* dst = ownImageRow(raster, y);
+    const uint8_t* mask = ownMaskRow(target, y);
+    if (!mask) {
         ownCopyBits(dst, raster.region.x, bits, 0, target.width);
         return;
     }
-    const uint8_t* mask = target.mask.row(0, target.mask.region.y + y);
     for (int32_t x = 0; x < target.width; ++x)
         if (ownBit(mask, target.mask.region.x + x))
             ownPutBit(dst, raster.region.x + x, ownBit(bits, x));

@@ -23,6 +23,13 @@ inline bool ownTakesWholeRows(const IplTarget& target)
     return !target.mask.address && target.raster.channels == target.raster.stride;
 }
 
+// The mask's bits beside row y of the target, to be counted from the left edge of
+// the mask; null without a mask.
+inline const uint8_t* ownMaskRow(const IplTarget& target, int32_t y)
+{
+    return target.mask.address ? ownImageRow(target.mask, y) : nullptr;
+}
+
 // Stores a row of pixels of `stride` elements each.
 template<class Element>
 void ownDeliver(const IplTarget& target, int32_t plane, int32_t y, const Element* row,

@@ -72,8 +72,11 @@ TEST(SelectKernels, GatherAndScatterStepOverTheOtherElements)
     for (const quib::Kernels* table : availableLevels()) {
         SCOPED_TRACE(table->levelName);
         Random random(73);
-        for (size_t i = 0; i < 3; ++i) {
-            const size_t size = size_t{1} << i;
+        const quib::SelectKernels& select = table->select;
+        for (const size_t size : {1, 2, 4}) {
+            const quib::StridedMoves& moves = size == 1   ? select.bytes
+                                              : size == 2 ? select.words
+                                                          : select.doubleWords;
             for (size_t count = 1; count < 50; ++count) {
                 const size_t stride = static_cast<size_t>(random.between(1, 6));
                 const GuardedBuffer spaced(((count - 1) * stride + 1) * size);
@@ -84,7 +87,7 @@ TEST(SelectKernels, GatherAndScatterStepOverTheOtherElements)
                 for (size_t k = 0; k < count; ++k)
                     for (size_t byte = 0; byte < size; ++byte)
                         expected.push_back(spaced.data()[k * stride * size + byte]);
-                table->select.gather[i](dense.data(), spaced.data(), stride, count);
+                moves.gather(dense.data(), spaced.data(), stride, count);
                 ASSERT_EQ(dense.contents(), expected);
 
                 random.fill(dense.data(), dense.size());
@@ -95,8 +98,8 @@ TEST(SelectKernels, GatherAndScatterStepOverTheOtherElements)
                     for (size_t byte = 0; byte < size && (all || choice.data()[k]); ++byte)
                         target[k * stride * size + byte] = dense.data()[k * size + byte];
                 }
-                table->select.scatter[i](spaced.data(), dense.data(), stride,
-                                         all ? nullptr : choice.data(), count);
+                moves.scatter(spaced.data(), dense.data(), stride, all ? nullptr : choice.data(),
+                              count);
                 ASSERT_EQ(spaced.contents(), target);
             }
         }

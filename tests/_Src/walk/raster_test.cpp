@@ -188,6 +188,14 @@ TEST(OwnMaskStart, GivesTheByteAndTheBitInIt)
     EXPECT_FALSE(ownMaskStart(gray.get(), &raster));
 }
 
+TEST(OwnMaskStart, TakesAMaskThatIsAlphaAlone)
+{
+    const Image mask = makeImage(40, 6, 1, IPL_DEPTH_1U, 0, 4, 1);
+    IplRaster raster{};
+    EXPECT_TRUE(ownMaskStart(mask.get(), &raster));
+    EXPECT_NE(raster.address, nullptr);
+}
+
 // --- The per-pixel family's region --------------------------------------------------
 
 namespace
