@@ -3,7 +3,8 @@
 #include "benchmarks/bench.h"
 #include "benchmarks/pixels.h"
 #include "kernels/kernels.h"
-#include "quibtool/stretch.h"
+#include "quibtool/stretch/stretch.h"
+#include "quibtool/stretch/tables.h"
 
 #if defined(QUIB_BENCH_LIBYUV)
 #include <libyuv/scale.h>
@@ -138,12 +139,12 @@ void addSmall32()
             std::make_shared<StretchTables>(96u, 96u, mode == STRETCH_NEAREST ? 0u : 2u);
         for (const StretchAxis* axis : {&tables->x, &tables->y})
             BuildStretchTable32(96, 64, axis->weight, axis->idx0, axis->idx1, mode);
-        addSmall(
-            mode == STRETCH_NEAREST ? "QuibResize 32-bit nearest" : "QuibResize 32-bit linear", src,
-            dst, mode, [=] {
-                ownStretch32({dst->data(), 96, 96, 96 * 4}, {src->data(), 64, 64, 64 * 4}, *tables);
-                keep(dst->data());
-            });
+        addSmall(mode == STRETCH_NEAREST ? "QuibResize 32-bit nearest" : "QuibResize 32-bit linear",
+                 src, dst, mode, [=] {
+                     quib::ownStretch32({dst->data(), 96, 96, 96 * 4},
+                                        {src->data(), 64, 64, 64 * 4}, *tables);
+                     keep(dst->data());
+                 });
     }
 }
 

@@ -52,9 +52,10 @@ QuibStatus stretchSides(const BlitSide& src, const BlitSide& dst)
 {
     if (src.handle->nChannels != 4 || dst.handle->nChannels != 4)
         return ownResizeRegions(src.handle, regionOf(src), dst.handle, regionOf(dst), IPL_INTER_NN);
-    StretchStrided32(ownStretchTarget(walkOf(dst, 4), dst.width, dst.height),
-                     ownStretchSource(walkOf(src, 4), src.width, src.height), STRETCH_NEAREST);
-    return QUIB_OK;
+    const bool done =
+        StretchStrided32(ownStretchTarget(walkOf(dst, 4), dst.width, dst.height),
+                         ownStretchSource(walkOf(src, 4), src.width, src.height), STRETCH_NEAREST);
+    return done ? QUIB_OK : QUIB_FAILED;
 }
 
 QuibStatus copySides(const BlitSide& src, const BlitSide& dst)

@@ -2,10 +2,13 @@
 
 #include "_Src/ipl.h"
 #include "quibtool/handle.h"
+#include "quibtool/stretch/tables.h"
 #include "quibtool/transfer.h"
 
 #include <algorithm>
 #include <cmath>
+
+using namespace quib;
 
 namespace
 {
@@ -75,14 +78,15 @@ BlockWalk walkFrom(const IplImage* handle, const TransferRegion& region)
     return ownWalkFrom(handle, static_cast<size_t>(handle->widthStep), region.x, region.y, 4);
 }
 
-void stretchView(const ViewSides& sides, const ViewAxis& x, const ViewAxis& y, int32_t mode)
+QuibStatus stretchView(const ViewSides& sides, const ViewAxis& x, const ViewAxis& y, int32_t mode)
 {
     const TransferRegion region = sourceRegion(sides);
     const BlockWalk from = walkFrom(sides.src, region);
     const BlockWalk to = walkFrom(sides.dst, sides.to);
-    StretchPanZoom32(ownStretchTarget(to, sides.to.width, sides.to.height),
-                     ownStretchSource(from, region.width, region.height), mode, x.start, y.start,
-                     x.step, y.step);
+    const bool done = StretchPanZoom32(ownStretchTarget(to, sides.to.width, sides.to.height),
+                                       ownStretchSource(from, region.width, region.height), mode,
+                                       x.start, y.start, x.step, y.step);
+    return done ? QUIB_OK : QUIB_FAILED;
 }
 
 } // namespace
@@ -115,20 +119,21 @@ void BuildPanZoomTable(uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t*
     }
 }
 
-void StretchPanZoom32(const StretchTarget& to, const StretchSource& from, int32_t mode,
+bool StretchPanZoom32(const StretchTarget& to, const StretchSource& from, int32_t mode,
                       double startX, double startY, double stepX, double stepY)
 {
     const StretchTarget cut = ownCutToBlock(to);
     if (cut.width == 0 || cut.height == 0)
-        return;
+        return true;
     const StretchTables tables(cut.width, cut.height, mode == STRETCH_NEAREST ? 0 : 2);
     if (!tables.exist())
-        return;
+        return false;
     const StretchAxis& x = tables.x;
     const StretchAxis& y = tables.y;
     BuildPanZoomTable(cut.width, from.width, x.weight, x.idx0, x.idx1, mode, startX, stepX);
     BuildPanZoomTable(cut.height, from.height, y.weight, y.idx0, y.idx1, mode, startY, stepY);
     ownStretch32(cut, from, tables);
+    return true;
 }
 
 QuibStatus QuibBlt_PANZOOM(IplImage* src, double srcX, double stepX, double srcY, double stepY,
@@ -156,6 +161,5 @@ QuibStatus QuibBlt_PANZOOM(IplImage* src, double srcX, double stepX, double srcY
     const ViewSides sides{src, dst, from, {to.left, to.top, dstSize(x), dstSize(y)}};
     if (src->nChannels != 4 || dst->nChannels != 4)
         return ownResizeRegions(src, sourceRegion(sides), dst, sides.to, mode);
-    stretchView(sides, x, y, mode);
-    return QUIB_OK;
+    return stretchView(sides, x, y, mode);
 }

@@ -1,8 +1,8 @@
-// The stretcher of QuibBlt_PANZOOM: that of quibtool/stretch.h with tables that
+// The stretcher of QuibBlt_PANZOOM: that of quibtool/stretch/stretch.h with tables that
 // start anywhere, step by any amount and hold on to the source's ends.
 #pragma once
 
-#include "quibtool/stretch.h"
+#include "quibtool/stretch/stretch.h"
 
 // Fills the tables of one axis, `dstN` positions from `start` on, `step` apart.
 // Before the first pixel and from the last one on both indices are that pixel,
@@ -11,5 +11,6 @@
 void BuildPanZoomTable(uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t* idx0,
                        uint32_t* idx1, int32_t mode, double start, double step);
 
-void StretchPanZoom32(const StretchTarget& to, const StretchSource& from, int32_t mode,
+// False, with nothing written, if there is no memory for the tables.
+bool StretchPanZoom32(const StretchTarget& to, const StretchSource& from, int32_t mode,
                       double startX, double startY, double stepX, double stepY);

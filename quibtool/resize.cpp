@@ -1,7 +1,7 @@
 #include "_Src/ipl.h"
 #include "kernels/kernels.h"
 #include "quibtool/handle.h"
-#include "quibtool/stretch.h"
+#include "quibtool/stretch/stretch.h"
 
 namespace
 {
@@ -20,7 +20,8 @@ bool sameLayout(const QuibInfo& a, const QuibInfo& b)
            a.widthStep == b.widthStep;
 }
 
-// Calls work(dst, src) with the pixels, unless an image has none.
+// Calls work(dst, src), false if it fails, with the pixels, unless an image has
+// none.
 template<class Work>
 QuibStatus withPixels(const ResizePair& pair, Work work)
 {
@@ -30,8 +31,7 @@ QuibStatus withPixels(const ResizePair& pair, Work work)
     ownLockData(pair.src, &src);
     if (!dst || !src)
         return QUIB_BAD_ARGUMENT;
-    work(dst, src);
-    return QUIB_OK;
+    return work(dst, src) ? QUIB_OK : QUIB_FAILED;
 }
 
 QuibStatus copyBlock(const ResizePair& pair)
@@ -39,6 +39,7 @@ QuibStatus copyBlock(const ResizePair& pair)
     return withPixels(pair, [&](uint8_t* dst, const uint8_t* src) {
         if (dst != src)
             quib::kernels().block.copy(dst, src, ownBlockBytes(pair.src));
+        return true;
     });
 }
 
@@ -48,7 +49,7 @@ QuibStatus stretch32(const ResizePair& pair, int32_t mode)
     const QuibInfo& to = pair.dstInfo;
     const QuibInfo& from = pair.srcInfo;
     return withPixels(pair, [&](uint8_t* dst, const uint8_t* src) {
-        StretchPacked32(dst, to.width, to.height, src, from.width, from.height, mode);
+        return StretchPacked32(dst, to.width, to.height, src, from.width, from.height, mode);
     });
 }
 
@@ -58,8 +59,8 @@ QuibStatus stretch8(const ResizePair& pair)
     const QuibInfo& to = pair.dstInfo;
     const QuibInfo& from = pair.srcInfo;
     return withPixels(pair, [&](uint8_t* dst, const uint8_t* src) {
-        StretchPlane8(dst, to.width, to.height, to.widthStep, src, from.width, from.height,
-                      from.widthStep, STRETCH_NEAREST);
+        return StretchPlane8(dst, to.width, to.height, to.widthStep, src, from.width, from.height,
+                             from.widthStep, STRETCH_NEAREST);
     });
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "quibtool/blockwalk.h"
-#include "quibtool/stretch.h"
+#include "quibtool/stretch/stretch.h"
 
 // Cuts the rectangle to its part inside the image; false if they do not meet.
 bool ownMeetImage(QuibRect* rect, const IplImage* handle);

@@ -725,7 +725,7 @@ TEST(QuibBlt, StretchesNothingWhenMemoryForItsTableRunsOut)
     const Image dst = makeHandle(6, 6, 32);
     {
         const FailingAllocation failing;
-        blit(src.get(), {0, 0, 4, 4}, dst.get(), {0, 0, 6, 6}, 1);
+        EXPECT_EQ(blit(src.get(), {0, 0, 4, 4}, dst.get(), {0, 0, 6, 6}, 1), QUIB_FAILED);
         EXPECT_EQ(failing.asked(), 1);
     }
     EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(6 * 6 * 4, 0));

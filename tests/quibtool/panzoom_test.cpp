@@ -542,7 +542,7 @@ TEST(QuibBltPanZoom, DrawsNothingWhenMemoryForItsTablesRunsOut)
     const Image dst = makeHandle(6, 6, 32);
     for (const int32_t mode : {0, 1}) {
         const FailingAllocation failing;
-        panZoom(src.get(), {0, 0.5, 0, 0.5, 0, 6, 0, 6}, dst.get(), mode);
+        EXPECT_EQ(panZoom(src.get(), {0, 0.5, 0, 0.5, 0, 6, 0, 6}, dst.get(), mode), QUIB_FAILED);
         EXPECT_EQ(failing.asked(), 1);
     }
     EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(6 * 6 * 4, 0));

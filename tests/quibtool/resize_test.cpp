@@ -1,7 +1,8 @@
 #include "quibtool/handle.h"
-#include "quibtool/stretch.h"
+#include "quibtool/stretch/stretch.h"
 
 #include "tests/support/bad_handles.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
@@ -193,6 +194,21 @@ TEST(QuibResize, AveragesShrinking8BitAnd32BitHandlesInMode3)
     for (const int32_t bitDepth : {8, 32}) {
         const Image src = makeRandomHandle(12, 8, bitDepth, random);
         expectEngineResult(QuibResize, src, 4, 4, iplDecimate, 3);
+    }
+}
+
+TEST(QuibResize, FailsWhenMemoryForItsTablesRunsOut)
+{
+    Random random(31);
+    for (const int32_t bitDepth : {8, 32}) {
+        const Image src = makeRandomHandle(6, 6, bitDepth, random);
+        const Image dst = makeRandomHandle(9, 5, bitDepth, random);
+        const std::vector<uint8_t> before = bytesOf(dst.get());
+        for (const int32_t mode : {0, 1}) {
+            const FailingAllocation failing;
+            EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_FAILED);
+        }
+        EXPECT_EQ(bytesOf(dst.get()), before);
     }
 }
 
