@@ -136,8 +136,8 @@ void addSmall32()
     const Shared dst = makePixels(96, 96, 32);
     for (const int mode : {STRETCH_NEAREST, STRETCH_LINEAR}) {
         const auto tables =
-            std::make_shared<StretchTables>(96u, 96u, mode == STRETCH_NEAREST ? 0u : 2u);
-        for (const StretchAxis* axis : {&tables->x, &tables->y})
+            std::make_shared<quib::StretchTables>(96u, 96u, mode == STRETCH_NEAREST ? 0u : 2u);
+        for (const quib::StretchAxis* axis : {&tables->x, &tables->y})
             BuildStretchTable32(96, 64, axis->weight, axis->idx0, axis->idx1, mode);
         addSmall(mode == STRETCH_NEAREST ? "QuibResize 32-bit nearest" : "QuibResize 32-bit linear",
                  src, dst, mode, [=] {

@@ -1,6 +1,8 @@
 #include "_Src/ipl.h"
 #include "quibtool/pixelops.h"
 
+using namespace quib;
+
 QuibStatus QuibAddS(const IplImage* src, IplImage** outHandle, int32_t value)
 {
     return ownRunOnClone(iplAddS, src, outHandle, value);

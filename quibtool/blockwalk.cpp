@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace quib;
+
 static void moveOn(BlockWalk* walk, uint64_t distance)
 {
     const size_t bytes = static_cast<size_t>(std::min<uint64_t>(distance, walk->bytesLeft));
@@ -11,8 +13,8 @@ static void moveOn(BlockWalk* walk, uint64_t distance)
     walk->bytesLeft -= bytes;
 }
 
-BlockWalk ownWalkFrom(const IplImage* handle, size_t step, int32_t column, int32_t row,
-                      int32_t bytesPerPixel)
+BlockWalk quib::ownWalkFrom(const IplImage* handle, size_t step, int32_t column, int32_t row,
+                            int32_t bytesPerPixel)
 {
     BlockWalk walk{reinterpret_cast<uint8_t*>(handle->imageData),
                    std::max(static_cast<size_t>(handle->imageSize), ownBlockBytes(handle)), step};
@@ -21,7 +23,7 @@ BlockWalk ownWalkFrom(const IplImage* handle, size_t step, int32_t column, int32
     return walk;
 }
 
-void ownSkipRows(BlockWalk* walk, uint64_t rows)
+void quib::ownSkipRows(BlockWalk* walk, uint64_t rows)
 {
     moveOn(walk, walk->step * rows);
 }

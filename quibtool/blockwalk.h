@@ -14,9 +14,14 @@ struct BlockWalk {
     size_t step;
 };
 
+namespace quib
+{
+
 // Starts at a pixel, in rows that are `step` bytes apart. A record whose block
 // does not reach that far gives a walk with no bytes left.
 BlockWalk ownWalkFrom(const IplImage* handle, size_t step, int32_t column, int32_t row,
                       int32_t bytesPerPixel);
 
 void ownSkipRows(BlockWalk* walk, uint64_t rows);
+
+} // namespace quib

@@ -1,9 +1,11 @@
-#include "quibtool/composition.h"
+#include "quibtool/layers.h"
 
 #include "_Src/ipl.h"
 #include "quibtool/handle.h"
 
 #include <algorithm>
+
+using namespace quib;
 
 namespace
 {

@@ -1,8 +1,10 @@
-#include "quibtool/composition.h"
+#include "quibtool/layers.h"
 
 #include "kernels/kernels.h"
 #include "quibtool/handle.h"
 #include "quibtool/startup.h"
+
+using namespace quib;
 
 namespace
 {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace quib;
+
 QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress)
 {
     if (!QuibIsValid(src))

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+using namespace quib;
+
 namespace
 {
 

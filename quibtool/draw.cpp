@@ -1,6 +1,8 @@
 #include "platform/platform.h"
 #include "quibtool/handle.h"
 
+using namespace quib;
+
 namespace
 {
 

@@ -5,6 +5,8 @@
 
 #include <initializer_list>
 
+using namespace quib;
+
 namespace
 {
 

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <iterator>
 
+using namespace quib;
+
 namespace
 {
 
@@ -134,7 +136,7 @@ bool QuibIsValid(const IplImage* handle, const QuibCallSite& site)
     return isReadable(handle) || refuseHandle(rowOf(site));
 }
 
-QuibStatus ownGetInfo(const IplImage* handle, QuibInfo* info)
+QuibStatus quib::ownGetInfo(const IplImage* handle, QuibInfo* info)
 {
     if (const int32_t status = iplCheckImage(handle))
         return status;
@@ -144,7 +146,7 @@ QuibStatus ownGetInfo(const IplImage* handle, QuibInfo* info)
     return QUIB_OK;
 }
 
-QuibStatus ownLockData(const IplImage* handle, uint8_t** dataOut)
+QuibStatus quib::ownLockData(const IplImage* handle, uint8_t** dataOut)
 {
     if (const int32_t status = iplCheckImage(handle))
         return status;
@@ -152,7 +154,7 @@ QuibStatus ownLockData(const IplImage* handle, uint8_t** dataOut)
     return QUIB_OK;
 }
 
-bool ownClipRect(QuibRect* rect, int32_t width, int32_t height)
+bool quib::ownClipRect(QuibRect* rect, int32_t width, int32_t height)
 {
     rect->left = std::max(rect->left, 0);
     rect->top = std::max(rect->top, 0);
@@ -161,12 +163,12 @@ bool ownClipRect(QuibRect* rect, int32_t width, int32_t height)
     return rect->left < rect->right && rect->top < rect->bottom;
 }
 
-bool ownIsHandleDepth(int32_t bitDepth)
+bool quib::ownIsHandleDepth(int32_t bitDepth)
 {
     return findKind(bitDepth) != nullptr;
 }
 
-size_t ownBlockBytes(const IplImage* handle)
+size_t quib::ownBlockBytes(const IplImage* handle)
 {
     if (handle->widthStep < 1 || handle->height < 1)
         return 0;
@@ -178,7 +180,7 @@ size_t ownBlockBytes(const IplImage* handle)
     return wrapped ? 0 : static_cast<size_t>(bytes);
 }
 
-IplImage* ownCreateRecord(int32_t width, int32_t height, int32_t bitDepth)
+IplImage* quib::ownCreateRecord(int32_t width, int32_t height, int32_t bitDepth)
 {
     const HandleKind* kind = findKind(bitDepth);
     if (!kind)

@@ -22,15 +22,18 @@ bool QuibIsValid(const IplImage* handle, int32_t row);
 bool QuibIsValid(const IplImage* handle,
                  const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()});
 
+// Makes a handle without pixels. `*out` is touched on success only.
+QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, IplImage** out);
+
+namespace quib
+{
+
 // Whether the library makes handles of so many bits per pixel.
 bool ownIsHandleDepth(int32_t bitDepth);
 
 // The record of a handle, without pixels; the engine reports sizes below 1. Null
 // for another depth, after a report, and for want of memory.
 IplImage* ownCreateRecord(int32_t width, int32_t height, int32_t bitDepth);
-
-// The same with a status. `*out` is touched on success only.
-QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, IplImage** out);
 
 // What QuibGetInfo and QuibLockData do after their validity test, for handles
 // that have just passed it: probing memory costs far more than all the rest.
@@ -44,3 +47,13 @@ bool ownClipRect(QuibRect* rect, int32_t width, int32_t height);
 // The bytes that the record's rows take up in its pixel block; 0 for a record
 // whose sizes describe no block.
 size_t ownBlockBytes(const IplImage* handle);
+
+} // namespace quib
+
+// Named without the namespace where calls come in.
+using quib::ownBlockBytes;
+using quib::ownClipRect;
+using quib::ownCreateRecord;
+using quib::ownGetInfo;
+using quib::ownIsHandleDepth;
+using quib::ownLockData;

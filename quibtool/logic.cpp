@@ -1,6 +1,8 @@
 #include "_Src/ipl.h"
 #include "quibtool/pixelops.h"
 
+using namespace quib;
+
 QuibStatus QuibLShiftS(const IplImage* src, IplImage** outHandle, uint32_t nShift)
 {
     return ownRunOnClone(iplLShiftS, src, outHandle, nShift);

@@ -2,6 +2,8 @@
 
 #include "_Src/ipl.h"
 
+using namespace quib;
+
 namespace
 {
 
@@ -33,15 +35,15 @@ bool writesEveryPixel(const IplImage* src, const IplImage* srcB)
 
 } // namespace
 
-void ownCloneForOperation(const IplImage* src, const IplImage* srcB, IplImage** out)
+void quib::ownCloneForOperation(const IplImage* src, const IplImage* srcB, IplImage** out)
 {
     if (iplCheckImage(src) != IPL_StsOk)
         return;
     *out = writesEveryPixel(src, srcB) ? ownCloneForResult(src) : iplCloneImage(src);
 }
 
-QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst), const IplImage* src,
-                         IplImage** out, const QuibCallSite& site)
+QuibStatus quib::ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst),
+                               const IplImage* src, IplImage** out, const QuibCallSite& site)
 {
     if (!QuibIsValid(src, site) || !out)
         return QUIB_BAD_ARGUMENT;
@@ -50,10 +52,10 @@ QuibStatus ownRunOnClone(void (*operation)(const IplImage* src, IplImage* dst), 
     return QUIB_OK;
 }
 
-QuibStatus ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB,
-                                               IplImage* dst),
-                             const IplImage* srcA, const IplImage* srcB, IplImage** out,
-                             const QuibCallSite& site)
+QuibStatus quib::ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplImage* srcB,
+                                                     IplImage* dst),
+                                   const IplImage* srcA, const IplImage* srcB, IplImage** out,
+                                   const QuibCallSite& site)
 {
     if (!QuibIsValid(srcA, site) || !QuibIsValid(srcB, secondSite(site)))
         return QUIB_BAD_ARGUMENT;

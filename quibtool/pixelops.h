@@ -6,6 +6,9 @@
 
 #include <type_traits>
 
+namespace quib
+{
+
 // Makes the clone of `src` that an operation of it, and of srcB unless that is
 // null, writes into. A failure is left to the operation's own checks: `*out`
 // then stays as it is.
@@ -30,3 +33,9 @@ QuibStatus ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplIm
                                                IplImage* dst),
                              const IplImage* srcA, const IplImage* srcB, IplImage** out,
                              const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()});
+
+} // namespace quib
+
+using quib::ownCloneForOperation;
+using quib::ownRunOnClone;
+using quib::ownRunPairOnClone;

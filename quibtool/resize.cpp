@@ -3,6 +3,8 @@
 #include "quibtool/handle.h"
 #include "quibtool/stretch/stretch.h"
 
+using namespace quib;
+
 namespace
 {
 

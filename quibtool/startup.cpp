@@ -7,6 +7,8 @@
 #define QUIB_HAS_CPUID 1
 #endif
 
+using namespace quib;
+
 namespace
 {
 
@@ -71,7 +73,7 @@ void QuibBuildTables()
             hueEntries[hueCentre + i * hueSide + j] = hueOf(i, j);
 }
 
-ProcessorIdentity ownIdentifyProcessor()
+ProcessorIdentity quib::ownIdentifyProcessor()
 {
     ProcessorIdentity identity{};
 #if defined(QUIB_HAS_CPUID)
@@ -93,12 +95,12 @@ ProcessorIdentity ownIdentifyProcessor()
     return identity;
 }
 
-uint32_t ownMmxFlag(const ProcessorIdentity& identity)
+uint32_t quib::ownMmxFlag(const ProcessorIdentity& identity)
 {
     return identity.highestLeaf >= 1 ? identity.features & 0x00800000u : 0;
 }
 
-int32_t ownProcessorLevel(const ProcessorIdentity& identity)
+int32_t quib::ownProcessorLevel(const ProcessorIdentity& identity)
 {
     const uint32_t family = identity.signature >> 8 & 15;
     const uint32_t model = identity.signature >> 4 & 15;

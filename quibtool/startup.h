@@ -28,6 +28,12 @@ extern int32_t engineQuadWarpEnabled;
 void QuibBuildTables();
 int32_t QuibProcessorLevel();
 
+// Builds the tables and reads the processor; once, however often it is called.
+void QuibStartUp();
+
+namespace quib
+{
+
 // The answers of the processor that the two flags go by.
 struct ProcessorIdentity {
     uint32_t highestLeaf;
@@ -39,5 +45,4 @@ ProcessorIdentity ownIdentifyProcessor();
 uint32_t ownMmxFlag(const ProcessorIdentity& identity);
 int32_t ownProcessorLevel(const ProcessorIdentity& identity);
 
-// Builds the tables and reads the processor; once, however often it is called.
-void QuibStartUp();
+} // namespace quib

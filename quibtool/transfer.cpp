@@ -3,6 +3,8 @@
 #include "_Src/ipl.h"
 #include "platform/platform.h"
 
+using namespace quib;
+
 namespace
 {
 
@@ -33,7 +35,7 @@ QuibStatus withRegions(IplImage* src, const TransferRegion& from, IplImage* dst,
 
 } // namespace
 
-bool ownMeetImage(QuibRect* rect, const IplImage* handle)
+bool quib::ownMeetImage(QuibRect* rect, const IplImage* handle)
 {
     const RECT given{rect->left, rect->top, rect->right, rect->bottom};
     const RECT image{0, 0, handle->width, handle->height};
@@ -44,28 +46,28 @@ bool ownMeetImage(QuibRect* rect, const IplImage* handle)
     return true;
 }
 
-StretchTarget ownStretchTarget(const BlockWalk& start, int32_t width, int32_t height)
+StretchTarget quib::ownStretchTarget(const BlockWalk& start, int32_t width, int32_t height)
 {
     return {start.row, static_cast<uint32_t>(width), static_cast<uint32_t>(height),
             static_cast<ptrdiff_t>(start.step), start.bytesLeft};
 }
 
-StretchSource ownStretchSource(const BlockWalk& start, int32_t width, int32_t height)
+StretchSource quib::ownStretchSource(const BlockWalk& start, int32_t width, int32_t height)
 {
     return {start.row, static_cast<uint32_t>(width), static_cast<uint32_t>(height),
             static_cast<ptrdiff_t>(start.step), start.bytesLeft};
 }
 
-QuibStatus ownResizeRegions(IplImage* src, const TransferRegion& from, IplImage* dst,
-                            const TransferRegion& to, int32_t interpolate)
+QuibStatus quib::ownResizeRegions(IplImage* src, const TransferRegion& from, IplImage* dst,
+                                  const TransferRegion& to, int32_t interpolate)
 {
     return withRegions(src, from, dst, to, [&] {
         iplResize(src, dst, to.width, from.width, to.height, from.height, interpolate);
     });
 }
 
-QuibStatus ownCopyRegions(IplImage* src, const TransferRegion& from, IplImage* dst,
-                          const TransferRegion& to)
+QuibStatus quib::ownCopyRegions(IplImage* src, const TransferRegion& from, IplImage* dst,
+                                const TransferRegion& to)
 {
     return withRegions(src, from, dst, to, [&] { iplCopy(src, dst); });
 }

@@ -4,13 +4,6 @@
 #include "quibtool/blockwalk.h"
 #include "quibtool/stretch/stretch.h"
 
-// Cuts the rectangle to its part inside the image; false if they do not meet.
-bool ownMeetImage(QuibRect* rect, const IplImage* handle);
-
-// Pixels of four bytes from the start of a walk on, for the stretchers.
-StretchTarget ownStretchTarget(const BlockWalk& start, int32_t width, int32_t height);
-StretchSource ownStretchSource(const BlockWalk& start, int32_t width, int32_t height);
-
 // A region of interest: a corner inside the image, and a size that may reach
 // past it.
 struct TransferRegion {
@@ -20,6 +13,16 @@ struct TransferRegion {
     int32_t height;
 };
 
+namespace quib
+{
+
+// Cuts the rectangle to its part inside the image; false if they do not meet.
+bool ownMeetImage(QuibRect* rect, const IplImage* handle);
+
+// Pixels of four bytes from the start of a walk on, for the stretchers.
+StretchTarget ownStretchTarget(const BlockWalk& start, int32_t width, int32_t height);
+StretchSource ownStretchSource(const BlockWalk& start, int32_t width, int32_t height);
+
 // Scales between two regions through iplResize, or copies between them through
 // iplCopy. The regions are stored in the two records for the length of the
 // call; those that the records held before are lost.
@@ -27,3 +30,5 @@ QuibStatus ownResizeRegions(IplImage* src, const TransferRegion& from, IplImage*
                             const TransferRegion& to, int32_t interpolate);
 QuibStatus ownCopyRegions(IplImage* src, const TransferRegion& from, IplImage* dst,
                           const TransferRegion& to);
+
+} // namespace quib

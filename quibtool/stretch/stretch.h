@@ -55,10 +55,10 @@ bool StretchStrided32(const StretchTarget& to, const StretchSource& from, int32_
 
 // --- For stretchers with tables of their own (tables.h) ----------------------------
 
-struct StretchTables;
-
 namespace quib
 {
+
+struct StretchTables;
 
 // Without the columns and rows of which the block holds nothing.
 StretchTarget ownCutToBlock(const StretchTarget& to);

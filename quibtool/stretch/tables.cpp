@@ -167,7 +167,7 @@ uint32_t* quib::takeWords(uint8_t** next, size_t count)
     return words;
 }
 
-StretchTables::StretchTables(uint32_t dstW, uint32_t dstH, uint32_t keptLines)
+quib::StretchTables::StretchTables(uint32_t dstW, uint32_t dstH, uint32_t keptLines)
     : lineCount(keptLines), block(nullptr), lines(nullptr), gathers(nullptr), x{}, y{}
 {
     const uint64_t tables = keptLines ? 3 : 1;
@@ -189,7 +189,7 @@ StretchTables::StretchTables(uint32_t dstW, uint32_t dstH, uint32_t keptLines)
     y.weight = takeWords(&next, dstH);
 }
 
-StretchTables::~StretchTables()
+quib::StretchTables::~StretchTables()
 {
     std::free(block);
 }

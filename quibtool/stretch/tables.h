@@ -16,6 +16,9 @@ void BuildStretchTable8(uint32_t dstN, uint32_t srcN, uint8_t* weight, uint32_t*
 void BuildStretchTable32(uint32_t dstN, uint32_t srcN, uint32_t* weight, uint32_t* idx0,
                          uint32_t* idx1, int32_t mode);
 
+namespace quib
+{
+
 struct StretchAxis {
     uint32_t* idx0; // never decreasing
     // Along x idx0 + 1, or idx0 at the source's two ends; along y up to
@@ -39,13 +42,10 @@ struct StretchTables {
     uint32_t lineCount;
     uint8_t* block;
     uint8_t* lines;
-    quib::GatherBlock* gathers; // of a nearest stretch, dstW / 8
+    GatherBlock* gathers; // of a nearest stretch, dstW / 8
     StretchAxis x;
     StretchAxis y;
 };
-
-namespace quib
-{
 
 // The share of the first of two neighbours, `t` away from it: 0 to 255, linear,
 // or along the curve of STRETCH_SMOOTH.

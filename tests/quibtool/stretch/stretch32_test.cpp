@@ -266,7 +266,7 @@ TEST(OwnStretch32, HoldsPositionsPastTheSourceInside)
         const Pixels src({3, 2}, 4, Guard::afterEnd, random);
         const GuardedBuffer out(10 * 3 * 4);
         for (const uint32_t lines : {0u, 2u}) {
-            const StretchTables tables(10, 3, lines);
+            const quib::StretchTables tables(10, 3, lines);
             ASSERT_TRUE(tables.exist());
             for (uint32_t i = 0; i < 10; ++i) {
                 tables.x.idx0[i] = i / 2;
@@ -297,7 +297,7 @@ TEST(OwnStretch32, RepeatsEdgePixelsOnBothSides)
         Random random(26);
         const Pixels src({2, 1}, 4, Guard::afterEnd, random);
         const GuardedBuffer out(6 * 4);
-        const StretchTables tables(6, 1, 2);
+        const quib::StretchTables tables(6, 1, 2);
         ASSERT_TRUE(tables.exist());
         const uint32_t first[6] = {0, 0, 0, 1, 1, 1};
         const uint32_t second[6] = {0, 0, 1, 1, 1, 1};

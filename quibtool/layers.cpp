@@ -1,9 +1,11 @@
-#include "quibtool/composition.h"
+#include "quibtool/layers.h"
 
 #include "kernels/kernels.h"
 #include "quibtool/handle.h"
 
 #include <algorithm>
+
+using namespace quib;
 
 namespace
 {
@@ -40,7 +42,7 @@ void ComposeRowOver(uint8_t* target, const uint8_t* under, const uint8_t* over, 
     quib::kernels().compose.pairBlend(target, under, over, count);
 }
 
-QuibStatus ownCheckLayers(const IplImage* over, const IplImage* under)
+QuibStatus quib::ownCheckLayers(const IplImage* over, const IplImage* under)
 {
     QuibInfo overInfo{};
     QuibInfo underInfo{};
@@ -51,13 +53,13 @@ QuibStatus ownCheckLayers(const IplImage* over, const IplImage* under)
     return is32Bit(overInfo) && is32Bit(underInfo) ? QUIB_OK : QUIB_BAD_ARGUMENT;
 }
 
-BlockWalk ownLayerWalk(const IplImage* handle, int32_t stepWidth, int32_t column, int32_t row)
+BlockWalk quib::ownLayerWalk(const IplImage* handle, int32_t stepWidth, int32_t column, int32_t row)
 {
     return ownWalkFrom(handle, static_cast<size_t>(stepWidth) * 4, column, row, 4);
 }
 
-void ownComposeRows(ComposeRow composeRow, BlockWalk target, BlockWalk under, BlockWalk over,
-                    size_t width, int32_t height)
+void quib::ownComposeRows(ComposeRow composeRow, BlockWalk target, BlockWalk under, BlockWalk over,
+                          size_t width, int32_t height)
 {
     for (int32_t y = 0; y < height; ++y) {
         const size_t left = std::min({target.bytesLeft, under.bytesLeft, over.bytesLeft});
@@ -67,8 +69,8 @@ void ownComposeRows(ComposeRow composeRow, BlockWalk target, BlockWalk under, Bl
     }
 }
 
-QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** result,
-                            ComposeRow composeRow)
+QuibStatus quib::ownComposeImages(const IplImage* over, IplImage* under, IplImage** result,
+                                  ComposeRow composeRow)
 {
     if (const QuibStatus status = ownCheckLayers(over, under))
         return status;
@@ -93,13 +95,4 @@ QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** re
                        static_cast<size_t>(std::min(over->width, under->width)),
                        std::min(over->height, under->height));
     return QUIB_OK;
-}
-
-QuibStatus QuibComposition3(const IplImage* over, IplImage* under, IplImage** result)
-{
-    if (!QuibIsValid(over))
-        return QUIB_BAD_ARGUMENT;
-    if (!QuibIsValid(under))
-        return QUIB_BAD_ARGUMENT;
-    return ownComposeImages(over, under, result, ComposeRowOver);
 }

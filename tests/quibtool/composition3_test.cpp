@@ -1,4 +1,4 @@
-#include "quibtool/composition.h"
+#include "quibtool/layers.h"
 
 #include "_Src/ipl.h"
 #include "quibtool/handle.h"

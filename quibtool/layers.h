@@ -11,6 +11,9 @@ using ComposeRow = void (*)(uint8_t* target, const uint8_t* under, const uint8_t
 // The pair blend: over and under by both alphas.
 void ComposeRowOver(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count);
 
+namespace quib
+{
+
 // Gives the status of a record's check, or QUIB_BAD_ARGUMENT for an image that
 // has not 32 bits a pixel.
 QuibStatus ownCheckLayers(const IplImage* over, const IplImage* under);
@@ -28,3 +31,5 @@ void ownComposeRows(ComposeRow composeRow, BlockWalk target, BlockWalk under, Bl
 // given, into the handle that it holds, which is made first if it is null.
 QuibStatus ownComposeImages(const IplImage* over, IplImage* under, IplImage** result,
                             ComposeRow composeRow);
+
+} // namespace quib
