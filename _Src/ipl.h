@@ -112,8 +112,6 @@ void iplCopy(const IplImage* srcImage, IplImage* dstImage);
 // A new image with the source's header, region and pixels, without its mask
 // and tiles.
 IplImage* iplCloneImage(const IplImage* image);
-// The same with undefined pixels.
-IplImage* ownCloneRecord(const IplImage* image);
 // The same for a result whose pixels will all be written: they are undefined, and
 // the padding of the rows is the source's. A record whose sizes do not follow from
 // its header is cloned whole.

@@ -11,9 +11,8 @@ namespace
 
 constexpr IplCaller caller{"iplCloneImage", "iplClone"};
 
-} // namespace
-
-IplImage* ownCloneRecord(const IplImage* image)
+// A clone with undefined pixels.
+IplImage* cloneRecord(const IplImage* image)
 {
     if (!ownImageIsGood(caller, image))
         return nullptr;
@@ -52,21 +51,6 @@ IplImage* ownCloneRecord(const IplImage* image)
     return clone;
 }
 
-IplImage* iplCloneImage(const IplImage* image)
-{
-    IplImage* clone = ownCloneRecord(image);
-    // A tiled source has no pixel block to copy from. A record that the caller
-    // built may claim more bytes than its header gives the clone.
-    if (clone && !image->tileInfo)
-        quib::kernels().block.copy(
-            clone->imageData, image->imageData,
-            static_cast<size_t>(std::min(image->imageSize, clone->imageSize)));
-    return clone;
-}
-
-namespace
-{
-
 bool hasUsualSizes(const IplImage* image)
 {
     const int64_t rows = static_cast<int64_t>(image->height) * ownPlaneCount(image);
@@ -76,13 +60,25 @@ bool hasUsualSizes(const IplImage* image)
 
 } // namespace
 
+IplImage* iplCloneImage(const IplImage* image)
+{
+    IplImage* clone = cloneRecord(image);
+    // A tiled source has no pixel block to copy from. A record that the caller
+    // built may claim more bytes than its header gives the clone.
+    if (clone && !image->tileInfo)
+        quib::kernels().block.copy(
+            clone->imageData, image->imageData,
+            static_cast<size_t>(std::min(image->imageSize, clone->imageSize)));
+    return clone;
+}
+
 IplImage* ownCloneForResult(const IplImage* image)
 {
     if (!ownImageIsGood(caller, image))
         return nullptr;
     if (image->tileInfo || !hasUsualSizes(image))
         return iplCloneImage(image);
-    IplImage* clone = ownCloneRecord(image);
+    IplImage* clone = cloneRecord(image);
     if (!clone)
         return nullptr;
     const size_t step = static_cast<size_t>(image->widthStep);

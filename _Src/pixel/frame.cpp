@@ -12,46 +12,23 @@ namespace
 bool runTiled(const IplCaller& caller, const IplPixelJob& job, const IplImage* mask,
               const IplJobTexts& texts)
 {
-    IplTileSide sides[IPL_ROLES + 1];
-    IplRole roles[IPL_ROLES + 1];
-    const IplImage* records[IPL_ROLES] = {};
-    int32_t count = 0;
+    IplTileRole roles[IPL_ROLES];
     for (const IplRole role : {IPL_SRC_A, IPL_SRC_B, IPL_DST}) {
         // In place, the destination's tiles serve as the source's.
-        const bool inPlace = role != IPL_DST && job.images[role] == job.images[IPL_DST];
-        if (!job.images[role] || inPlace)
-            continue;
-        roles[count] = role;
-        records[role] = &sides[count].record;
-        sides[count].image = job.images[role];
-        sides[count].mode = role == IPL_DST ? IPL_GET_TILE_TO_WRITE : IPL_GET_TILE_TO_READ;
-        sides[count++].releaseClears = texts.notReleased[role] != nullptr;
+        const bool isDst = job.images[role] == job.images[IPL_DST];
+        roles[role] = {job.images[role],
+                       role == IPL_DST ? IPL_GET_TILE_TO_WRITE : IPL_GET_TILE_TO_READ,
+                       texts.notReleased[role] != nullptr, isDst ? IPL_DST : role};
     }
-    for (const IplRole role : {IPL_SRC_A, IPL_SRC_B})
-        if (job.images[role] == job.images[IPL_DST])
-            records[role] = records[IPL_DST];
-    const IplImage* maskRecord = nullptr;
-    if (mask) {
-        maskRecord = &sides[count].record;
-        sides[count].image = mask;
-        sides[count++].mode = 0;
-    }
-    const IplTileFault fault = ownWalkTiles(sides, count, INT32_MAX, INT32_MAX,
-                                            [&] { ownRunPiece(job, records, maskRecord); });
+    const auto runPiece = [&](const IplImage* const* records, const IplImage* maskRecord) {
+        ownRunPiece(job, records, maskRecord);
+    };
+    const IplTileFault fault = ownWalkRoles(roles, mask, runPiece);
     if (fault.kind == IplTileFault::none)
         return true;
-    const IplRole role = roles[fault.side];
     ownReport(caller, texts.tileStatus,
-              fault.kind == IplTileFault::notFetched ? texts.notFetched[role]
-                                                     : texts.notReleased[role]);
-    return false;
-}
-
-bool isTiled(const IplPixelJob& job)
-{
-    for (const IplImage* image : job.images)
-        if (image && image->tileInfo)
-            return true;
+              fault.kind == IplTileFault::notFetched ? texts.notFetched[fault.side]
+                                                     : texts.notReleased[fault.side]);
     return false;
 }
 
@@ -143,25 +120,21 @@ void ownPairOperation(const IplCaller& caller, const IplImage* srcImageA, const 
 void ownRunPixelJob(const IplCaller& caller, const IplPixelJob& job, const IplJobTexts& texts)
 {
     const IplImage* const* images = job.images;
-    MaskMerge state{};
-    IplImage* mask = ownMergeMasks(images[IPL_SRC_A]->maskROI,
-                                   images[IPL_SRC_B] ? images[IPL_SRC_B]->maskROI : nullptr,
-                                   images[IPL_DST]->maskROI, &state);
-    if (state == MaskMerge::empty)
+    IplMergedMask mask;
+    ownMergeMasks(images[IPL_SRC_A]->maskROI,
+                  images[IPL_SRC_B] ? images[IPL_SRC_B]->maskROI : nullptr,
+                  images[IPL_DST]->maskROI, &mask);
+    if (mask.state == MaskMerge::empty)
         return;
-    if (state == MaskMerge::noMemory) {
+    if (mask.state == MaskMerge::noMemory) {
         ownReport(caller, IPL_StsNoMem, texts.noMemory);
         return;
     }
     const uint32_t depth = images[IPL_DST]->depth;
-    bool complete = true;
     if (depth != IPL_DEPTH_1U && !ownRunOfDepth(*job.op.runs, depth))
         ownReport(caller, IPL_StsBadArg, "This function does not support depth 32F");
-    else if (isTiled(job))
-        complete = runTiled(caller, job, mask, texts);
-    else
-        ownRunPiece(job, images, mask);
-    // A walk over tiles that a callback ended leaves the mask behind.
-    if (complete)
-        ownFreeMask(mask, state);
+    else if (!ownAnyIsTiled(images, IPL_ROLES))
+        ownRunPiece(job, images, mask.image);
+    else if (!runTiled(caller, job, mask.image, texts))
+        mask.leaveBehind();
 }

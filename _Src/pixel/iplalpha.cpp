@@ -6,6 +6,7 @@
 #include "_Src/walk/mask.h"
 #include "_Src/walk/tiles.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace
@@ -233,30 +234,20 @@ bool choicesAreKnown(const IplCaller& caller, const IplComposite& composite)
 
 bool runCompositeTiled(const IplComposite& composite, const IplImage* mask)
 {
-    IplTileSide sides[IPL_COMPOSITE_ROLES + 1];
-    const IplImage* records[IPL_COMPOSITE_ROLES] = {};
-    int32_t count = 0;
+    const IplImage* const* images = composite.images;
+    IplTileRole roles[IPL_COMPOSITE_ROLES];
     for (int32_t role = 0; role < IPL_COMPOSITE_ROLES; ++role) {
-        const IplImage* image = composite.images[role];
-        for (int32_t i = 0; i < count; ++i)
-            if (sides[i].image == image)
-                records[role] = &sides[i].record;
-        if (!image || records[role])
-            continue;
-        const bool isWritten = image == composite.images[IPL_COMPOSITE_DST] ||
-                               image == composite.images[IPL_ALPHA_DST];
-        records[role] = &sides[count].record;
-        sides[count].image = image;
-        sides[count++].mode = isWritten ? IPL_GET_TILE_TO_WRITE : IPL_GET_TILE_TO_READ;
+        const bool isWritten =
+            images[role] == images[IPL_COMPOSITE_DST] || images[role] == images[IPL_ALPHA_DST];
+        // An image in several roles is fetched once.
+        const auto first = std::find(images, images + role, images[role]);
+        roles[role] = {images[role], isWritten ? IPL_GET_TILE_TO_WRITE : IPL_GET_TILE_TO_READ,
+                       false, static_cast<int32_t>(first - images)};
     }
-    const IplImage* maskRecord = nullptr;
-    if (mask) {
-        maskRecord = &sides[count].record;
-        sides[count++].image = mask;
-    }
-    return ownWalkTiles(sides, count, INT32_MAX, INT32_MAX, [&] {
-               ownCompositePiece(composite, records, maskRecord);
-           }).kind == IplTileFault::none;
+    const auto runPiece = [&](const IplImage* const* records, const IplImage* maskRecord) {
+        ownCompositePiece(composite, records, maskRecord);
+    };
+    return ownWalkRoles(roles, mask, runPiece).kind == IplTileFault::none;
 }
 
 // What is left of a composite whose images are checked.
@@ -267,23 +258,16 @@ void runComposite(const IplCaller& caller, const IplComposite& composite)
                                        composite.images[IPL_COMPOSITE_DST]};
     if (!choicesAreKnown(caller, composite) || !masksMayMerge(caller, images))
         return;
-    MaskMerge state{};
-    IplImage* mask =
-        ownMergeMasks(images[2]->maskROI, images[0]->maskROI, images[1]->maskROI, &state);
-    if (state == MaskMerge::empty)
+    IplMergedMask mask;
+    ownMergeMasks(images[2]->maskROI, images[0]->maskROI, images[1]->maskROI, &mask);
+    if (mask.state == MaskMerge::empty)
         return;
-    if (state == MaskMerge::noMemory) {
+    if (mask.state == MaskMerge::noMemory)
         ownReport(caller, IPL_StsNoMem, noMemory);
-        return;
-    }
-    bool isTiled = false;
-    for (const IplImage* image : composite.images)
-        isTiled = isTiled || (image && image->tileInfo);
-    if (!isTiled)
-        ownCompositePiece(composite, composite.images, mask);
-    else if (!runCompositeTiled(composite, mask))
+    else if (!ownAnyIsTiled(composite.images, IPL_COMPOSITE_ROLES))
+        ownCompositePiece(composite, composite.images, mask.image);
+    else if (!runCompositeTiled(composite, mask.image))
         ownReport(caller, IPL_StsError, tilingError);
-    ownFreeMask(mask, state);
 }
 
 } // namespace

@@ -31,35 +31,35 @@ void andRows(IplImage* result, const IplImage* mask)
 
 } // namespace
 
-IplImage* ownMergeMasks(IplImage* maskA, IplImage* maskB, IplImage* maskC, MaskMerge* state)
+IplMergedMask::~IplMergedMask()
+{
+    if (state == MaskMerge::merged)
+        iplDeallocate(image, IPL_IMAGE_HEADER | IPL_IMAGE_DATA);
+}
+
+void ownMergeMasks(IplImage* maskA, IplImage* maskB, IplImage* maskC, IplMergedMask* result)
 {
     IplImage* masks[3] = {maskA, maskB, maskC};
     IplImage** end = std::remove(masks, masks + 3, nullptr);
-    *state = MaskMerge::asGiven;
-    if (end - masks < 2)
-        return end == masks ? nullptr : masks[0];
-
+    if (end - masks < 2) {
+        result->image = end == masks ? nullptr : masks[0];
+        return;
+    }
     int32_t height = 0;
     int32_t width = 0;
     IplImage* const third = end - masks == 3 ? masks[2] : nullptr;
     if (!ownCommonRegion(masks[0], masks[1], third, &height, &width, true)) {
-        *state = MaskMerge::empty;
-        return nullptr;
+        result->state = MaskMerge::empty;
+        return;
     }
     IplImage* merged = createMask(width, height, masks[0]->origin);
     if (!merged || !merged->imageData) {
         iplDeallocate(merged, IPL_IMAGE_ALL);
-        *state = MaskMerge::noMemory;
-        return nullptr;
+        result->state = MaskMerge::noMemory;
+        return;
     }
     for (IplImage** mask = masks; mask != end; ++mask)
         andRows(merged, *mask);
-    *state = MaskMerge::merged;
-    return merged;
-}
-
-void ownFreeMask(IplImage* mask, MaskMerge state)
-{
-    if (state == MaskMerge::merged)
-        iplDeallocate(mask, IPL_IMAGE_HEADER | IPL_IMAGE_DATA);
+    result->image = merged;
+    result->state = MaskMerge::merged;
 }

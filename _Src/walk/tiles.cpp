@@ -157,3 +157,37 @@ bool ownLeaveStripe(IplTileSide* sides, int32_t count, IplTileFault* fault)
     }
     return true;
 }
+
+// --- By role -----------------------------------------------------------------------
+
+int32_t ownSetSides(const IplTileRole* roles, int32_t count, const IplImage* mask,
+                    IplTileSide* sides, const IplImage** records)
+{
+    int32_t sideCount = 0;
+    for (int32_t role = 0; role < count; ++role) {
+        if (!roles[role].image || roles[role].servedBy != role)
+            continue;
+        IplTileSide& side = sides[sideCount++];
+        side.image = roles[role].image;
+        side.mode = roles[role].mode;
+        side.releaseClears = roles[role].releaseClears;
+        side.role = role;
+        records[role] = &side.record;
+    }
+    for (int32_t role = 0; role < count; ++role)
+        if (roles[role].image)
+            records[role] = records[roles[role].servedBy];
+    if (mask) {
+        IplTileSide& side = sides[sideCount++];
+        side.image = mask;
+        side.role = count;
+        records[count] = &side.record;
+    }
+    return sideCount;
+}
+
+bool ownAnyIsTiled(const IplImage* const* images, int32_t count)
+{
+    return std::any_of(images, images + count,
+                       [](const IplImage* image) { return image && image->tileInfo; });
+}

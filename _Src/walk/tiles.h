@@ -28,6 +28,7 @@ struct IplTileSide {
     const IplImage* image = nullptr;
     int32_t mode = 0;           // how its tiles are fetched; 0: it is not cut at its tiles
     bool releaseClears = false; // whether a tile that is given back must leave tileData null
+    int32_t role = 0;           // what it plays in its operation
     IplImage record{};          // the piece, as the work sees it
     IplROI roi{};
     IplRect rectangle{};
@@ -77,3 +78,36 @@ IplTileFault ownWalkTiles(IplTileSide* sides, int32_t count, int32_t width, int3
     }
     return fault;
 }
+
+// --- By role -----------------------------------------------------------------------
+
+// What an operation's image in one of its roles is to the walk.
+struct IplTileRole {
+    const IplImage* image; // null: nobody plays it
+    int32_t mode;
+    bool releaseClears;
+    int32_t servedBy; // the role whose pieces it gets: its own, or that of the same image
+};
+
+// Sets up a side for each role that is played by an image of its own, and one for
+// the mask, which may be null; gives their number. The records are what each role
+// looks at, the mask's last.
+int32_t ownSetSides(const IplTileRole* roles, int32_t count, const IplImage* mask,
+                    IplTileSide* sides, const IplImage** records);
+
+// Walks the common region of the images and the mask, and calls work(records,
+// mask) for each piece. A fault names the role.
+template<int32_t count, class Work>
+IplTileFault ownWalkRoles(const IplTileRole (&roles)[count], const IplImage* mask, Work work)
+{
+    IplTileSide sides[count + 1];
+    const IplImage* records[count + 1] = {};
+    const int32_t sideCount = ownSetSides(roles, count, mask, sides, records);
+    IplTileFault fault = ownWalkTiles(sides, sideCount, INT32_MAX, INT32_MAX,
+                                      [&] { work(records, records[count]); });
+    fault.side = sides[fault.side].role;
+    return fault;
+}
+
+// Whether any of the images, which may be null, comes by tiles.
+bool ownAnyIsTiled(const IplImage* const* images, int32_t count);

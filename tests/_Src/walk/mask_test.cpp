@@ -20,15 +20,36 @@ TEST(OwnMergeMasks, GivesASingleMaskItself)
 {
     Random random(1);
     const Image mask = randomMask(9, 4, random);
-    MaskMerge state{};
-    EXPECT_EQ(ownMergeMasks(nullptr, nullptr, nullptr, &state), nullptr);
-    EXPECT_EQ(state, MaskMerge::asGiven);
-    EXPECT_EQ(ownMergeMasks(mask.get(), nullptr, nullptr, &state), mask.get());
-    EXPECT_EQ(state, MaskMerge::asGiven);
-    EXPECT_EQ(ownMergeMasks(nullptr, nullptr, mask.get(), &state), mask.get());
-    EXPECT_EQ(state, MaskMerge::asGiven);
-    ownFreeMask(mask.get(), state);
+    {
+        IplMergedMask none;
+        ownMergeMasks(nullptr, nullptr, nullptr, &none);
+        EXPECT_EQ(none.image, nullptr);
+        EXPECT_EQ(none.state, MaskMerge::asGiven);
+        IplMergedMask first;
+        ownMergeMasks(mask.get(), nullptr, nullptr, &first);
+        EXPECT_EQ(first.image, mask.get());
+        EXPECT_EQ(first.state, MaskMerge::asGiven);
+        IplMergedMask last;
+        ownMergeMasks(nullptr, nullptr, mask.get(), &last);
+        EXPECT_EQ(last.image, mask.get());
+        EXPECT_EQ(last.state, MaskMerge::asGiven);
+    }
     EXPECT_EQ(mask->width, 9);
+}
+
+TEST(OwnMergeMasks, LeavesAMergedMaskBehindIfAsked)
+{
+    Random random(5);
+    const Image a = randomMask(9, 4, random);
+    const Image b = randomMask(9, 4, random);
+    Image left;
+    {
+        IplMergedMask mask;
+        ownMergeMasks(a.get(), b.get(), nullptr, &mask);
+        left.reset(mask.image);
+        mask.leaveBehind();
+    }
+    EXPECT_EQ(left->width, 9);
 }
 
 TEST(OwnMergeMasks, AndsEachMaskFromItsOwnRegionsCorner)
@@ -36,25 +57,25 @@ TEST(OwnMergeMasks, AndsEachMaskFromItsOwnRegionsCorner)
     Random random(2);
     for (int round = 0; round < 60; ++round) {
         Image masks[3];
-        for (Image& mask : masks) {
-            mask = randomMask(random.between(20, 50), random.between(5, 9), random);
+        for (Image& one : masks) {
+            one = randomMask(random.between(20, 50), random.between(5, 9), random);
             if (random.coin())
-                setRoi(mask.get(), 0, random.between(0, 19), random.between(0, 4),
+                setRoi(one.get(), 0, random.between(0, 19), random.between(0, 4),
                        random.between(1, 40), random.between(1, 9));
         }
         const bool three = random.coin();
-        MaskMerge state{};
-        IplImage* merged =
-            ownMergeMasks(masks[0].get(), masks[1].get(), three ? masks[2].get() : nullptr, &state);
-        ASSERT_EQ(state, MaskMerge::merged);
+        IplMergedMask mask;
+        ownMergeMasks(masks[0].get(), masks[1].get(), three ? masks[2].get() : nullptr, &mask);
+        const IplImage* merged = mask.image;
+        ASSERT_EQ(mask.state, MaskMerge::merged);
         ASSERT_NE(merged, nullptr);
         int32_t width = INT32_MAX;
         int32_t height = INT32_MAX;
         for (int i = 0; i < (three ? 3 : 2); ++i) {
-            const IplImage* mask = masks[i].get();
-            const IplROI roi = mask->roi ? *mask->roi : IplROI{0, 0, 0, mask->width, mask->height};
-            width = std::min({width, roi.width, mask->width - roi.xOffset});
-            height = std::min({height, roi.height, mask->height - roi.yOffset});
+            const IplImage* one = masks[i].get();
+            const IplROI roi = one->roi ? *one->roi : IplROI{0, 0, 0, one->width, one->height};
+            width = std::min({width, roi.width, one->width - roi.xOffset});
+            height = std::min({height, roi.height, one->height - roi.yOffset});
         }
         ASSERT_EQ(merged->width, width);
         ASSERT_EQ(merged->height, height);
@@ -72,7 +93,6 @@ TEST(OwnMergeMasks, AndsEachMaskFromItsOwnRegionsCorner)
                 ASSERT_EQ(element(merged, x, y, 0), all ? 1 : 0);
             }
         }
-        ownFreeMask(merged, state);
     }
 }
 
@@ -82,10 +102,9 @@ TEST(OwnMergeMasks, TakesTheFirstMasksOrigin)
     const Image a = randomMask(9, 4, random);
     const Image b = randomMask(9, 4, random);
     b->origin = IPL_ORIGIN_BL;
-    MaskMerge state{};
-    IplImage* merged = ownMergeMasks(nullptr, b.get(), a.get(), &state);
-    EXPECT_EQ(merged->origin, IPL_ORIGIN_BL);
-    ownFreeMask(merged, state);
+    IplMergedMask mask;
+    ownMergeMasks(nullptr, b.get(), a.get(), &mask);
+    EXPECT_EQ(mask.image->origin, IPL_ORIGIN_BL);
 }
 
 TEST(OwnMergeMasks, IsEmptyWhenARegionLiesOutsideItsMask)
@@ -94,10 +113,13 @@ TEST(OwnMergeMasks, IsEmptyWhenARegionLiesOutsideItsMask)
     const Image a = randomMask(9, 4, random);
     const Image b = randomMask(9, 4, random);
     setRoi(b.get(), 0, 9, 0, 3, 3);
-    MaskMerge state{};
-    EXPECT_EQ(ownMergeMasks(a.get(), b.get(), nullptr, &state), nullptr);
-    EXPECT_EQ(state, MaskMerge::empty);
+    IplMergedMask both;
+    ownMergeMasks(a.get(), b.get(), nullptr, &both);
+    EXPECT_EQ(both.image, nullptr);
+    EXPECT_EQ(both.state, MaskMerge::empty);
     // One mask alone is given back, whatever its region.
-    EXPECT_EQ(ownMergeMasks(b.get(), nullptr, nullptr, &state), b.get());
-    EXPECT_EQ(state, MaskMerge::asGiven);
+    IplMergedMask alone;
+    ownMergeMasks(b.get(), nullptr, nullptr, &alone);
+    EXPECT_EQ(alone.image, b.get());
+    EXPECT_EQ(alone.state, MaskMerge::asGiven);
 }
