@@ -473,15 +473,15 @@ TEST(Dib2Quib0, IsAllZeroAfterAFailureThatWasThereBefore)
 {
     for (const int32_t bitCount : {1, 8}) {
         // What the next block of this size is likely to hold.
-        Image used = makeHandle(32, 16, 32);
+        Image used = makeHandle(8, 8, 32);
         std::memset(used->imageData, 0xAB, static_cast<size_t>(used->imageSize));
         used.reset();
         const IplErrorState saved = iplErrorState;
         iplSetStatus(IPL_StsBadArg);
-        const Imported imported = importApart(dibHeader(32, 16, bitCount), Bytes(2048));
+        const Imported imported = importApart(dibHeader(8, 8, bitCount), Bytes(512));
         iplErrorState = saved;
         ASSERT_EQ(imported.status, QUIB_OK);
-        EXPECT_EQ(bytesOf(imported.handle.get()), Bytes(32 * 16 * 4));
+        EXPECT_EQ(bytesOf(imported.handle.get()), Bytes(8 * 8 * 4));
     }
 }
 
