@@ -2,7 +2,7 @@
 """count_results.py DIRECTORY: counts the single tests of one target's run.
 
 The directory holds ctest.xml, as ctest writes it, and for each GoogleTest
-program that ctest ran as a whole the program's own PROGRAM.xml. Prints a line
+program's process, quib_PROGRAM_tests.N, the results that it wrote itself. Prints a line
 with the numbers of passed, failed and skipped tests, then a line for each one
 that failed or was skipped.
 """
@@ -43,7 +43,7 @@ def program_cases(path):
         root = ElementTree.parse(path).getroot()
     except (OSError, ElementTree.ParseError):
         return None
-    program = path.stem.removeprefix("quib_").removesuffix("_tests")
+    program = re.sub(r"^quib_|_tests\.\d+$", "", path.stem)
     return [
         (f"{program}.{case.get('classname')}.{case.get('name')}", outcome(case), reason(case))
         for case in root.iter("testcase")
@@ -59,8 +59,8 @@ def all_cases(directory):
             # A crash or a bad exit status that no single test accounts for.
             if result == "failed" and not any(result == "failed" for _, result, _ in cases):
                 yield (f"{name} (the program itself)", "failed", "")
-        elif name.endswith("_tests"):
-            # The name of a whole GoogleTest program: it came to no end of its own.
+        elif re.search(r"_tests\.\d+$", name):
+            # The name of a GoogleTest program's process: it came to no end of its own.
             yield (name, "failed", "it left no results")
         else:
             yield (name, result, reason(case))

@@ -31,8 +31,11 @@ need_packages() {
     [[ ${#missing[@]} == 0 ]] && return 0
 
     echo "Installing with apt: ${missing[*]}"
-    local log
+    local log lock status=0
     log=$(mktemp)
+    # One at a time: another process of this script may be at it.
+    exec {lock}>"/tmp/quibtool-apt-$(id -u).lock"
+    flock "$lock"
     local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
     as_root "${apt[@]}" update </dev/null >"$log" 2>&1
     # A failed update is no reason to stop: known lists may do.
@@ -40,8 +43,9 @@ need_packages() {
         </dev/null >>"$log" 2>&1; then
         echo "These could not be installed: ${missing[*]}" >&2
         tail -n 15 "$log" >&2
-        rm -f "$log"
-        return 1
+        status=1
     fi
+    exec {lock}>&-
     rm -f "$log"
+    return $status
 }

@@ -13,11 +13,6 @@ case ${QUIB_WINE_SESSION:-} in
     ;;
 esac
 
-# Where test programs leave their results; their drive Z: is this system's root.
-if [ -n "${QUIB_RESULTS:-}" ]; then
-    export GTEST_OUTPUT="xml:Z:$QUIB_RESULTS/"
-fi
-
 # Less than ctest waits, so that a hanging program's output is still seen.
 limit="timeout --kill-after=10 ${QUIB_WINE_TIMEOUT:-840}"
 
