@@ -92,9 +92,13 @@ void iplDeallocate(IplImage* image, int32_t flags);
 void iplDeallocateHeader(IplImage* image);
 void iplDeallocateImage(IplImage* image);
 
+// A region record, or null. coi is the channel of interest from 1 on, or 0 for all;
+// offsets and size are in pixels.
 IplROI* iplCreateROI(int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width, int32_t height);
 void iplSetROI(IplROI* roi, int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width,
                int32_t height);
+// A record of tiles of width x height pixels, or null. callBack brings a tile of
+// the image in or gives it back; id is the program's own.
 IplTileInfo* iplCreateTileInfo(IplTileCallBack callBack, void* id, int32_t width, int32_t height);
 void iplSetTileInfo(IplTileInfo* tileInfo, IplTileCallBack callBack, void* id, int32_t width,
                     int32_t height);
