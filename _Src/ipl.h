@@ -231,6 +231,7 @@ void iplResize(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t
 // y; a bound the least x and y and the greatest. The rectangle is the image's
 // region, as much of it as lies inside the image.
 
+// The quadrangle and the bound under affine coefficients.
 void iplGetAffineQuad(const IplImage* image, const double coeffs[2][3], double quad[4][2]);
 void iplGetAffineBound(const IplImage* image, const double coeffs[2][3], double bound[2][2]);
 // A corner on the transform's horizon gives infinities, or no numbers.

@@ -183,13 +183,14 @@ void writeJson(const std::string& file, const std::vector<Row>& rows)
     out << "]\n";
 }
 
+// ./bench shows the same file without building this program.
+const char usageText[] =
+#include "benchmarks/usage.inc"
+    ;
+
 [[noreturn]] void usage(int status)
 {
-    std::cout
-        << "usage: bench [--filter TEXT] [--level base|avx2|avx512|all] [--json FILE]\n"
-           "             [--markdown FILE] [--repetitions N]\n"
-           "Times the operations whose names contain TEXT, by default all, at the best level\n"
-           "of this processor. Ratios are of medians.\n";
+    (status == 0 ? std::cout : std::cerr) << usageText + 1; // past the line's end
     std::exit(status);
 }
 
@@ -269,15 +270,21 @@ int main(int argc, char** argv)
     addZoomCases();
     addCompositeCases();
     addPixelCases();
+    std::vector<const Case*> wanted;
+    for (const Case& subject : cases())
+        if (subject.operation.find(options.filter) != std::string::npos)
+            wanted.push_back(&subject);
+    if (wanted.empty()) {
+        std::cerr << "bench: no operation's name contains '" << options.filter << "'\n";
+        return 2;
+    }
     std::vector<Row> rows;
     std::string table = tableHead();
     std::cout << table << std::flush;
-    for (const Case& subject : cases()) {
-        if (subject.operation.find(options.filter) == std::string::npos)
-            continue;
+    for (const Case* subject : wanted) {
         for (const quib::Kernels* level : levels) {
             quib::useKernelLevel(level->level);
-            rows.push_back(measure(subject, level->levelName));
+            rows.push_back(measure(*subject, level->levelName));
             const std::string line = tableLine(rows.back());
             std::cout << line << std::flush;
             table += line;
