@@ -70,17 +70,24 @@ struct Box {
 
 constexpr int32_t done = 255;
 
-// Calls visit(bin, pixels) for the box's bins.
+// Calls visit(bin, pixels) for the bins from `first` to `last` that hold pixels.
+template<class Visit>
+void forEachBinBetween(const Histogram& histogram, int32_t first, int32_t last, Visit& visit)
+{
+    for (int32_t bin = first; bin <= last; ++bin)
+        if (histogram.bins[bin])
+            visit(bin, histogram.bins[bin]);
+}
+
+// The same for the box's bins.
 template<class Visit>
 void forEachBin(const Histogram& histogram, const Box& box, Visit visit)
 {
     for (int32_t b = box.low[2]; b <= box.high[2]; ++b)
-        for (int32_t g = box.low[1]; g <= box.high[1]; ++g)
-            for (int32_t r = box.low[0]; r <= box.high[0]; ++r) {
-                const int32_t bin = r + colourStride[1] * g + colourStride[2] * b;
-                if (histogram.bins[bin])
-                    visit(bin, histogram.bins[bin]);
-            }
+        for (int32_t g = box.low[1]; g <= box.high[1]; ++g) {
+            const int32_t line = colourStride[1] * g + colourStride[2] * b;
+            forEachBinBetween(histogram, line + box.low[0], line + box.high[0], visit);
+        }
 }
 
 // The box's part at one position of an axis.

@@ -48,6 +48,19 @@ void makeMeans(uint8_t* out, const uint8_t* src, ptrdiff_t step, const quib::Are
                                     scratch);
 }
 
+// The sum of one channel's elements in a block.
+uint64_t sumOfBlock(const uint16_t* channel, ptrdiff_t step, const quib::AreaBlock& block)
+{
+    uint64_t sum = 0;
+    for (int32_t y = 0; y < block.ySize; ++y) {
+        const auto* row =
+            reinterpret_cast<const uint16_t*>(reinterpret_cast<const uint8_t*>(channel) + y * step);
+        for (int32_t i = 0; i < block.xSize; ++i)
+            sum += row[static_cast<ptrdiff_t>(i) * block.channels];
+    }
+    return sum;
+}
+
 void makeMeans(uint16_t* out, const uint16_t* src, ptrdiff_t step, const quib::AreaBlock& block,
                int32_t width, void*)
 {
@@ -55,13 +68,7 @@ void makeMeans(uint16_t* out, const uint16_t* src, ptrdiff_t step, const quib::A
     const ptrdiff_t advance = static_cast<ptrdiff_t>(block.xSize) * block.channels;
     for (int32_t x = 0; x < width; ++x, src += advance) {
         for (int32_t c = 0; c < block.channels; ++c) {
-            uint64_t sum = 0;
-            for (int32_t y = 0; y < block.ySize; ++y) {
-                const auto* row = reinterpret_cast<const uint16_t*>(
-                    reinterpret_cast<const uint8_t*>(src) + y * step);
-                for (int32_t i = 0; i < block.xSize; ++i)
-                    sum += row[static_cast<ptrdiff_t>(i) * block.channels + c];
-            }
+            const uint64_t sum = sumOfBlock(src + c, step, block);
             *out++ = static_cast<uint16_t>((sum + count / 2) / count);
         }
     }

@@ -358,6 +358,30 @@ struct RowSource {
     IplScratch<uint8_t> copy;
 };
 
+// Begins a group whose elements come from `start` on; a null one is only counted.
+template<class Group>
+void beginGroup(Group* group, int32_t start, int32_t output)
+{
+    if (!group)
+        return;
+    *group = {};
+    group->source = start;
+    group->output = output;
+}
+
+// Gives a group's lane the window of an element; `offset` leads from the window's
+// pixels to the group's bytes.
+template<int32_t taps, class Group>
+void setLane(Group* group, int32_t lane, const Window& window, int32_t stride, int32_t offset)
+{
+    if (!group)
+        return;
+    int32_t picks[taps];
+    for (int32_t i = 0; i < taps; ++i)
+        picks[i] = window.at[i] * stride + offset;
+    setTaps(group, lane, window, picks);
+}
+
 // Lays the elements of a line into groups and gives their number; groups null
 // only counts.
 template<class Group, int32_t taps>
@@ -376,19 +400,11 @@ int64_t layGroups(Group* groups, const Window* windows, const Sampling& job,
                 // The next pixel may need the channels before this one.
                 start = std::min(pixel, source.length - quib::zoomWindow);
                 lane = 0;
-                if (groups) {
-                    groups[count] = {};
-                    groups[count].source = start;
-                    groups[count].output = x * channels + c;
-                }
+                beginGroup(groups ? groups + count : nullptr, start, x * channels + c);
                 ++count;
             }
-            if (groups) {
-                int32_t picks[taps];
-                for (int32_t i = 0; i < taps; ++i)
-                    picks[i] = windows[x].at[i] * source.stride + source.first + c - start;
-                setTaps(&groups[count - 1], lane, windows[x], picks);
-            }
+            setLane<taps>(groups ? groups + count - 1 : nullptr, lane, windows[x], source.stride,
+                          source.first + c - start);
             ++lane;
         }
     }
