@@ -246,3 +246,13 @@ void iplGetPerspectiveTransform(const IplImage* image, double coeffs[3][3],
 // them, go about the centre. Multiples of 90 are exact.
 void iplGetRotateShift(double xCenter, double yCenter, double angle, double* xShift,
                        double* yShift);
+
+// --- Mirror (iplmirr) ------------------------------------------------------------
+
+// Writes the pixels of the source's region to the destination's, from its corner
+// on, with the rows reversed (flipAxis 0), the columns (1) or both (-1): as many as
+// the smallest of both regions and of the masks' regions holds. Alpha stays as it is
+// unless it is the channel of interest. A mask of the source turns round with its
+// pixels, one of the destination does not; where both are, both must have a 1. The
+// images may be one, if it has no mask; they need not agree in data order.
+void iplMirror(IplImage* srcImage, IplImage* dstImage, int32_t flipAxis);

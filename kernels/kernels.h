@@ -9,6 +9,7 @@
 #include "kernels/compose.h"
 #include "kernels/composite.h"
 #include "kernels/convert.h"
+#include "kernels/mirror.h"
 #include "kernels/pixel.h"
 #include "kernels/select.h"
 #include "kernels/stretch.h"
@@ -35,6 +36,7 @@ struct Kernels {
     CompositeKernels composite;
     PixelKernels pixel;
     SelectKernels select;
+    MirrorKernels mirror;
 };
 
 // The table in use: the best level that this processor has.

@@ -27,6 +27,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/compose.inl"
 #include "kernels/composite.inl"
 #include "kernels/convert.inl"
+#include "kernels/mirror.inl"
 #include "kernels/pixel.inl"
 #include "kernels/select.inl"
 #include "kernels/stretch.inl"
@@ -50,6 +51,7 @@ constinit const Kernels table{
     .composite = compositeKernels,
     .pixel = pixelKernels,
     .select = selectKernels,
+    .mirror = mirrorKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

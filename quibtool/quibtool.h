@@ -349,6 +349,18 @@ QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
  * gives the check's status. */
 QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
 
+/* ---- Geometry ------------------------------------------------------------ */
+
+/* Writes src to dst with its rows reversed (flipAxis 0: top and bottom change
+ * places), its columns (1) or both (-1). dst may be src. Regions, channels of
+ * interest and masks limit what is written: the common extent of the regions is
+ * reversed in itself, and a mask of src turns round with the picture, one of dst
+ * does not. A declared alpha channel stays as it is in dst. Another flipAxis, and
+ * a mask in place, end the process. QUIB_BAD_ARGUMENT for a bad handle and for
+ * another width, height or number of bits a pixel; the status of a record's
+ * check. */
+QUIB_API QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis);
+
 /* ---- Pixel operations ----------------------------------------------------- */
 
 /* Each stores in *outHandle a clone of its first handle in which the pixels of

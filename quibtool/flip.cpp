@@ -1,0 +1,20 @@
+#include "_Src/ipl.h"
+#include "quibtool/handle.h"
+
+QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis)
+{
+    if (!QuibIsValid(src))
+        return QUIB_BAD_ARGUMENT;
+    if (!QuibIsValid(dst))
+        return QUIB_BAD_ARGUMENT;
+    QuibInfo from{};
+    QuibInfo to{};
+    if (const QuibStatus status = ownGetInfo(src, &from))
+        return status;
+    if (const QuibStatus status = ownGetInfo(dst, &to))
+        return status;
+    if (from.width != to.width || from.height != to.height || from.bitDepth != to.bitDepth)
+        return QUIB_BAD_ARGUMENT;
+    iplMirror(src, dst, flipAxis);
+    return QUIB_OK;
+}
