@@ -25,6 +25,19 @@
 #define IPL_INTER_CUBIC 2
 #define IPL_INTER_SUPER 3
 
+/* What a window reads outside an image, by side: BorderMode, of which the low two
+ * bits count. */
+#define IPL_BORDER_CONSTANT 0  /* the side's BorderConst */
+#define IPL_BORDER_REPLICATE 1 /* the nearest pixel */
+#define IPL_BORDER_REFLECT 2   /* the image mirrored, its outermost pixel twice */
+#define IPL_BORDER_WRAP 3      /* the image repeated */
+
+/* The sides, as BorderMode and BorderConst count them. */
+#define IPL_SIDE_TOP 0
+#define IPL_SIDE_BOTTOM 1
+#define IPL_SIDE_LEFT 2
+#define IPL_SIDE_RIGHT 3
+
 /* The mode argument of a tile callback. */
 #define IPL_GET_TILE_TO_READ 1
 #define IPL_GET_TILE_TO_WRITE 2

@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-namespace
-{
-
-bool isDepth(uint32_t depth)
+bool ownIsDepth(uint32_t depth)
 {
     switch (depth) {
     case IPL_DEPTH_1U:
@@ -20,6 +17,9 @@ bool isDepth(uint32_t depth)
         return false;
     }
 }
+
+namespace
+{
 
 int32_t checkMask(const IplImage* mask)
 {
@@ -108,7 +108,7 @@ int32_t ownCheckHeaderFields(int32_t nChannels, int32_t alphaChannel, uint32_t d
         return IPL_BadNumChannel1U;
     if (!colorModel || !channelSeq)
         return IPL_BadModelOrChSeq;
-    if (!isDepth(depth))
+    if (!ownIsDepth(depth))
         return IPL_BadDepth;
     if (alphaChannel != 0 && alphaChannel != nChannels)
         return IPL_BadAlphaChannel;

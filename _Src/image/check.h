@@ -3,6 +3,9 @@
 
 #include "_Src/ipl.h"
 
+// Whether it is one of the seven depths.
+bool ownIsDepth(uint32_t depth);
+
 // The element's width in bits.
 inline int32_t ownDepthBits(uint32_t depth)
 {
