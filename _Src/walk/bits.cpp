@@ -18,3 +18,13 @@ void ownCopyBits(uint8_t* dst, int32_t dstStart, const uint8_t* src, int32_t src
         quib::kernels().bits.copy({dst, 0, dstStart}, {src, 0, srcStart}, {},
                                   static_cast<size_t>(count), 1, 0);
 }
+
+void ownPackBits(uint8_t* bits, const uint8_t* bytes, int32_t count)
+{
+    for (int32_t i = 0; i < count; i += 8) {
+        uint32_t packed = 0;
+        for (int32_t k = 0; k < 8; ++k)
+            packed = packed << 1 | (i + k < count ? bytes[i + k] : 0);
+        bits[i >> 3] = static_cast<uint8_t>(packed);
+    }
+}

@@ -21,3 +21,7 @@ void ownSetBits(uint8_t* row, int32_t start, int32_t count, bool value);
 // overlap unless they are the same bits.
 void ownCopyBits(uint8_t* dst, int32_t dstStart, const uint8_t* src, int32_t srcStart,
                  int32_t count);
+
+// Packs bytes, 0 or 1, to as many bits from the first byte's first on; the last
+// byte's other bits become 0.
+void ownPackBits(uint8_t* bits, const uint8_t* bytes, int32_t count);

@@ -18,12 +18,6 @@ bool hasLayout(const IplImage* image)
            (image->dataOrder == IPL_DATA_ORDER_PIXEL || image->dataOrder == IPL_DATA_ORDER_PLANE);
 }
 
-void packBits(uint8_t* bits, const uint8_t* bytes, int32_t count)
-{
-    for (int32_t i = 0; i < count; ++i)
-        bits[i >> 3] = static_cast<uint8_t>(bits[i >> 3] | bytes[i] << (7 - (i & 7)));
-}
-
 // One plane of the window, into a zeroed block.
 bool copyPlane(const IplImage* image, int32_t plane, const IplRect& window, int32_t rowLength,
                uint8_t* out)
@@ -37,7 +31,7 @@ bool copyPlane(const IplImage* image, int32_t plane, const IplRect& window, int3
         if (!source.makeRow(static_cast<int64_t>(window.y) + y, bits ? bytes.data : out))
             return false;
         if (bits)
-            packBits(out, bytes.data, window.width);
+            ownPackBits(out, bytes.data, window.width);
     }
     return true;
 }

@@ -2,7 +2,7 @@
 // them.
 #pragma once
 
-#include "tests/support/regions.h"
+#include "tests/support/pixel_cases.h"
 
 // The index that a coordinate outside [0, size) stands for, by a border mode other
 // than constant.
@@ -91,4 +91,105 @@ inline double rowElement(uint32_t depth, const uint8_t* row, ptrdiff_t index)
     default:
         return reinterpret_cast<const float*>(row)[index];
     }
+}
+
+// --- Filters -------------------------------------------------------------------------
+
+struct PlainWindow {
+    int32_t nCols;
+    int32_t nRows;
+    int32_t anchorX;
+    int32_t anchorY;
+};
+
+// Often a small one.
+inline PlainWindow randomPlainWindow(int32_t most, Random& random)
+{
+    const int32_t limit = random.coin() ? most : 3;
+    PlainWindow window{random.between(1, limit), random.between(1, limit), 0, 0};
+    window.anchorX = random.between(0, window.nCols - 1);
+    window.anchorY = random.between(0, window.nRows - 1);
+    return window;
+}
+
+// What a filter makes of the elements under its window, row by row.
+using PlainFilter = std::function<double(const std::vector<double>& window)>;
+
+inline void plainFilter(const PlainJob& job, const PlainWindow& window, const PlainFilter& filter)
+{
+    const IplImage* const src = job.a;
+    const Area areaSrc = areaOf(src);
+    const Area areaDst = areaOf(job.dst);
+    Area size = areaDst;
+    for (const IplImage* image : {src, static_cast<const IplImage*>(src->maskROI),
+                                  static_cast<const IplImage*>(job.dst->maskROI)})
+        shrinkTo(&size, image);
+    std::vector<double> values;
+    for (int32_t y = 0; y < size.height; ++y) {
+        for (int32_t x = 0; x < size.width; ++x) {
+            if (!maskLets(src->maskROI, x, y) || !maskLets(job.dst->maskROI, x, y))
+                continue;
+            for (int32_t c = 0; c < job.channels; ++c) {
+                values.clear();
+                for (int32_t j = 0; j < window.nRows; ++j)
+                    for (int32_t i = 0; i < window.nCols; ++i)
+                        values.push_back(elementAround(
+                            src, int64_t{areaSrc.x} + x - window.anchorX + i,
+                            int64_t{areaSrc.y} + y - window.anchorY + j, job.firstA + c));
+                putElement(job.dst, areaDst.x + x, areaDst.y + y, job.firstDst + c, filter(values));
+            }
+        }
+    }
+}
+
+// What the filter under test does.
+using FilterCall = std::function<void(const IplImage* src, IplImage* dst, const PlainWindow&)>;
+
+inline std::string describe(const PlainWindow& window)
+{
+    return " window " + std::to_string(window.nCols) + "x" + std::to_string(window.nRows) +
+           " anchor " + std::to_string(window.anchorX) + ", " + std::to_string(window.anchorY);
+}
+
+inline void expectPlainFilter(const Arrangement& images, const PlainWindow& window,
+                              const FilterCall& call, const PlainFilter& filter)
+{
+    const Twin expected(images.dst.get());
+    plainFilter(plainJob(images.a.get(), nullptr, expected.get()), window, filter);
+    call(images.a.get(), images.dst.get(), window);
+    ASSERT_EQ(bytesOf(images.dst.get()), bytesOf(expected.get()))
+        << images.text() << describe(window);
+}
+
+// Images for a filter, with borders of any modes.
+inline Arrangement randomFilterImages(uint32_t depth, Random& random)
+{
+    Arrangement images = randomArrangement(depth, 1, random);
+    giveRandomBorders(images.a.get(), random);
+    return images;
+}
+
+inline void copyBorders(IplImage* to, const IplImage* from)
+{
+    std::copy_n(from->BorderMode, 4, to->BorderMode);
+    std::copy_n(from->BorderConst, 4, to->BorderConst);
+}
+
+// Runs the filter on the images with one of them or both in tiles, and on the images
+// themselves.
+inline void expectSameFilterInTiles(const Arrangement& images, const PlainWindow& window,
+                                    const FilterCall& call, Random& random)
+{
+    const int32_t which = random.between(1, 3);
+    const int32_t width = 8 * random.between(1, 3);
+    TiledTwin src(images.a.get(), width, 8 * random.between(1, 2));
+    TiledTwin dst(images.dst.get(), 8 * random.between(1, 3), 8 * random.between(1, 2));
+    copyBorders(src.get(), images.a.get());
+    const Twin result(images.dst.get());
+    call(which & 1 ? src.get() : images.a.get(), which & 2 ? dst.get() : result.get(), window);
+    if (which & 2)
+        dst.collect(result.get());
+    call(images.a.get(), images.dst.get(), window);
+    ASSERT_EQ(bytesOf(result.get()), bytesOf(images.dst.get()))
+        << images.text() << describe(window) << " tiles " << which;
 }

@@ -97,3 +97,19 @@ TEST(OwnCopyBits, MayCopyARowOntoItself)
     ownCopyBits(row.data(), 3, row.data(), 3, 61);
     EXPECT_EQ(row, before);
 }
+
+TEST(OwnPackBits, TakesTheFirstByteForTheTopBit)
+{
+    Random random(4);
+    for (int32_t count = 1; count <= 40; ++count) {
+        Bytes bytes(static_cast<size_t>(count));
+        for (uint8_t& byte : bytes)
+            byte = random.coin();
+        const GuardedBuffer bits(static_cast<size_t>(count + 7) / 8);
+        ownPackBits(bits.data(), bytes.data(), count);
+        for (int32_t i = 0; i < count; ++i)
+            EXPECT_EQ(bitAt(bits.contents(), i), bytes[static_cast<size_t>(i)] != 0) << i;
+        for (int32_t i = count; i < static_cast<int32_t>(bits.size()) * 8; ++i)
+            EXPECT_FALSE(bitAt(bits.contents(), i)) << i;
+    }
+}
