@@ -7,7 +7,6 @@
 #include "_Src/walk/tiles.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 namespace
 {
@@ -70,8 +69,10 @@ constexpr const char* tilingError = "ERROR in Tiling callBack";
 
 // --- Checks that all share -------------------------------------------------------------
 //
-// Sources come first in the arrays of images and texts, the destination third; a
-// null second source is left out. The destination is looked at first.
+// A null second source is left out.
+
+constexpr IplRole dstFirst[] = {IPL_DST, IPL_SRC_A, IPL_SRC_B};
+constexpr IplRole sources[] = {IPL_SRC_A, IPL_SRC_B};
 
 bool isGood(const IplCaller& caller, const IplImage* image, const ImageTexts& texts)
 {
@@ -80,34 +81,35 @@ bool isGood(const IplCaller& caller, const IplImage* image, const ImageTexts& te
                       texts.alphaChannel);
 }
 
-bool areGood(const IplCaller& caller, const IplImage* const images[3],
-             const ImageTexts* const texts[3])
+bool areGood(const IplCaller& caller, const IplImage* const images[IPL_ROLES],
+             const ImageTexts* const texts[IPL_ROLES])
 {
-    for (const int32_t i : {2, 0, 1})
-        if (texts[i] && !isGood(caller, images[i], *texts[i]))
+    for (const IplRole role : dstFirst)
+        if (texts[role] && !isGood(caller, images[role], *texts[role]))
             return false;
     return true;
 }
 
-bool depthsFit(const IplCaller& caller, const IplImage* const images[3],
-               const ImageTexts* const texts[3])
+bool depthsFit(const IplCaller& caller, const IplImage* const images[IPL_ROLES],
+               const ImageTexts* const texts[IPL_ROLES])
 {
-    const IplImage* dst = images[2];
+    const IplImage* dst = images[IPL_DST];
     if (!ownRequire(caller, dst->depth == IPL_DEPTH_8U || dst->depth == IPL_DEPTH_16U,
                     "dstImage->depth != 8 && dstImage->depth != 16"))
         return false;
-    for (const int32_t i : {0, 1})
-        if (images[i] && !ownRequire(caller, images[i]->depth == dst->depth, texts[i]->depth))
+    for (const IplRole role : sources)
+        if (images[role] &&
+            !ownRequire(caller, images[role]->depth == dst->depth, texts[role]->depth))
             return false;
     return true;
 }
 
 // Two masks or more are merged by an inner call, after which the status is read.
-bool masksMayMerge(const IplCaller& caller, const IplImage* const images[3])
+bool masksMayMerge(const IplCaller& caller, const IplImage* const images[IPL_ROLES])
 {
     int32_t masks = 0;
-    for (const int32_t i : {0, 1, 2})
-        masks += images[i] && images[i]->maskROI ? 1 : 0;
+    for (const IplRole role : dstFirst)
+        masks += images[role] && images[role]->maskROI ? 1 : 0;
     const bool failed = masks > 1 && iplGetStatus() < 0;
     if (failed)
         ownReport(caller, IPL_StsBackTrace, "Bad masks for images");
@@ -138,42 +140,43 @@ bool channelsAgree(const IplCaller& caller, const IplImage* src, const IplImage*
     return ownRequire(caller, ownColourChannels(src) == ownColourChannels(dst), texts.channels);
 }
 
-bool mayMultiply(const IplCaller& caller, const IplImage* const images[3],
-                 const ImageTexts* const texts[3])
+bool mayMultiply(const IplCaller& caller, const IplImage* const images[IPL_ROLES],
+                 const ImageTexts* const texts[IPL_ROLES])
 {
     if (!areGood(caller, images, texts))
         return false;
-    for (const int32_t i : {2, 0, 1})
-        if (images[i] && !alphaIsAskedFor(caller, images[i], *texts[i]))
+    for (const IplRole role : dstFirst)
+        if (images[role] && !alphaIsAskedFor(caller, images[role], *texts[role]))
             return false;
     if (!depthsFit(caller, images, texts))
         return false;
-    for (const int32_t i : {0, 1})
-        if (images[i] && !channelsAgree(caller, images[i], images[2], *texts[i]))
+    for (const IplRole role : sources)
+        if (images[role] && !channelsAgree(caller, images[role], images[IPL_DST], *texts[role]))
             return false;
     return masksMayMerge(caller, images);
 }
 
 // The scale products, of one source and a constant or of two sources.
-void multiplyScale(const IplCaller& caller, const IplImage* const images[3],
-                   const ImageTexts* const texts[3], const IplPixelOp& op)
+void multiplyScale(const IplCaller& caller, const IplImage* const images[IPL_ROLES],
+                   const ImageTexts* const texts[IPL_ROLES], const IplPixelOp& op)
 {
     if (!mayMultiply(caller, images, texts))
         return;
-    IplPixelJob job{{images[0], images[1], images[2]}, {}, 0, false, op};
-    job.channelCount = ownProcessedChannels(images[2]);
-    for (const int32_t i : {0, 1, 2}) {
-        if (!images[i])
+    IplPixelJob job{{}, {}, 0, false, op};
+    job.channelCount = ownProcessedChannels(images[IPL_DST]);
+    for (const IplRole role : dstFirst) {
+        if (!images[role])
             continue;
-        job.channelOffset[i] = ownCoi(images[i]) ? ownCoi(images[i]) - 1 : 0;
-        job.hasAlpha = job.hasAlpha || images[i]->alphaChannel != 0;
+        job.images[role] = images[role];
+        job.channelOffset[role] = ownCoi(images[role]) ? ownCoi(images[role]) - 1 : 0;
+        job.hasAlpha = job.hasAlpha || images[role]->alphaChannel != 0;
     }
     ownRunPixelJob(caller, job, jobTexts);
 }
 
 // --- Composites ------------------------------------------------------------------------------
 
-constexpr const ImageTexts* compositeTexts[3] = {&srcATexts, &srcBTexts, &dstTexts};
+constexpr const ImageTexts* compositeTexts[IPL_ROLES] = {&srcATexts, &srcBTexts, &dstTexts};
 
 // Either all three have a channel of interest or none.
 bool coisPair(const IplCaller& caller, const IplImage* src, const IplImage* dst,
@@ -185,24 +188,25 @@ bool coisPair(const IplCaller& caller, const IplImage* src, const IplImage* dst,
            ownRequire(caller, !ownCoi(src) || ownCoi(dst), texts.coiButNoDstCoi);
 }
 
-bool imagesCompose(const IplCaller& caller, const IplImage* const images[3])
+bool imagesCompose(const IplCaller& caller, const IplImage* const images[IPL_ROLES])
 {
-    const IplImage* dst = images[2];
+    const IplImage* dst = images[IPL_DST];
     if (!areGood(caller, images, compositeTexts))
         return false;
-    for (const int32_t i : {2, 0, 1})
-        if (!ownRequire(caller, !ownCoi(images[i]) || ownCoi(images[i]) != images[i]->alphaChannel,
-                        compositeTexts[i]->coiIsAlpha))
+    for (const IplRole role : dstFirst)
+        if (!ownRequire(caller,
+                        !ownCoi(images[role]) || ownCoi(images[role]) != images[role]->alphaChannel,
+                        compositeTexts[role]->coiIsAlpha))
             return false;
     if (!depthsFit(caller, images, compositeTexts))
         return false;
-    for (const int32_t i : {0, 1})
-        if (!coisPair(caller, images[i], dst, *compositeTexts[i]))
+    for (const IplRole role : sources)
+        if (!coisPair(caller, images[role], dst, *compositeTexts[role]))
             return false;
-    for (const int32_t i : {0, 1})
+    for (const IplRole role : sources)
         if (!ownRequire(caller,
-                        ownCoi(dst) || ownColourChannels(images[i]) == ownColourChannels(dst),
-                        compositeTexts[i]->channels))
+                        ownCoi(dst) || ownColourChannels(images[role]) == ownColourChannels(dst),
+                        compositeTexts[role]->channels))
             return false;
     return true;
 }
@@ -253,13 +257,14 @@ bool runCompositeTiled(const IplComposite& composite, const IplImage* mask)
 // What is left of a composite whose images are checked.
 void runComposite(const IplCaller& caller, const IplComposite& composite)
 {
-    const IplImage* const images[3] = {composite.images[IPL_COMPOSITE_A],
-                                       composite.images[IPL_COMPOSITE_B],
-                                       composite.images[IPL_COMPOSITE_DST]};
+    const IplImage* const images[IPL_ROLES] = {composite.images[IPL_COMPOSITE_A],
+                                               composite.images[IPL_COMPOSITE_B],
+                                               composite.images[IPL_COMPOSITE_DST]};
     if (!choicesAreKnown(caller, composite) || !masksMayMerge(caller, images))
         return;
     IplMergedMask mask;
-    ownMergeMasks(images[2]->maskROI, images[0]->maskROI, images[1]->maskROI, &mask);
+    ownMergeMasks(images[IPL_DST]->maskROI, images[IPL_SRC_A]->maskROI, images[IPL_SRC_B]->maskROI,
+                  &mask);
     if (mask.state == MaskMerge::empty)
         return;
     if (mask.state == MaskMerge::noMemory)
@@ -274,8 +279,8 @@ void runComposite(const IplCaller& caller, const IplComposite& composite)
 
 void iplMultiplySScale(const IplImage* srcImage, IplImage* dstImage, int32_t value)
 {
-    const IplImage* const images[3] = {srcImage, nullptr, dstImage};
-    const ImageTexts* const texts[3] = {&srcTexts, nullptr, &dstTexts};
+    const IplImage* const images[IPL_ROLES] = {srcImage, nullptr, dstImage};
+    const ImageTexts* const texts[IPL_ROLES] = {&srcTexts, nullptr, &dstTexts};
     const uint32_t depth = dstImage ? dstImage->depth : IPL_DEPTH_8U;
     multiplyScale({"iplMultiplySScale", "iplalpha"}, images, texts,
                   {&quib::kernels().pixel.multiplyScaleS, nullptr, ownClampToDepth(depth, value)});
@@ -283,8 +288,8 @@ void iplMultiplySScale(const IplImage* srcImage, IplImage* dstImage, int32_t val
 
 void iplMultiplyScale(const IplImage* srcImageA, const IplImage* srcImageB, IplImage* dstImage)
 {
-    const IplImage* const images[3] = {srcImageA, srcImageB, dstImage};
-    const ImageTexts* const texts[3] = {&srcATexts, &srcBTexts, &dstTexts};
+    const IplImage* const images[IPL_ROLES] = {srcImageA, srcImageB, dstImage};
+    const ImageTexts* const texts[IPL_ROLES] = {&srcATexts, &srcBTexts, &dstTexts};
     multiplyScale({"iplMultiplyScale", "iplalpha"}, images, texts,
                   {&quib::kernels().pixel.multiplyScale, nullptr, 0});
 }
@@ -294,7 +299,7 @@ void iplAlphaCompositeC(const IplImage* srcImageA, const IplImage* srcImageB, Ip
                         int32_t divideMode)
 {
     const IplCaller caller{"iplAlphaCompositeC", "iplalpha"};
-    const IplImage* const images[3] = {srcImageA, srcImageB, dstImage};
+    const IplImage* const images[IPL_ROLES] = {srcImageA, srcImageB, dstImage};
     if (!imagesCompose(caller, images) || (aA < 0 && !hasAlpha(caller, srcImageA, srcATexts)) ||
         (aB < 0 && !hasAlpha(caller, srcImageB, srcBTexts)))
         return;
@@ -320,7 +325,7 @@ void iplAlphaComposite(const IplImage* srcImageA, const IplImage* srcImageB, Ipl
                        int32_t divideMode)
 {
     const IplCaller caller{"iplAlphaComposite", "iplalpha"};
-    const IplImage* const images[3] = {srcImageA, srcImageB, dstImage};
+    const IplImage* const images[IPL_ROLES] = {srcImageA, srcImageB, dstImage};
     if (!imagesCompose(caller, images) ||
         !alphaImageFits(caller, alphaImageA, dstImage, alphaATexts) ||
         (!alphaImageA && !hasAlpha(caller, srcImageA, srcATexts)) ||

@@ -64,6 +64,8 @@ bool ownScaleMask(const IplCaller& caller, IplScaling* scaling, const IplImage* 
         reportNoMemory(caller);
         return false;
     }
+    // A mask is resized as the image that it is: the operation comes back to itself,
+    // one level deeper for each mask that a mask carries.
     iplResize(given, mask, factors.xDst, factors.xSrc, factors.yDst, factors.ySrc, IPL_INTER_NN);
     return !ownBackTrace(caller);
 }

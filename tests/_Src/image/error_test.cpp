@@ -1,7 +1,5 @@
-#include "_Src/image/report.h"
 #include "_Src/ipl.h"
 
-#include "tests/support/images.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
 
@@ -154,28 +152,4 @@ TEST(IplDefaultErrorHandler, GivesTheStatusBackInAnotherMode)
 TEST(IplDefaultErrorHandler, EndsTheProcessInModeZero)
 {
     EXPECT_EXIT(iplDefaultErrorHandler(0, "f", "m", "file", 1), testing::ExitedWithCode(1), "");
-}
-
-TEST(OwnImageIsGood, ReportsTheStatusThatTheCheckLeft)
-{
-    const RecordedReports reports;
-    const Image image = makeImage(2, 2, 1, IPL_DEPTH_8U);
-    EXPECT_TRUE(ownImageIsGood({"f", "file"}, image.get()));
-    image->align = 2;
-    EXPECT_FALSE(ownImageIsGood({"f", "file"}, image.get()));
-    EXPECT_FALSE(ownImageIsGood({"f", "file"}, nullptr));
-    EXPECT_EQ(reports.all(), (std::vector<Report>{{-21, "f", "Incorrect Image", "file"},
-                                                  {-9, "f", "Incorrect Image", "file"}}));
-}
-
-TEST(OwnBackTrace, ReportsANegativeStatusAlone)
-{
-    const RecordedReports reports;
-    EXPECT_FALSE(ownBackTrace({"f", "file"}));
-    iplSetStatus(3);
-    EXPECT_FALSE(ownBackTrace({"f", "file"}));
-    iplSetStatus(-10);
-    EXPECT_TRUE(ownBackTrace({"f", "file"}));
-    EXPECT_EQ(reports.all(), (std::vector<Report>{{-1, "f", "", "file"}}));
-    EXPECT_EQ(iplGetStatus(), -10);
 }
