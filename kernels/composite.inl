@@ -223,158 +223,45 @@ void pixelWithOwnAlphas(uint8_t* dst, const uint8_t* a, const uint8_t* b)
     dst[3] = ByteDomain::store(compositeAlpha<ByteDomain, Type>(alphaA, alphaB));
 }
 
-// Registers of bytes, and of bytes widened to 16 bits, low and high halves apart;
-// packing undoes the widening.
-#if defined(__AVX2__)
-
-using Register = __m256i;
-
-Register loadRegister(const uint8_t* bytes)
-{
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
-}
-void storeRegister(uint8_t* bytes, Register x)
-{
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), x);
-}
-Register widenLow(Register x)
-{
-    return _mm256_unpacklo_epi8(x, _mm256_setzero_si256());
-}
-Register widenHigh(Register x)
-{
-    return _mm256_unpackhi_epi8(x, _mm256_setzero_si256());
-}
-Register packSaturated(Register low, Register high)
-{
-    return _mm256_packus_epi16(low, high);
-}
-Register repeated16(int16_t x)
-{
-    return _mm256_set1_epi16(x);
-}
-Register repeated64(int64_t x)
-{
-    return _mm256_set1_epi64x(x);
-}
-Register sum16(Register x, Register y)
-{
-    return _mm256_add_epi16(x, y);
-}
-Register product16(Register x, Register y)
-{
-    return _mm256_mullo_epi16(x, y);
-}
-Register highProduct16(Register x, Register y)
-{
-    return _mm256_mulhi_epu16(x, y);
-}
-Register fourthOfEach(Register x)
-{
-    const __m128i places = _mm_set_epi8(15, 14, 15, 14, 15, 14, 15, 14, 7, 6, 7, 6, 7, 6, 7, 6);
-    return _mm256_shuffle_epi8(x, _mm256_broadcastsi128_si256(places));
-}
-
-#elif defined(__SSE2__)
-
-using Register = __m128i;
-
-Register loadRegister(const uint8_t* bytes)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-}
-void storeRegister(uint8_t* bytes, Register x)
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), x);
-}
-Register widenLow(Register x)
-{
-    return _mm_unpacklo_epi8(x, _mm_setzero_si128());
-}
-Register widenHigh(Register x)
-{
-    return _mm_unpackhi_epi8(x, _mm_setzero_si128());
-}
-Register packSaturated(Register low, Register high)
-{
-    return _mm_packus_epi16(low, high);
-}
-Register repeated16(int16_t x)
-{
-    return _mm_set1_epi16(x);
-}
-Register repeated64(int64_t x)
-{
-    return _mm_set1_epi64x(x);
-}
-Register sum16(Register x, Register y)
-{
-    return _mm_add_epi16(x, y);
-}
-Register product16(Register x, Register y)
-{
-    return _mm_mullo_epi16(x, y);
-}
-Register highProduct16(Register x, Register y)
-{
-    return _mm_mulhi_epu16(x, y);
-}
-Register fourthOfEach(Register x)
-{
-    return _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF);
-}
-
-#endif
-
-#if defined(__SSE2__)
-
-struct RegisterDomain {
-    using Number = Register;
-    // For every product of two bytes, (t >> 8) + t + 1 >> 8 is (t + 1) * 257 >> 16.
-    static Number times(Number x, Number y)
-    {
-        return highProduct16(sum16(product16(x, y), repeated16(1)), repeated16(257));
-    }
-    static Number rest(Number x) { return x ^ repeated16(255); }
-    static Number plus(Number x, Number y) { return sum16(x, y); }
+// Vectors of bytes are widened to 16 bits, low and high halves apart; packing undoes
+// that.
+struct VectorDomain {
+    using Number = U16<>;
+    static Number times(Number x, Number y) { return productsOver255(x, y); }
+    static Number rest(Number x) { return x ^ 255; }
+    static Number plus(Number x, Number y) { return x + y; }
 };
 
-// Half a register of pixels.
+// Half a vector of pixels.
 template<class Type, bool premul>
-Register halfWithOwnAlphas(Register a, Register b)
+U16<> halfWithOwnAlphas(U16<> a, U16<> b)
 {
-    const Register alphaLanes = repeated64(0x00FF'0000'0000'0000);
-    const Register aA = fourthOfEach(a);
-    const Register aB = fourthOfEach(b);
+    const U16<> alphaLanes = as<U16<>>(spread<U64<>>(0x00FF'0000'0000'0000));
+    const U16<> aA = inGroups<3, 3, 3, 3>(a);
+    const U16<> aB = inGroups<3, 3, 3, 3>(b);
     // Weighted, the largest element becomes the alpha itself.
     if constexpr (!premul) {
         a |= alphaLanes;
         b |= alphaLanes;
     }
-    const Register result = compositeElement<RegisterDomain, Type, premul>(a, b, aA, aB);
+    const U16<> result = compositeElement<VectorDomain, Type, premul>(a, b, aA, aB);
     if constexpr (alphaIsElement<Type>)
         return result;
     else
         return (result & ~alphaLanes) | (aB & alphaLanes);
 }
 
-#endif
-
 struct PixelRows {
     template<class Type, bool premul>
     static void row(uint8_t* dst, const uint8_t* a, const uint8_t* b, size_t count)
     {
         size_t i = 0;
-#if defined(__SSE2__)
-        for (; i + sizeof(Register) <= count * 4; i += sizeof(Register)) {
-            const Register x = loadRegister(a + i);
-            const Register y = loadRegister(b + i);
-            storeRegister(
-                dst + i,
-                packSaturated(halfWithOwnAlphas<Type, premul>(widenLow(x), widenLow(y)),
-                              halfWithOwnAlphas<Type, premul>(widenHigh(x), widenHigh(y))));
+        for (; i + wide <= count * 4; i += wide) {
+            const U8<> x = load<U8<>>(a + i);
+            const U8<> y = load<U8<>>(b + i);
+            store(dst + i, packToU8(halfWithOwnAlphas<Type, premul>(widenLow(x), widenLow(y)),
+                                    halfWithOwnAlphas<Type, premul>(widenHigh(x), widenHigh(y))));
         }
-#endif
         for (; i < count * 4; i += 4)
             pixelWithOwnAlphas<Type, premul>(dst + i, a + i, b + i);
     }
@@ -386,19 +273,17 @@ struct TintedRows {
                     uint8_t alphaB, size_t count)
     {
         size_t i = 0;
-#if defined(__SSE2__)
-        const Register alphaBytes = repeated64(static_cast<int64_t>(0xFF000000'FF000000));
-        const Register aA = repeated16(alphaA);
-        const Register aB = repeated16(alphaB);
-        for (; i + sizeof(Register) <= count * 4; i += sizeof(Register)) {
-            const Register x = loadRegister(a + i);
-            const Register y = loadRegister(b + i);
-            const Register result = packSaturated(
-                compositeElement<RegisterDomain, Type, premul>(widenLow(x), widenLow(y), aA, aB),
-                compositeElement<RegisterDomain, Type, premul>(widenHigh(x), widenHigh(y), aA, aB));
-            storeRegister(dst + i, (result & ~alphaBytes) | (loadRegister(dst + i) & alphaBytes));
+        const U8<> alphaBytes = as<U8<>>(spread<U32<>>(0xFF000000));
+        const U16<> aA = spread<U16<>>(alphaA);
+        const U16<> aB = spread<U16<>>(alphaB);
+        for (; i + wide <= count * 4; i += wide) {
+            const U8<> x = load<U8<>>(a + i);
+            const U8<> y = load<U8<>>(b + i);
+            const U8<> result = packToU8(
+                compositeElement<VectorDomain, Type, premul>(widenLow(x), widenLow(y), aA, aB),
+                compositeElement<VectorDomain, Type, premul>(widenHigh(x), widenHigh(y), aA, aB));
+            store(dst + i, (result & ~alphaBytes) | (load<U8<>>(dst + i) & alphaBytes));
         }
-#endif
         for (; i < count * 4; i += 4)
             pixelWithAlphas<Type, premul>(dst + i, a + i, b + i, alphaA, alphaB);
     }

@@ -45,18 +45,6 @@ struct Element<int32_t> {
 template<class T>
 using Unsigned = typename Element<T>::Unsigned;
 
-template<class T>
-T smaller(T a, T b)
-{
-    return a < b ? a : b;
-}
-
-template<class T>
-T larger(T a, T b)
-{
-    return a > b ? a : b;
-}
-
 // The limit on a's side of zero.
 template<class T>
 T limitLike(T a)
@@ -222,172 +210,62 @@ struct Xor {
 // Forms of some formulas for a vector's worth of elements at once, where the
 // compiler makes less of the plain ones.
 
-#if defined(__AVX2__)
-#define QUIB_VECTORS 1
-#define QUIB_VECTOR(operation) _mm256_##operation
-using Vector = __m256i;
-Vector zeroVector()
-{
-    return _mm256_setzero_si256();
-}
-Vector smallerWords(Vector words, Vector limit)
-{
-    return _mm256_min_epu16(words, limit);
-}
-#elif defined(__SSE2__)
-#define QUIB_VECTORS 1
-#define QUIB_VECTOR(operation) _mm_##operation
-using Vector = __m128i;
-Vector zeroVector()
-{
-    return _mm_setzero_si128();
-}
-Vector smallerWords(Vector words, Vector limit)
-{
-    return _mm_sub_epi16(words, _mm_subs_epu16(words, limit));
-}
-#else
-using Vector = uint64_t;
-#endif
-
-Vector loadVector(const void* address)
-{
-    Vector vector;
-    __builtin_memcpy(&vector, address, sizeof vector);
-    return vector;
-}
-
-void storeVector(void* address, Vector vector)
-{
-    __builtin_memcpy(address, &vector, sizeof vector);
-}
-
-// To an aligned address, past the caches; endStreaming() must follow.
-void streamVector(void* address, Vector vector)
-{
-#if defined(__AVX2__)
-    _mm256_stream_si256(static_cast<Vector*>(address), vector);
-#elif defined(__SSE2__)
-    _mm_stream_si128(static_cast<Vector*>(address), vector);
-#else
-    storeVector(address, vector);
-#endif
-}
-
-void endStreaming()
-{
-#if defined(QUIB_VECTORS)
-    _mm_sfence();
-#endif
-}
-
 template<class T, class Formula>
 struct VectorForm {
 };
 
-#if defined(QUIB_VECTORS)
-template<>
-struct VectorForm<uint8_t, Add> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epu8)(a, b); }
+template<class T>
+requires(sizeof(T) <= 2) struct VectorForm<T, Add> {
+    static Vector<T> of(Vector<T> a, Vector<T> b) { return addSaturated(a, b); }
 };
-template<>
-struct VectorForm<int8_t, Add> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epi8)(a, b); }
+template<class T>
+requires(sizeof(T) <= 2) struct VectorForm<T, Subtract> {
+    static Vector<T> of(Vector<T> a, Vector<T> b) { return subtractSaturated(a, b); }
 };
-template<>
-struct VectorForm<uint16_t, Add> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epu16)(a, b); }
-};
-template<>
-struct VectorForm<int16_t, Add> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(adds_epi16)(a, b); }
-};
-template<>
-struct VectorForm<uint8_t, Subtract> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epu8)(a, b); }
-};
-template<>
-struct VectorForm<int8_t, Subtract> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epi8)(a, b); }
-};
-template<>
-struct VectorForm<uint16_t, Subtract> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epu16)(a, b); }
-};
-template<>
-struct VectorForm<int16_t, Subtract> {
-    static Vector of(Vector a, Vector b) { return QUIB_VECTOR(subs_epi16)(a, b); }
-};
-
-// Words from the bytes' products, brought back to bytes by `narrow`, which
-// leaves no more than a byte in each.
-template<class Narrow>
-Vector productsOfBytes(Vector a, Vector b, Narrow narrow)
-{
-    const Vector zero = zeroVector();
-    const Vector low = QUIB_VECTOR(mullo_epi16)(QUIB_VECTOR(unpacklo_epi8)(a, zero),
-                                                QUIB_VECTOR(unpacklo_epi8)(b, zero));
-    const Vector high = QUIB_VECTOR(mullo_epi16)(QUIB_VECTOR(unpackhi_epi8)(a, zero),
-                                                 QUIB_VECTOR(unpackhi_epi8)(b, zero));
-    return QUIB_VECTOR(packus_epi16)(narrow(low), narrow(high));
-}
 
 template<>
 struct VectorForm<uint8_t, Multiply> {
-    static Vector of(Vector a, Vector b)
+    static U8<> of(U8<> a, U8<> b)
     {
-        const Vector limit = QUIB_VECTOR(set1_epi16)(255);
-        return productsOfBytes(a, b, [limit](Vector words) { return smallerWords(words, limit); });
+        const U16<> limit = spread<U16<>>(255);
+        return packToU8(smaller(widenLow(a) * widenLow(b), limit),
+                        smaller(widenHigh(a) * widenHigh(b), limit));
     }
 };
 template<>
 struct VectorForm<uint8_t, Square> {
-    static Vector of(Vector a) { return VectorForm<uint8_t, Multiply>::of(a, a); }
+    static U8<> of(U8<> a) { return VectorForm<uint8_t, Multiply>::of(a, a); }
 };
 
 // a * b / 255, rounded down: the high byte of a * 257 * (b * 256 + 1) / 65536,
 // whose 1 makes up for 257 * 255 being less than 65536.
-Vector scaledWords(Vector a257, Vector b256)
+U16<> scaledWords(U8<> a257, U8<> b256)
 {
-    return QUIB_VECTOR(srli_epi16)(QUIB_VECTOR(mulhi_epu16)(a257, b256), 8);
+    return highProducts(as<U16<>>(a257), as<U16<>>(b256)) >> 8;
 }
 
 template<>
 struct VectorForm<uint8_t, MultiplyScale> {
-    static Vector of(Vector a, Vector b)
+    static U8<> of(U8<> a, U8<> b)
     {
-        const Vector one = QUIB_VECTOR(set1_epi8)(1);
-        const Vector low =
-            scaledWords(QUIB_VECTOR(unpacklo_epi8)(a, a), QUIB_VECTOR(unpacklo_epi8)(one, b));
-        const Vector high =
-            scaledWords(QUIB_VECTOR(unpackhi_epi8)(a, a), QUIB_VECTOR(unpackhi_epi8)(one, b));
-        return QUIB_VECTOR(packus_epi16)(low, high);
+        const U8<> one = spread<U8<>>(1);
+        return packToU8(scaledWords(interleaveLow(a, a), interleaveLow(one, b)),
+                        scaledWords(interleaveHigh(a, a), interleaveHigh(one, b)));
     }
 };
 
-#endif
-
 template<class T>
 struct VectorForm<T, And> {
-    static Vector of(Vector a, Vector b) { return a & b; }
+    static Vector<T> of(Vector<T> a, Vector<T> b) { return a & b; }
 };
 template<class T>
 struct VectorForm<T, Or> {
-    static Vector of(Vector a, Vector b) { return a | b; }
+    static Vector<T> of(Vector<T> a, Vector<T> b) { return a | b; }
 };
 template<class T>
 struct VectorForm<T, Xor> {
-    static Vector of(Vector a, Vector b) { return a ^ b; }
+    static Vector<T> of(Vector<T> a, Vector<T> b) { return a ^ b; }
 };
-
-template<class T>
-Vector spreadElement(T element)
-{
-    T elements[sizeof(Vector) / sizeof(T)];
-    for (T& each : elements)
-        each = element;
-    return loadVector(elements);
-}
 
 template<class T, class Formula>
 concept HasVectorForm = requires
@@ -407,7 +285,7 @@ size_t elementsToAlignment(const T* out, size_t count)
 {
     if (count * sizeof(T) < 4096)
         return 0;
-    return (0 - reinterpret_cast<uintptr_t>(out)) % sizeof(Vector) / sizeof(T);
+    return (0 - reinterpret_cast<uintptr_t>(out)) % wide / sizeof(T);
 }
 
 // Results that would push each other out of the caches go past them, so that
@@ -417,7 +295,7 @@ template<class T>
 bool isStreamed(const T* out, const T* x, const T* y, size_t count)
 {
     return count * sizeof(T) >= (size_t{4} << 20) && out != x && out != y &&
-           reinterpret_cast<uintptr_t>(out) % sizeof(Vector) == 0;
+           reinterpret_cast<uintptr_t>(out) % wide == 0;
 }
 
 // Nothing else fetches the sources across the ends of pages.
@@ -431,18 +309,24 @@ void prefetch(const void* address)
 template<bool streamed, class T, class OfVectors>
 size_t runWholeVectors(T* out, const T* x, const T* y, size_t count, OfVectors ofVectors)
 {
-    constexpr size_t lanes = sizeof(Vector) / sizeof(T);
-    constexpr auto store = streamed ? streamVector : storeVector;
+    constexpr size_t lanes = wide / sizeof(T);
+    const auto loaded = [](const T* from) { return load<Vector<T>>(from); };
+    const auto put = [](T* to, Vector<T> vector) {
+        if constexpr (streamed)
+            stream(to, vector);
+        else
+            store(to, vector);
+    };
     size_t i = 0;
     for (; i + 2 * lanes <= count; i += 2 * lanes) {
         if (streamed) {
             prefetch(x + i);
             prefetch(y + i);
         }
-        const Vector first = ofVectors(loadVector(x + i), loadVector(y + i));
-        const Vector second = ofVectors(loadVector(x + i + lanes), loadVector(y + i + lanes));
-        store(out + i, first);
-        store(out + i + lanes, second);
+        const Vector<T> first = ofVectors(loaded(x + i), loaded(y + i));
+        const Vector<T> second = ofVectors(loaded(x + i + lanes), loaded(y + i + lanes));
+        put(out + i, first);
+        put(out + i + lanes, second);
     }
     if (streamed)
         endStreaming();
@@ -479,7 +363,7 @@ void pairRun(void* dst, const void* a, const void* b, size_t count, int32_t)
     const T* y = static_cast<const T*>(b);
     const auto ofElements = [](T first, T second) { return Formula::of(first, second); };
     if constexpr (HasVectorForm<T, Formula>)
-        runVectors(out, x, y, count, ofElements, [](Vector first, Vector second) {
+        runVectors(out, x, y, count, ofElements, [](Vector<T> first, Vector<T> second) {
             return VectorForm<T, Formula>::of(first, second);
         });
     else
@@ -493,8 +377,9 @@ void singleRun(void* dst, const void* a, const void*, size_t count, int32_t)
     const T* x = static_cast<const T*>(a);
     const auto ofElements = [](T element, T) { return Formula::of(element); };
     if constexpr (HasVectorForm<T, Formula>)
-        runVectors(out, x, x, count, ofElements,
-                   [](Vector elements, Vector) { return VectorForm<T, Formula>::of(elements); });
+        runVectors(out, x, x, count, ofElements, [](Vector<T> elements, Vector<T>) {
+            return VectorForm<T, Formula>::of(elements);
+        });
     else
         runElements(out, x, x, count, ofElements);
 }
@@ -507,7 +392,7 @@ void constantRun(void* dst, const void* a, size_t count, Constant constant)
     const auto ofElements = [constant](T element, T) { return Formula::of(element, constant); };
     if constexpr (HasVectorForm<T, Formula>)
         runVectors(out, x, x, count, ofElements,
-                   [constants = spreadElement(constant)](Vector elements, Vector) {
+                   [constants = spread<Vector<T>>(constant)](Vector<T> elements, Vector<T>) {
                        return VectorForm<T, Formula>::of(elements, constants);
                    });
     else

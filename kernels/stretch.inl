@@ -5,14 +5,12 @@ namespace
 
 uint32_t stretchLoad(const uint8_t* src, size_t i)
 {
-    uint32_t pixel;
-    __builtin_memcpy(&pixel, src + i * 4, 4);
-    return pixel;
+    return loadWord(src + i * 4);
 }
 
 void stretchStore(uint8_t* dst, size_t i, uint32_t pixel)
 {
-    __builtin_memcpy(dst + i * 4, &pixel, 4);
+    storeWord(dst + i * 4, pixel);
 }
 
 // lerp on four bytes, two in each multiplication: a * w + b * (256 - w) is at
@@ -83,29 +81,9 @@ void lerpStepsPlain32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, 
     }
 }
 
-#if defined(__AVX2__)
+#if defined(QUIB_WIDE_VECTORS)
 
 // --- Vector forms ---------------------------------------------------------------
-
-__m256i stretchVector(const void* address)
-{
-    return _mm256_loadu_si256(static_cast<const __m256i*>(address));
-}
-
-void stretchStoreVector(void* address, __m256i value)
-{
-    _mm256_storeu_si256(static_cast<__m256i*>(address), value);
-}
-
-__m128i stretchHalf(const void* address)
-{
-    return _mm_loadu_si128(static_cast<const __m128i*>(address));
-}
-
-void stretchStoreHalf(void* address, __m128i value)
-{
-    _mm_storeu_si128(static_cast<__m128i*>(address), value);
-}
 
 // Nearest, four bytes.
 
@@ -128,24 +106,19 @@ size_t planBlocks32(GatherBlock* blocks, const uint32_t* index, size_t count)
 }
 
 // Two windows, one in each half.
-__m256 windowsAt(const uint8_t* src, uint32_t low, uint32_t high)
+U32<> windowsAt(const uint8_t* src, uint32_t low, uint32_t high)
 {
-    const auto at = [src](uint32_t window) {
-        return reinterpret_cast<const float*>(src + window * size_t{4});
-    };
-    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(at(low))),
-                                _mm_loadu_ps(at(high)), 1);
+    return join(load<U32<16>>(src + low * size_t{4}), load<U32<16>>(src + high * size_t{4}));
 }
 
 void gatherBlocks32(uint8_t* dst, const uint8_t* src, const GatherBlock* blocks, size_t count)
 {
     for (size_t i = 0; i < count; ++i) {
         const uint32_t* window = blocks[i].window;
-        const __m256i places = _mm256_cvtepu8_epi32(
-            _mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks[i].place)));
-        const __m256 first = _mm256_permutevar_ps(windowsAt(src, window[0], window[2]), places);
-        const __m256 second = _mm256_permutevar_ps(windowsAt(src, window[1], window[3]), places);
-        stretchStoreVector(dst + i * 32, _mm256_castps_si256(_mm256_blend_ps(first, second, 0xCC)));
+        const U32<> places = widenFirst<U32<>>(loadHalf<U8<16>>(blocks[i].place));
+        const U32<> first = lookUpInParts(windowsAt(src, window[0], window[2]), places);
+        const U32<> second = lookUpInParts(windowsAt(src, window[1], window[3]), places);
+        store(dst + i * 32, mix<0, 0, 1, 1>(first, second));
     }
 }
 
@@ -153,29 +126,20 @@ void gatherBlocks32(uint8_t* dst, const uint8_t* src, const GatherBlock* blocks,
 // them out of one or two loads by a shuffle; others are moved one by one. `end`
 // is where the last source of the row ends, past which no load may reach.
 
-// The places of eight sources in a window that begins at `first`.
-__m256i placesFrom(const uint32_t* index, const uint32_t* first)
+// The places of sixteen sources in a window that begins at the first, as bytes.
+U8<16> bytePlacesFrom(const uint32_t* index)
 {
-    const __m256 origin = _mm256_broadcast_ss(reinterpret_cast<const float*>(first));
-    return _mm256_sub_epi32(stretchVector(index), _mm256_castps_si256(origin));
+    const U32<> first = spread<U32<>>(index[0]);
+    const U16<> words =
+        inOrderOfPack(packToU16(load<U32<>>(index) - first, load<U32<>>(index + 8) - first));
+    return packToU8(lowHalf(words), highHalf(words));
 }
 
-// The same of sixteen sources, as bytes.
-__m128i bytePlacesFrom(const uint32_t* index)
-{
-    const __m256i words =
-        _mm256_packus_epi32(placesFrom(index, index), placesFrom(index + 8, index));
-    const __m256i inOrder = _mm256_permute4x64_epi64(words, 0xD8);
-    return _mm_packus_epi16(_mm256_castsi256_si128(inOrder), _mm256_extracti128_si256(inOrder, 1));
-}
-
-__m128i bytesAtWide(const uint8_t* window, __m128i places)
+U8<16> bytesAtWide(const uint8_t* window, U8<16> places)
 {
     // A place with its top bit set gives 0: there the other load has the byte.
-    const __m128i inFirst = _mm_adds_epu8(places, _mm_set1_epi8(0x70));
-    const __m128i inSecond = _mm_sub_epi8(places, _mm_set1_epi8(16));
-    return _mm_or_si128(_mm_shuffle_epi8(stretchHalf(window), inFirst),
-                        _mm_shuffle_epi8(stretchHalf(window + 16), inSecond));
+    const U8<16> inFirst = addSaturated(places, spread<U8<16>>(0x70));
+    return lookUp(load<U8<16>>(window), inFirst) | lookUp(load<U8<16>>(window + 16), places - 16);
 }
 
 void gather8(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t count)
@@ -187,10 +151,9 @@ void gather8(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t cou
         const size_t span = index[i + 15] - first;
         const uint8_t* window = src + first;
         if (span < 16 && first + 16 <= end)
-            stretchStoreHalf(dst + i,
-                             _mm_shuffle_epi8(stretchHalf(window), bytePlacesFrom(index + i)));
+            store(dst + i, lookUp(load<U8<16>>(window), bytePlacesFrom(index + i)));
         else if (span < 32 && first + 32 <= end)
-            stretchStoreHalf(dst + i, bytesAtWide(window, bytePlacesFrom(index + i)));
+            store(dst + i, bytesAtWide(window, bytePlacesFrom(index + i)));
         else
             gatherPlain8(dst + i, src, index + i, 16);
     }
@@ -200,37 +163,19 @@ void gather8(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t cou
 // Steps of 2 and 4 take eight outputs out of two or four loads, in an order
 // that restoreOrder() puts right.
 
-__m256i evenPixels(__m256i low, __m256i high)
-{
-    return _mm256_castps_si256(
-        _mm256_shuffle_ps(_mm256_castsi256_ps(low), _mm256_castsi256_ps(high), 0x88));
-}
-
-__m256i oddPixels(__m256i low, __m256i high)
-{
-    return _mm256_castps_si256(
-        _mm256_shuffle_ps(_mm256_castsi256_ps(low), _mm256_castsi256_ps(high), 0xDD));
-}
-
 // Every second pair of pixels of two loads.
-__m256i pairsApart(const uint8_t* from)
+U32<> pairsApart(const uint8_t* from)
 {
-    return _mm256_unpacklo_epi64(stretchVector(from), stretchVector(from + 32));
+    return as<U32<>>(interleaveLow(load<U64<>>(from), load<U64<>>(from + 32)));
 }
 
-// 0 4 1 5 2 6 3 7
-__m256i halvesInTurn(__m256i pixels)
-{
-    return _mm256_permutevar8x32_epi32(pixels, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-}
-
-template<size_t step>
-__m256i restoreOrder(__m256i pixels)
+template<size_t step, class V>
+V restoreOrder(V pixels)
 {
     if constexpr (step == 2)
-        return _mm256_permute4x64_epi64(pixels, 0xD8);
+        return inOrderOfPack(pixels);
     else if constexpr (step == 4)
-        return halvesInTurn(pixels);
+        return inOrderOfTwoPacks(pixels);
     else
         return pixels;
 }
@@ -256,9 +201,9 @@ size_t gatherStepBlocks32(uint8_t* dst, const uint8_t* src, const uint8_t* next,
     for (size_t i = 0; i < whole; i += 8) {
         const uint8_t* from = src + i * step * 4;
         prefetchBlock<step * 32>(next + i * step * 4);
-        const __m256i pixels = step == 2 ? evenPixels(stretchVector(from), stretchVector(from + 32))
-                                         : evenPixels(pairsApart(from), pairsApart(from + 64));
-        stretchStoreVector(dst + i * 4, restoreOrder<step>(pixels));
+        const U32<> pixels = step == 2 ? evenLanes(load<U32<>>(from), load<U32<>>(from + 32))
+                                       : evenLanes(pairsApart(from), pairsApart(from + 64));
+        store(dst + i * 4, restoreOrder<step>(pixels));
     }
     return whole;
 }
@@ -271,32 +216,43 @@ void gatherSteps32(uint8_t* dst, const uint8_t* src, const uint8_t* next, size_t
     gatherStepsPlain32(dst + done * 4, src + done * step * 4, next, step, count - done);
 }
 
-// The lowest byte of each word of 16 or 32 bits.
+// Words of as many bytes as a step has.
 template<size_t step>
-__m256i lowestBytes(__m256i words)
+struct StepWord;
+template<>
+struct StepWord<2> {
+    using Type = uint16_t;
+};
+template<>
+struct StepWord<4> {
+    using Type = uint32_t;
+};
+template<size_t step>
+using StepWords = Vector<typename StepWord<step>::Type>;
+
+template<size_t step>
+StepWords<step> lowestBytes(StepWords<step> words)
 {
-    const __m256i lowest = step == 2 ? _mm256_set1_epi16(0xFF) : _mm256_set1_epi32(0xFF);
-    return _mm256_and_si256(words, lowest);
+    return words & 0xFF;
 }
 
 template<size_t step>
-__m256i highestBytes(__m256i words)
+StepWords<step> highestBytes(StepWords<step> words)
 {
-    return step == 2 ? _mm256_srli_epi16(words, 8) : _mm256_srli_epi32(words, 24);
+    return words >> (8 * (step - 1));
 }
 
 // 32 outputs; `choose` takes one byte of each word.
 template<size_t step, class Choose>
-__m256i everyNthByte(const uint8_t* from, Choose choose)
+U8<> everyNthByte(const uint8_t* from, Choose choose)
 {
-    const auto load = [from, choose](size_t i) { return choose(stretchVector(from + i * 32)); };
-    __m256i low = load(0);
-    __m256i high = load(1);
-    if constexpr (step == 4) {
-        low = _mm256_packus_epi32(low, high);
-        high = _mm256_packus_epi32(load(2), load(3));
-    }
-    return restoreOrder<step>(_mm256_packus_epi16(low, high));
+    const auto at = [from, choose](size_t i) {
+        return choose(load<StepWords<step>>(from + i * 32));
+    };
+    if constexpr (step == 2)
+        return restoreOrder<step>(packToU8(at(0), at(1)));
+    else
+        return restoreOrder<step>(packToU8(packToU16(at(0), at(1)), packToU16(at(2), at(3))));
 }
 
 template<size_t step>
@@ -305,14 +261,14 @@ size_t gatherStepBlocks8(uint8_t* dst, const uint8_t* src, const uint8_t* next, 
     const size_t whole = count ? inWholeBlocks((count - 1) * step + 1, step, 32) : 0;
     for (size_t i = 0; i < whole; i += 32) {
         prefetchBlock<step * 32>(next + i * step);
-        stretchStoreVector(dst + i, everyNthByte<step>(src + i * step, lowestBytes<step>));
+        store(dst + i, everyNthByte<step>(src + i * step, lowestBytes<step>));
     }
     if (whole == count || count <= 32)
         return whole;
     // The last outputs, some once more, by loads that end at the last source.
     const size_t last = count - 32;
     const uint8_t* from = src + last * step - (step - 1);
-    stretchStoreVector(dst + last, everyNthByte<step>(from, highestBytes<step>));
+    store(dst + last, everyNthByte<step>(from, highestBytes<step>));
     return count;
 }
 
@@ -329,35 +285,36 @@ void gatherSteps8(uint8_t* dst, const uint8_t* src, const uint8_t* next, size_t 
 // other is signed: the pixels less 128, which is a flip of the top bit. The sum
 // is then less 128 * 256, and its high byte again the result less 128.
 
-__m256i flipTopBits(__m256i bytes)
+I8<> flipTopBits(U8<> bytes)
 {
-    return _mm256_xor_si256(bytes, _mm256_set1_epi8(static_cast<char>(0x80)));
+    return as<I8<>>(bytes ^ 0x80);
+}
+
+U8<> flipBack(I8<> bytes)
+{
+    return as<U8<>>(bytes) ^ 0x80;
 }
 
 // Words of a result from bytes a, b in turn and weights w, 255 - w in turn. A
 // weight of 256 would not fit: the last b is added by itself.
-__m256i lerpWords(__m256i pairs, __m256i weights)
+I16<> lerpWords(I8<> pairs, U8<> weights)
 {
-    const __m256i products = _mm256_maddubs_epi16(weights, pairs);
-    return _mm256_srai_epi16(_mm256_add_epi16(products, _mm256_srai_epi16(pairs, 8)), 8);
+    return (pairProductsOfBytes(weights, pairs) + (as<I16<>>(pairs) >> 8)) >> 8;
 }
 
 // Pixels i, i + 1 at four places of a row.
-__m256i loadPairs(const uint8_t* src, size_t i0, size_t i1, size_t i2, size_t i3)
+U8<> loadPairs(const uint8_t* src, size_t i0, size_t i1, size_t i2, size_t i3)
 {
-    const auto load = [src](size_t low, size_t high) {
-        const __m128i pair = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + low * 4));
-        return _mm_loadh_pd(_mm_castsi128_pd(pair),
-                            reinterpret_cast<const double*>(src + high * 4));
+    const auto at = [src](size_t low, size_t high) {
+        return loadHalves<U8<16>>(src + low * 4, src + high * 4);
     };
-    return _mm256_castpd_si256(_mm256_set_m128d(load(i2, i3), load(i0, i1)));
+    return join(at(i0, i1), at(i2, i3));
 }
 
 // From a0 b0 a1 b1 to the bytes of a0 and b0 in turn, then of a1 and b1.
-__m256i interleavePairs(__m256i pairs)
+I8<> interleavePairs(I8<> pairs)
 {
-    const __m128i order = _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
-    return _mm256_shuffle_epi8(pairs, _mm256_broadcastsi128_si256(order));
+    return inGroups<0, 4, 1, 5, 2, 6, 3, 7>(pairs);
 }
 
 void lerpColumns32(uint8_t* dst, const uint8_t* src, const uint32_t* index, const uint32_t* weight,
@@ -368,23 +325,36 @@ void lerpColumns32(uint8_t* dst, const uint8_t* src, const uint32_t* index, cons
         // The places are chosen so that the unpacked weights meet their pixels
         // and the packed result is in order.
         const uint32_t* at = index + i;
-        const __m256i outer = flipTopBits(loadPairs(src, at[0], at[1], at[4], at[5]));
-        const __m256i inner = flipTopBits(loadPairs(src, at[2], at[3], at[6], at[7]));
-        const __m256i w = stretchVector(weight + i);
-        const __m256i rest = _mm256_xor_si256(w, _mm256_set1_epi8(-1));
-        const __m256i pixels =
-            _mm256_packs_epi16(lerpWords(interleavePairs(outer), _mm256_unpacklo_epi8(w, rest)),
-                               lerpWords(interleavePairs(inner), _mm256_unpackhi_epi8(w, rest)));
-        stretchStoreVector(dst + i * 4, flipTopBits(pixels));
+        const I8<> outer = flipTopBits(loadPairs(src, at[0], at[1], at[4], at[5]));
+        const I8<> inner = flipTopBits(loadPairs(src, at[2], at[3], at[6], at[7]));
+        const U8<> w = load<U8<>>(weight + i);
+        const I8<> pixels = packToI8(lerpWords(interleavePairs(outer), interleaveLow(w, ~w)),
+                                     lerpWords(interleavePairs(inner), interleaveHigh(w, ~w)));
+        store(dst + i * 4, flipBack(pixels));
     }
     lerpColumnsPlain32(dst + i * 4, src, index + i, weight + i, count - i);
 }
 
 // lerp(a, b, 255): a, less 1 where it exceeds b.
-__m256i lerpNearFirst(__m256i a, __m256i b)
+U8<> lerpNearFirst(U8<> a, U8<> b)
 {
-    const __m256i excess = _mm256_subs_epu8(a, b);
-    return _mm256_sub_epi8(a, _mm256_min_epu8(excess, _mm256_set1_epi8(1)));
+    return a - smaller(subtractSaturated(a, b), spread<U8<>>(1));
+}
+
+// For weights of 1 to 254.
+size_t lerpRowVectors(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, uint8_t weight,
+                      size_t count)
+{
+    const U8<> weights =
+        as<U8<>>(spread<U16<>>(static_cast<uint16_t>(weight | (256 - weight) << 8)));
+    const auto words = [weights](I8<> pairs) { return pairProductsOfBytes(weights, pairs) >> 8; };
+    size_t i = 0;
+    for (; i + wide <= count; i += wide) {
+        const I8<> a = flipTopBits(load<U8<>>(upper + i));
+        const I8<> b = flipTopBits(load<U8<>>(lower + i));
+        store(dst + i, flipBack(packToI8(words(interleaveLow(a, b)), words(interleaveHigh(a, b)))));
+    }
+    return i;
 }
 
 void lerpRows(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, uint8_t weight,
@@ -395,40 +365,28 @@ void lerpRows(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, uint8_t 
         return;
     }
     size_t i = 0;
-    if (weight == 255) {
-        for (; i + 32 <= count; i += 32)
-            stretchStoreVector(dst + i,
-                               lerpNearFirst(stretchVector(upper + i), stretchVector(lower + i)));
-    } else {
-        const __m256i weights = _mm256_set1_epi16(static_cast<short>(weight | (256 - weight) << 8));
-        const auto words = [weights](__m256i pairs) {
-            return _mm256_srai_epi16(_mm256_maddubs_epi16(weights, pairs), 8);
-        };
-        for (; i + 32 <= count; i += 32) {
-            const __m256i a = flipTopBits(stretchVector(upper + i));
-            const __m256i b = flipTopBits(stretchVector(lower + i));
-            const __m256i bytes = _mm256_packs_epi16(words(_mm256_unpacklo_epi8(a, b)),
-                                                     words(_mm256_unpackhi_epi8(a, b)));
-            stretchStoreVector(dst + i, flipTopBits(bytes));
-        }
-    }
+    if (weight == 255)
+        for (; i + wide <= count; i += wide)
+            store(dst + i, lerpNearFirst(load<U8<>>(upper + i), load<U8<>>(lower + i)));
+    else
+        i = lerpRowVectors(dst, upper, lower, weight, count);
     lerpRowsPlain(dst + i, upper + i, lower + i, weight, count - i);
 }
 
 // Of pairs a, b: lerp(a, b, 255).
-__m256i lerpNearFirstPairs(__m256i low, __m256i high)
+U8<> lerpNearFirstPairs(U32<> low, U32<> high)
 {
-    return lerpNearFirst(evenPixels(low, high), oddPixels(low, high));
+    return lerpNearFirst(as<U8<>>(evenLanes(low, high)), as<U8<>>(oddLanes(low, high)));
 }
 
 // Along x, eight outputs in the order of restoreOrder().
 template<size_t step>
-__m256i lerpNearFirstSteps(const uint8_t* from)
+U8<> lerpNearFirstSteps(const uint8_t* from)
 {
     if constexpr (step == 1)
-        return lerpNearFirst(stretchVector(from), stretchVector(from + 4));
+        return lerpNearFirst(load<U8<>>(from), load<U8<>>(from + 4));
     else if constexpr (step == 2)
-        return lerpNearFirstPairs(stretchVector(from), stretchVector(from + 32));
+        return lerpNearFirstPairs(load<U32<>>(from), load<U32<>>(from + 32));
     else
         return lerpNearFirstPairs(pairsApart(from), pairsApart(from + 64));
 }
@@ -441,17 +399,18 @@ size_t lerpStepBlocks(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, 
     const size_t whole = inWholeBlocks(pixels, step, 8);
     for (size_t i = 0; i < whole; i += 8) {
         const size_t at = i * step * 4;
-        const __m256i both = lerpNearFirst(lerpNearFirstSteps<step>(upper + at),
-                                           lerpNearFirstSteps<step>(lower + at));
-        stretchStoreVector(dst + i * 4, restoreOrder<step>(both));
+        const U8<> both = lerpNearFirst(lerpNearFirstSteps<step>(upper + at),
+                                        lerpNearFirstSteps<step>(lower + at));
+        store(dst + i * 4, restoreOrder<step>(both));
     }
     return whole;
 }
 
-__m256i lerpNearFirstAnyStep(const uint8_t* from, size_t step)
+U8<> lerpNearFirstAnyStep(const uint8_t* from, size_t step)
 {
-    return lerpNearFirstPairs(loadPairs(from, 0, step, 2 * step, 3 * step),
-                              loadPairs(from, 4 * step, 5 * step, 6 * step, 7 * step));
+    const U8<> low = loadPairs(from, 0, step, 2 * step, 3 * step);
+    const U8<> high = loadPairs(from, 4 * step, 5 * step, 6 * step, 7 * step);
+    return lerpNearFirstPairs(as<U32<>>(low), as<U32<>>(high));
 }
 
 size_t lerpAnyStepBlocks(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_t step,
@@ -460,9 +419,9 @@ size_t lerpAnyStepBlocks(uint8_t* dst, const uint8_t* upper, const uint8_t* lowe
     size_t i = 0;
     for (; i + 8 <= count; i += 8) {
         const size_t at = i * step * 4;
-        const __m256i both = lerpNearFirst(lerpNearFirstAnyStep(upper + at, step),
-                                           lerpNearFirstAnyStep(lower + at, step));
-        stretchStoreVector(dst + i * 4, restoreOrder<2>(both));
+        const U8<> both = lerpNearFirst(lerpNearFirstAnyStep(upper + at, step),
+                                        lerpNearFirstAnyStep(lower + at, step));
+        store(dst + i * 4, restoreOrder<2>(both));
     }
     return i;
 }
@@ -479,8 +438,15 @@ void lerpSteps32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_
 }
 
 constexpr StretchKernels stretchKernels{
-    gather8,       gatherPlain32, planBlocks32, gatherBlocks32, gatherSteps8,
-    gatherSteps32, lerpColumns32, lerpRows,     lerpSteps32,
+    .gather8 = gather8,
+    .gather32 = gatherPlain32,
+    .planBlocks32 = planBlocks32,
+    .gatherBlocks32 = gatherBlocks32,
+    .gatherSteps8 = gatherSteps8,
+    .gatherSteps32 = gatherSteps32,
+    .lerpColumns32 = lerpColumns32,
+    .lerpRows = lerpRows,
+    .lerpSteps32 = lerpSteps32,
 };
 
 #else
@@ -494,8 +460,15 @@ size_t planNoBlocks(GatherBlock*, const uint32_t*, size_t)
 void gatherNoBlocks(uint8_t*, const uint8_t*, const GatherBlock*, size_t) {}
 
 constexpr StretchKernels stretchKernels{
-    gatherPlain8,       gatherPlain32,      planNoBlocks,  gatherNoBlocks,   gatherStepsPlain8,
-    gatherStepsPlain32, lerpColumnsPlain32, lerpRowsPlain, lerpStepsPlain32,
+    .gather8 = gatherPlain8,
+    .gather32 = gatherPlain32,
+    .planBlocks32 = planNoBlocks,
+    .gatherBlocks32 = gatherNoBlocks,
+    .gatherSteps8 = gatherStepsPlain8,
+    .gatherSteps32 = gatherStepsPlain32,
+    .lerpColumns32 = lerpColumnsPlain32,
+    .lerpRows = lerpRowsPlain,
+    .lerpSteps32 = lerpStepsPlain32,
 };
 
 #endif

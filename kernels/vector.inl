@@ -467,6 +467,23 @@ QUIB_INLINE V lookUp(V bytes, V places)
 #endif
 }
 
+// In each part, the lanes of 32 bits at the given places (0 to 3) of it.
+template<class V, class P>
+QUIB_INLINE V lookUpInParts(V lanes, P places)
+{
+    static_assert(sizeof(LaneOf<V>) == 4 && sizeof(LaneOf<P>) == 4);
+#if defined(QUIB_HAS_AVX2)
+    if constexpr (sizeof(V) == 32)
+        return (V)_mm256_permutevar_ps((__m256)lanes, (__m256i)places);
+    else if constexpr (sizeof(V) == 16)
+        return (V)_mm_permutevar_ps((__m128)lanes, (__m128i)places);
+#endif
+    V found{};
+    for (size_t i = 0; i < lanesOf<V>; ++i)
+        found[i] = lanes[i / 4 * 4 + places[i] % 4];
+    return found;
+}
+
 // --- Choice --------------------------------------------------------------------------
 
 // a where the mask's lane is all ones, b where it is 0.
@@ -482,17 +499,16 @@ QUIB_INLINE V select(Mask mask, V a, V b)
     return as<V>((as<Lanes>(a) & chosen) | (as<Lanes>(b) & ~chosen));
 }
 
+// Of lanes, or of numbers; the second where one is not a number.
 template<class V>
 QUIB_INLINE V smaller(V a, V b)
 {
-#if defined(QUIB_HAS_SSE2)
-    if constexpr (sizeof(V) == 32 && hasLanes<V, uint16_t>)
-        QUIB_FORM(V, min_epu16, QUIB_REGISTER(a), QUIB_REGISTER(b));
-    else if constexpr (sizeof(V) == 16 && hasLanes<V, uint16_t>)
-        return a - (V)_mm_subs_epu16((__m128i)a, (__m128i)b);
-    else
+#if defined(QUIB_HAS_SSE2) && !defined(__SSE4_1__)
+    if constexpr (sizeof(V) == 16)
+        if constexpr (hasLanes<V, uint16_t>)
+            return a - (V)_mm_subs_epu16((__m128i)a, (__m128i)b);
 #endif
-        return a < b ? a : b;
+    return a < b ? a : b;
 }
 
 template<class V>

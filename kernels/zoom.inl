@@ -1,23 +1,19 @@
 namespace
 {
 
-#if defined(__AVX2__)
+#if defined(QUIB_WIDE_VECTORS)
 
-// Eight sums of two taps, in 32 bits.
-__m256i zoomPairSums(const uint8_t* window, const uint8_t* pick, const int16_t* weights)
+// Eight sums of two taps.
+I32<> zoomPairSums(const uint8_t* window, const uint8_t* pick, const int16_t* weights)
 {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(window));
-    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pick));
-    const __m256i taps = _mm256_cvtepu8_epi16(_mm_shuffle_epi8(bytes, order));
-    return _mm256_madd_epi16(taps, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(weights)));
+    const U8<16> taps = lookUp(load<U8<16>>(window), load<U8<16>>(pick));
+    return pairProducts(widenFirst<I16<>>(taps), load<I16<>>(weights));
 }
 
-void zoomStoreLanes(int16_t* line, __m256i sums)
+void zoomStoreLanes(int16_t* line, I32<> sums)
 {
-    const __m256i shifted = _mm256_srai_epi32(sums, 8);
-    const __m128i lanes =
-        _mm_packs_epi32(_mm256_castsi256_si128(shifted), _mm256_extracti128_si256(shifted, 1));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(line), lanes);
+    const I32<> shifted = sums >> 8;
+    store(line, packToI16(lowHalf(shifted), highHalf(shifted)));
 }
 
 void linearLine(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups, size_t groupCount)
@@ -31,9 +27,9 @@ void cubicLine(int16_t* line, const uint8_t* row, const ZoomQuadGroup* groups, s
 {
     for (const ZoomQuadGroup* group = groups; group != groups + groupCount; ++group) {
         const uint8_t* window = row + group->source;
-        const __m256i first = zoomPairSums(window, group->pick[0], group->weights[0]);
-        const __m256i second = zoomPairSums(window, group->pick[1], group->weights[1]);
-        zoomStoreLanes(line + group->output, _mm256_add_epi32(first, second));
+        const I32<> first = zoomPairSums(window, group->pick[0], group->weights[0]);
+        const I32<> second = zoomPairSums(window, group->pick[1], group->weights[1]);
+        zoomStoreLanes(line + group->output, first + second);
     }
 }
 
@@ -89,158 +85,73 @@ uint8_t cubicElement(const int16_t* const lines[4], const int16_t weights[4], si
     return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
 }
 
-#if defined(__AVX2__)
-
-constexpr size_t zoomVector = 32;
-using ZoomVector = __m256i;
-
-__m256i zoomLoad(const int16_t* line)
+// Two weights in turn.
+I16<> zoomWeights(int32_t first, int32_t second)
 {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(line));
-}
-__m256i zoomWeights(int32_t first, int32_t second)
-{
-    return _mm256_set1_epi32((first & 0xFFFF) | second << 16);
-}
-__m256i zoomLow(__m256i a, __m256i b, __m256i weights)
-{
-    return _mm256_madd_epi16(_mm256_unpacklo_epi16(a, b), weights);
-}
-__m256i zoomHigh(__m256i a, __m256i b, __m256i weights)
-{
-    return _mm256_madd_epi16(_mm256_unpackhi_epi16(a, b), weights);
-}
-__m256i zoomAdd(__m256i a, __m256i b)
-{
-    return _mm256_add_epi32(a, b);
-}
-__m256i zoomRounding()
-{
-    return _mm256_set1_epi32(0x80000);
-}
-__m256i zoomPackSums(__m256i low, __m256i high)
-{
-    return _mm256_packs_epi32(_mm256_srai_epi32(low, 20), _mm256_srai_epi32(high, 20));
-}
-void zoomStore(uint8_t* dst, __m256i first, __m256i second)
-{
-    const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), bytes);
+    return as<I16<>>(spread<I32<>>((first & 0xFFFF) | second << 16));
 }
 
-#elif defined(__SSE2__)
+// The lines' elements by their weights, those of each part's low half and of its
+// high half.
+struct ZoomSums {
+    I32<> low;
+    I32<> high;
+};
 
-constexpr size_t zoomVector = 16;
-using ZoomVector = __m128i;
-
-__m128i zoomLoad(const int16_t* line)
+ZoomSums zoomSums(const int16_t* first, const int16_t* second, I16<> weights)
 {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(line));
-}
-__m128i zoomWeights(int32_t first, int32_t second)
-{
-    return _mm_set1_epi32((first & 0xFFFF) | second << 16);
-}
-__m128i zoomLow(__m128i a, __m128i b, __m128i weights)
-{
-    return _mm_madd_epi16(_mm_unpacklo_epi16(a, b), weights);
-}
-__m128i zoomHigh(__m128i a, __m128i b, __m128i weights)
-{
-    return _mm_madd_epi16(_mm_unpackhi_epi16(a, b), weights);
-}
-__m128i zoomAdd(__m128i a, __m128i b)
-{
-    return _mm_add_epi32(a, b);
-}
-__m128i zoomRounding()
-{
-    return _mm_set1_epi32(0x80000);
-}
-__m128i zoomPackSums(__m128i low, __m128i high)
-{
-    return _mm_packs_epi32(_mm_srai_epi32(low, 20), _mm_srai_epi32(high, 20));
-}
-void zoomStore(uint8_t* dst, __m128i first, __m128i second)
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(first, second));
+    const I16<> a = load<I16<>>(first);
+    const I16<> b = load<I16<>>(second);
+    return {pairProducts(interleaveLow(a, b), weights),
+            pairProducts(interleaveHigh(a, b), weights)};
 }
 
-#endif
-
-#if defined(__SSE2__)
-
-ZoomVector linearVector(const int16_t* top, const int16_t* bottom, ZoomVector weights)
+I16<> linearVector(const int16_t* top, const int16_t* bottom, I16<> weights)
 {
-    const ZoomVector a = zoomLoad(top);
-    const ZoomVector b = zoomLoad(bottom);
-    return zoomPackSums(zoomLow(a, b, weights), zoomHigh(a, b, weights));
+    const ZoomSums sums = zoomSums(top, bottom, weights);
+    return packToI16(sums.low >> 20, sums.high >> 20);
 }
 
-ZoomVector cubicVector(const int16_t* const lines[4], size_t i, ZoomVector weights01,
-                       ZoomVector weights23, ZoomVector rounding)
+I16<> cubicVector(const int16_t* const lines[4], size_t i, I16<> weights01, I16<> weights23)
 {
-    const ZoomVector a = zoomLoad(lines[0] + i);
-    const ZoomVector b = zoomLoad(lines[1] + i);
-    const ZoomVector c = zoomLoad(lines[2] + i);
-    const ZoomVector d = zoomLoad(lines[3] + i);
-    const ZoomVector low = zoomAdd(zoomLow(a, b, weights01), zoomLow(c, d, weights23));
-    const ZoomVector high = zoomAdd(zoomHigh(a, b, weights01), zoomHigh(c, d, weights23));
-    return zoomPackSums(zoomAdd(low, rounding), zoomAdd(high, rounding));
+    const ZoomSums outer = zoomSums(lines[0] + i, lines[1] + i, weights01);
+    const ZoomSums inner = zoomSums(lines[2] + i, lines[3] + i, weights23);
+    return packToI16((outer.low + inner.low + 0x80000) >> 20,
+                     (outer.high + inner.high + 0x80000) >> 20);
 }
-
-size_t linearVectors(uint8_t* dst, const int16_t* top, const int16_t* bottom, int32_t fraction,
-                     size_t count)
-{
-    const ZoomVector weights = zoomWeights(16384 - fraction, fraction);
-    constexpr size_t half = zoomVector / 2;
-    size_t i = 0;
-    for (; i + zoomVector <= count; i += zoomVector)
-        zoomStore(dst + i, linearVector(top + i, bottom + i, weights),
-                  linearVector(top + i + half, bottom + i + half, weights));
-    return i;
-}
-
-size_t cubicVectors(uint8_t* dst, const int16_t* const lines[4], const int16_t weights[4],
-                    size_t count)
-{
-    const ZoomVector weights01 = zoomWeights(weights[0], weights[1]);
-    const ZoomVector weights23 = zoomWeights(weights[2], weights[3]);
-    const ZoomVector rounding = zoomRounding();
-    size_t i = 0;
-    for (; i + zoomVector <= count; i += zoomVector)
-        zoomStore(dst + i, cubicVector(lines, i, weights01, weights23, rounding),
-                  cubicVector(lines, i + zoomVector / 2, weights01, weights23, rounding));
-    return i;
-}
-
-#else
-
-size_t linearVectors(uint8_t*, const int16_t*, const int16_t*, int32_t, size_t)
-{
-    return 0;
-}
-
-size_t cubicVectors(uint8_t*, const int16_t* const*, const int16_t*, size_t)
-{
-    return 0;
-}
-
-#endif
 
 void linearRow(uint8_t* dst, const int16_t* top, const int16_t* bottom, int32_t fraction,
                size_t count)
 {
-    for (size_t i = linearVectors(dst, top, bottom, fraction, count); i < count; ++i)
+    const I16<> weights = zoomWeights(16384 - fraction, fraction);
+    constexpr size_t half = wide / 2;
+    size_t i = 0;
+    for (; i + wide <= count; i += wide)
+        store(dst + i,
+              inOrderOfPack(packToU8(linearVector(top + i, bottom + i, weights),
+                                     linearVector(top + i + half, bottom + i + half, weights))));
+    for (; i < count; ++i)
         dst[i] = linearElement(top[i], bottom[i], fraction);
 }
 
 void cubicRow(uint8_t* dst, const int16_t* const lines[4], const int16_t weights[4], size_t count)
 {
-    for (size_t i = cubicVectors(dst, lines, weights, count); i < count; ++i)
+    const I16<> weights01 = zoomWeights(weights[0], weights[1]);
+    const I16<> weights23 = zoomWeights(weights[2], weights[3]);
+    size_t i = 0;
+    for (; i + wide <= count; i += wide)
+        store(dst + i,
+              inOrderOfPack(packToU8(cubicVector(lines, i, weights01, weights23),
+                                     cubicVector(lines, i + wide / 2, weights01, weights23))));
+    for (; i < count; ++i)
         dst[i] = cubicElement(lines, weights, i);
 }
 
-constexpr ZoomKernels zoomKernels{linearLine, cubicLine, linearRow, cubicRow};
+constexpr ZoomKernels zoomKernels{
+    .linearLine = linearLine,
+    .cubicLine = cubicLine,
+    .linearRow = linearRow,
+    .cubicRow = cubicRow,
+};
 
 } // namespace

@@ -48,6 +48,7 @@ constexpr VectorOperation anyWidth[] = {
     OPERATION("onward 12 U8", U8, U8, onward<12>(a, b)),
     OPERATION("onward 2 U16", U16, U16, onward<2>(a, b)),
     OPERATION("lookUp", U8, U8, lookUp(a, b)),
+    OPERATION("lookUpInParts", U32, U32, lookUpInParts(a, b & 3)),
     OPERATION("select U8", U8, U8, select(a < b, a, b + 1)),
     OPERATION("select F32", F32, F32, select(a < b, a, b)),
     OPERATION("smaller U8", U8, U8, smaller(a, b)),

@@ -241,6 +241,10 @@ void addArrangements(std::map<std::string, PlainForm>& forms)
             result[i] = places[i] < 128 ? a[places[i] % 16] : 0;
         return result;
     })};
+    using Words = std::vector<uint32_t>;
+    forms["lookUpInParts"] = {eachPart<uint32_t>([](const Words& a, const Words& places) {
+        return Words{a[places[0] % 4], a[places[1] % 4], a[places[2] % 4], a[places[3] % 4]};
+    })};
 }
 
 void addMemory(std::map<std::string, PlainForm>& forms)
