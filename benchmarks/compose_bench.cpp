@@ -137,7 +137,7 @@ void addComposeCases()
     static const Pixels result(width, height, 32);
     static const Pixels plane(width, height, 8);
     giveSoftShape(soft);
-    addComposition("random alphas", 1.50, over, under, result);
+    addComposition("random alphas", 1.00, over, under, result);
     addComposition("soft-edged shape", 1.00, soft, under, result);
 
     static const Pixels shape(800, 600, 32);

@@ -501,6 +501,10 @@ void spanMeans(uint8_t* dst, const float* sums, const AreaSpan* spans, size_t wi
     }
 }
 
-constexpr AreaKernels areaKernels{blockMeans, spanColumns, spanMeans};
+constexpr AreaKernels areaKernels{
+    .blockMeans = blockMeans,
+    .spanColumns = spanColumns,
+    .spanMeans = spanMeans,
+};
 
 } // namespace

@@ -73,6 +73,12 @@ uint8_t largest(const uint8_t* bytes, size_t count, bool skipFourth)
     return most;
 }
 
-constexpr BlockKernels blockKernels{fill32, fill16, copy, moveRows, largest};
+constexpr BlockKernels blockKernels{
+    .fill32 = fill32,
+    .fill16 = fill16,
+    .copy = copy,
+    .moveRows = moveRows,
+    .largest = largest,
+};
 
 } // namespace

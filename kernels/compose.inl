@@ -1,60 +1,18 @@
-// Written with the compiler's vector types: it finds no good vectors for the
-// weights by itself. Looking the weights up takes twice as long as this: the
-// table does not fit in the first cache, and gathers are slow.
+// Looking the weights up takes twice as long as computing them: the table does not
+// fit in the first cache, and gathers are slow.
 namespace
 {
 namespace compose
 {
 
-#if defined(__AVX2__)
-constexpr size_t vectorBytes = 32;
-#else
-constexpr size_t vectorBytes = 16;
-#endif
 constexpr size_t groupVectors = 4;
-constexpr size_t groupBytes = groupVectors * vectorBytes;
-
-using Bytes = uint8_t __attribute__((vector_size(vectorBytes)));
-using Halves = uint16_t __attribute__((vector_size(vectorBytes)));
-using Words = uint32_t __attribute__((vector_size(vectorBytes)));
-using Ints = int32_t __attribute__((vector_size(vectorBytes)));
-using Floats = float __attribute__((vector_size(vectorBytes)));
+constexpr size_t groupBytes = groupVectors * wide;
 
 constexpr uint32_t alphaMask = 0xFF000000u;
 
-inline Words load(const uint8_t* pixels)
+U32<> load(const uint8_t* pixels)
 {
-    Words words;
-    __builtin_memcpy(&words, pixels, vectorBytes);
-    return words;
-}
-
-inline void store(uint8_t* pixels, Words words)
-{
-    __builtin_memcpy(pixels, &words, vectorBytes);
-}
-
-inline bool isZero(Words words)
-{
-#if defined(__AVX2__)
-    return _mm256_testz_si256((__m256i)words, (__m256i)words);
-#else
-    uint64_t parts[vectorBytes / 8];
-    __builtin_memcpy(parts, &words, vectorBytes);
-    return (parts[0] | parts[1]) == 0;
-#endif
-}
-
-// The low half of each word, in both of its halves.
-inline Halves spreadLowHalves(Words words)
-{
-    const Halves halves = (Halves)words;
-#if defined(__AVX2__)
-    return __builtin_shufflevector(halves, halves, 0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14,
-                                   14);
-#else
-    return __builtin_shufflevector(halves, halves, 0, 0, 2, 2, 4, 4, 6, 6);
-#endif
+    return quib::QUIB_LEVEL::load<U32<>>(pixels);
 }
 
 // A float below 2^22 plus this has the float's nearest integer in its low bits.
@@ -62,8 +20,8 @@ constexpr float toInteger = 12582912.0f; // 1.5 * 2^23
 
 // The colour weights and alphas of a vector of pixels, plus toInteger.
 struct Mix {
-    Floats weight;
-    Floats alpha;
+    F32<> weight;
+    F32<> alpha;
 };
 
 // With o and u the alphas over and under, the result's alpha is
@@ -71,85 +29,89 @@ struct Mix {
 // to the table's values for all 65536 pairs: the constants lie one step above
 // 255 and 255 squared so that exact halves round up. Where both alphas are 0
 // the weight is not a number, whose low bits are 0.
-inline Mix mixOf(Words s, Words d)
+Mix mixOf(U32<> s, U32<> d)
 {
-#if defined(__FMA__) && defined(__AVX2__)
-    const __m256 over = _mm256_cvtepi32_ps((__m256i)(s >> 24));
-    const __m256 under = _mm256_cvtepi32_ps((__m256i)(d >> 24));
-    const __m256 lack = _mm256_fnmadd_ps(over, _mm256_set1_ps(1.0f / 255), _mm256_set1_ps(1.0f));
-    const __m256 cover = _mm256_fmadd_ps(under, lack, over);
-    const __m256 scale = _mm256_set1_ps(255.00001526f) / cover;
-    const __m256 weight = _mm256_fmadd_ps(over, scale, _mm256_set1_ps(toInteger));
-    return {(Floats)weight, (Floats)cover + toInteger};
+    const F32<> over = toFloats(as<I32<>>(s >> 24));
+#if defined(QUIB_WIDE_VECTORS)
+    const F32<> under = toFloats(as<I32<>>(d >> 24));
+    const F32<> lack = fusedRest(over, spread<F32<>>(1.0f / 255), spread<F32<>>(1.0f));
+    const F32<> cover = fusedSum(under, lack, over);
+    const F32<> scale = 255.00001526f / cover;
+    return {fusedSum(over, scale, spread<F32<>>(toInteger)), cover + toInteger};
 #else
-    const Words over = s >> 24;
-    const Words bothLack = (Words)((Halves)(over ^ 255) * (Halves)(~d >> 24));
-    const Floats cover = __builtin_convertvector((Ints)(65025 - bothLack), Floats); // times 255
-    const Floats weight = __builtin_convertvector((Ints)over, Floats) * 65025.00390625f / cover;
-    return {weight + toInteger, cover * (1.0f / 255) + toInteger};
+    const U16<> bothLack = as<U16<>>(s >> 24 ^ 255) * as<U16<>>(~d >> 24);
+    const F32<> cover = toFloats(as<I32<>>(65025 - as<U32<>>(bothLack))); // times 255
+    return {over * 65025.00390625f / cover + toInteger, cover * (1.0f / 255) + toInteger};
 #endif
 }
 
 // The products of differences and weights need their low 16 bits only: the
 // upper byte of these is added to the colour, and what it carries is dropped.
 // The fourth byte is blended like a colour.
-inline Bytes blendBytes(Words s, Words d, Halves weight)
+U8<> blendBytes(U32<> s, U32<> d, U16<> weight)
 {
-    const Halves even = (((Halves)s & 0xFF) - ((Halves)d & 0xFF)) * weight >> 8;
-    const Halves odd = (((Halves)s >> 8) - ((Halves)d >> 8)) * weight;
-    const Bytes isOdd = (Bytes)(Halves{} + 0xFF00);
-    return (Bytes)d + (isOdd ? (Bytes)odd : (Bytes)even);
+    const U16<> source = as<U16<>>(s);
+    const U16<> under = as<U16<>>(d);
+    const U16<> even = ((source & 0xFF) - (under & 0xFF)) * weight >> 8;
+    const U16<> odd = ((source >> 8) - (under >> 8)) * weight;
+    return as<U8<>>(d) + mix<0, 1>(as<U8<>>(even), as<U8<>>(odd));
 }
 
-inline Words withAlpha(Words colours, Words alpha)
+// The low half of each word, in both of its halves.
+U16<> spreadLowHalves(U32<> words)
 {
-    const Bytes isAlpha = (Bytes)(Words{} + alphaMask);
-    return (Words)(isAlpha ? (Bytes)alpha : (Bytes)colours);
+    return inGroups<0, 0>(as<U16<>>(words));
 }
 
-inline Words blendPixels(Words s, Words d, const Mix& mix)
+U32<> withAlpha(U32<> colours, U32<> alpha)
 {
-    const Halves weight = spreadLowHalves((Words)mix.weight);
-    return withAlpha((Words)blendBytes(s, d, weight), (Words)mix.alpha << 24);
+    return as<U32<>>(mix<0, 0, 0, 1>(as<U8<>>(colours), as<U8<>>(alpha)));
 }
 
-inline Words blendByAlpha(Words s, Words d)
+U32<> blendPixels(U32<> s, U32<> d, const Mix& mixed)
 {
-    return (Words)blendBytes(s, d, spreadLowHalves(s >> 24));
+    const U16<> weight = spreadLowHalves(as<U32<>>(mixed.weight));
+    return withAlpha(as<U32<>>(blendBytes(s, d, weight)), as<U32<>>(mixed.alpha) << 24);
+}
+
+U32<> blendByAlpha(U32<> s, U32<> d)
+{
+    return as<U32<>>(blendBytes(s, d, spreadLowHalves(s >> 24)));
 }
 
 // The same for opaque pixels of s, whose weight is 255: one less than s where s
 // is the larger.
-inline Words coverPixels(Words s, Words d)
+U32<> coverPixels(U32<> s, U32<> d)
 {
-    return (Words)((Bytes)s + (Bytes)((Bytes)s > (Bytes)d)) | alphaMask;
+    const U8<> larger = as<U8<>>(as<U8<>>(s) > as<U8<>>(d));
+    return as<U32<>>(as<U8<>>(s) + larger) | alphaMask;
 }
 
 inline void alphaBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
 {
-    for (size_t i = 0; i < groupBytes; i += vectorBytes)
+    for (size_t i = 0; i < groupBytes; i += wide)
         store(target + i, blendByAlpha(load(over + i), load(under + i)) | alphaMask);
 }
 
 inline void pairBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
 {
-    Words s[groupVectors];
+    U32<> s[groupVectors];
     for (size_t i = 0; i < groupVectors; ++i)
-        s[i] = load(over + i * vectorBytes);
+        s[i] = load(over + i * wide);
     if (isZero((s[0] | s[1] | s[2] | s[3]) & alphaMask)) {
         if (target != under)
-            for (size_t i = 0; i < groupBytes; i += vectorBytes)
+            for (size_t i = 0; i < groupBytes; i += wide)
                 store(target + i, load(under + i));
         return;
     }
     if (isZero(~(s[0] & s[1] & s[2] & s[3]) & alphaMask)) {
         for (size_t i = 0; i < groupVectors; ++i)
-            store(target + i * vectorBytes, coverPixels(s[i], load(under + i * vectorBytes)));
+            store(target + i * wide, coverPixels(s[i], load(under + i * wide)));
         return;
     }
-    Words opaque = load(under);
+    U32<> opaque = load(under);
     for (size_t i = 1; i < groupVectors; ++i)
-        opaque &= load(under + i * vectorBytes);
+        opaque &= load(under + i * wide);
     // Over opaque pixels the weight is over's alpha, for each of its values.
     if (isZero(~opaque & alphaMask)) {
         alphaBlendGroup(target, under, over);
@@ -158,16 +120,28 @@ inline void pairBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t*
     // In two passes, so that the divisions do not hold up what follows them.
     Mix mixes[groupVectors];
     for (size_t i = 0; i < groupVectors; ++i)
-        mixes[i] = mixOf(s[i], load(under + i * vectorBytes));
+        mixes[i] = mixOf(s[i], load(under + i * wide));
     for (size_t i = 0; i < groupVectors; ++i)
-        store(target + i * vectorBytes, blendPixels(s[i], load(under + i * vectorBytes), mixes[i]));
+        store(target + i * wide, blendPixels(s[i], load(under + i * wide), mixes[i]));
 }
 
 inline void colourBlendGroup(uint8_t* target, const uint8_t* under, const uint8_t* over)
 {
-    for (size_t i = 0; i < groupBytes; i += vectorBytes) {
-        const Words blended = blendByAlpha(load(over + i), load(under + i));
+    for (size_t i = 0; i < groupBytes; i += wide) {
+        const U32<> blended = blendByAlpha(load(over + i), load(under + i));
         store(target + i, withAlpha(blended, load(target + i)));
+    }
+}
+
+// The processor looks ahead only to the end of a page, and not far enough for
+// three rows at once.
+void prefetchGroup(const uint8_t* target, const uint8_t* under, const uint8_t* over)
+{
+    constexpr size_t ahead = 2048;
+    for (size_t line = ahead; line < ahead + groupBytes; line += 64) {
+        __builtin_prefetch(over + line);
+        __builtin_prefetch(under + line);
+        __builtin_prefetch(target + line, 1);
     }
 }
 
@@ -177,6 +151,7 @@ void forEachGroup(uint8_t* target, const uint8_t* under, const uint8_t* over, si
 {
     size_t bytes = count * 4;
     for (; bytes >= groupBytes; bytes -= groupBytes) {
+        prefetchGroup(target, under, over);
         group(target, under, over);
         target += groupBytes;
         under += groupBytes;
@@ -197,9 +172,9 @@ void forEachGroup(uint8_t* target, const uint8_t* under, const uint8_t* over, si
 } // namespace compose
 
 constexpr ComposeKernels composeKernels{
-    compose::forEachGroup<compose::pairBlendGroup>,
-    compose::forEachGroup<compose::alphaBlendGroup>,
-    compose::forEachGroup<compose::colourBlendGroup>,
+    .pairBlend = compose::forEachGroup<compose::pairBlendGroup>,
+    .alphaBlend = compose::forEachGroup<compose::alphaBlendGroup>,
+    .colourBlend = compose::forEachGroup<compose::colourBlendGroup>,
 };
 
 } // namespace

@@ -153,8 +153,9 @@ struct LeftShift {
     {
         return static_cast<T>(static_cast<uint32_t>(a) << bits);
     }
-    // Four bytes in a word.
-    static uint32_t ofBytes(uint32_t bytes, int32_t bits)
+    // Four bytes in each word.
+    template<class Words>
+    static Words ofBytes(Words bytes, int32_t bits)
     {
         return (bytes << bits) & (0xFFu << bits & 0xFF) * 0x01010101u;
     }
@@ -166,7 +167,8 @@ struct RightShift {
     {
         return static_cast<T>(a >> bits);
     }
-    static uint32_t ofBytes(uint32_t bytes, int32_t bits)
+    template<class Words>
+    static Words ofBytes(Words bytes, int32_t bits)
     {
         return (bytes >> bits) & (0xFFu >> bits) * 0x01010101u;
     }
@@ -174,10 +176,11 @@ struct RightShift {
 
 struct SignedRightShift {
     static int8_t of(int8_t a, int32_t bits) { return RightShift::of(a, bits); }
-    static uint32_t ofBytes(uint32_t bytes, int32_t bits)
+    template<class Words>
+    static Words ofBytes(Words bytes, int32_t bits)
     {
-        const uint32_t signs = bytes & 0x80808080u;
-        const uint32_t negatives = (signs << 1) - (signs >> 7);
+        const Words signs = bytes & 0x80808080u;
+        const Words negatives = (signs << 1) - (signs >> 7);
         return RightShift::ofBytes(bytes, bits) |
                (negatives & (0xFF00u >> bits & 0xFF) * 0x01010101u);
     }
@@ -392,7 +395,7 @@ void constantRun(void* dst, const void* a, size_t count, Constant constant)
     const auto ofElements = [constant](T element, T) { return Formula::of(element, constant); };
     if constexpr (HasVectorForm<T, Formula>)
         runVectors(out, x, x, count, ofElements,
-                   [constants = spread<Vector<T>>(constant)](Vector<T> elements, Vector<T>) {
+                   [constants = spread<Vector<Constant>>(constant)](Vector<T> elements, Vector<T>) {
                        return VectorForm<T, Formula>::of(elements, constants);
                    });
     else
@@ -444,6 +447,51 @@ struct LowerLargest {
     }
 };
 
+// The same in vectors, which alone are streamed.
+template<class T>
+using UnsignedVector = Vector<Unsigned<T>>;
+
+template<class T>
+UnsignedVector<T> flip(Vector<T> a)
+{
+    return as<UnsignedVector<T>>(a) ^ static_cast<Unsigned<T>>(Element<T>::signBit);
+}
+
+template<class T>
+Vector<T> flipBack(UnsignedVector<T> a)
+{
+    return as<Vector<T>>(a ^ static_cast<Unsigned<T>>(Element<T>::signBit));
+}
+
+template<class T>
+struct VectorForm<T, Lower<T>> {
+    static Vector<T> of(Vector<T> a, UnsignedVector<T> k)
+    {
+        return flipBack<T>(subtractSaturated(flip<T>(a), k));
+    }
+};
+template<class T>
+struct VectorForm<T, Raise<T>> {
+    static Vector<T> of(Vector<T> a, UnsignedVector<T> k)
+    {
+        return flipBack<T>(addSaturated(flip<T>(a), k));
+    }
+};
+template<class T>
+struct VectorForm<T, LowerFrom<T>> {
+    static Vector<T> of(Vector<T> a, UnsignedVector<T> k)
+    {
+        return flipBack<T>(subtractSaturated(k, flip<T>(a)));
+    }
+};
+template<class T>
+struct VectorForm<T, LowerLargest<T>> {
+    static Vector<T> of(Vector<T> a, UnsignedVector<T> k)
+    {
+        return flipBack<T>(~subtractSaturated(flip<T>(a), k));
+    }
+};
+
 template<class T>
 void subtractRun(void* dst, const void* a, const void*, size_t count, int32_t value)
 {
@@ -474,70 +522,118 @@ void shiftRun(void* dst, const void* a, const void*, size_t count, int32_t value
     constantRun<T, Formula>(dst, a, count, value);
 }
 
-// Processors have no shifts of bytes.
-using LooseWord [[gnu::may_alias, gnu::aligned(1)]] = uint32_t;
-
+// Processors have no shifts of bytes: words of four are shifted.
 template<class T, class Formula>
 void byteShiftRun(void* dst, const void* a, const void*, size_t count, int32_t value)
 {
-    LooseWord* out = static_cast<LooseWord*>(dst);
-    const LooseWord* in = static_cast<const LooseWord*>(a);
-    const size_t words = count / 4;
-    QUIB_INDEPENDENT
-    for (size_t i = 0; i < words; ++i)
-        out[i] = Formula::ofBytes(in[i], value);
-    constantRun<T, Formula>(out + words, in + words, count % 4, value);
+    T* out = static_cast<T*>(dst);
+    const T* x = static_cast<const T*>(a);
+    runVectors(
+        out, x, x, count, [value](T element, T) { return Formula::of(element, value); },
+        [value](Vector<T> elements, Vector<T>) {
+            return as<Vector<T>>(Formula::ofBytes(as<U32<>>(elements), value));
+        });
 }
 
 // --- The table -------------------------------------------------------------------------
 
 template<class Formula>
 constexpr PixelRuns pairRuns{
-    pairRun<uint8_t, Formula>, pairRun<int8_t, Formula>,  pairRun<uint16_t, Formula>,
-    pairRun<int16_t, Formula>, pairRun<int32_t, Formula>, pairRun<float, Formula>,
+    .u8 = pairRun<uint8_t, Formula>,
+    .s8 = pairRun<int8_t, Formula>,
+    .u16 = pairRun<uint16_t, Formula>,
+    .s16 = pairRun<int16_t, Formula>,
+    .s32 = pairRun<int32_t, Formula>,
+    .f32 = pairRun<float, Formula>,
 };
 
 // Signed and unsigned elements of a width are alike to these.
 template<class Formula>
 constexpr PixelRuns pairLogicRuns{
-    pairRun<uint8_t, Formula>,  pairRun<uint8_t, Formula>,  pairRun<uint16_t, Formula>,
-    pairRun<uint16_t, Formula>, pairRun<uint32_t, Formula>, nullptr,
+    .u8 = pairRun<uint8_t, Formula>,
+    .s8 = pairRun<uint8_t, Formula>,
+    .u16 = pairRun<uint16_t, Formula>,
+    .s16 = pairRun<uint16_t, Formula>,
+    .s32 = pairRun<uint32_t, Formula>,
+    .f32 = nullptr,
 };
 template<class Formula>
 constexpr PixelRuns scalarLogicRuns{
-    scalarRun<uint8_t, Formula>,  scalarRun<uint8_t, Formula>,  scalarRun<uint16_t, Formula>,
-    scalarRun<uint16_t, Formula>, scalarRun<uint32_t, Formula>, nullptr,
+    .u8 = scalarRun<uint8_t, Formula>,
+    .s8 = scalarRun<uint8_t, Formula>,
+    .u16 = scalarRun<uint16_t, Formula>,
+    .s16 = scalarRun<uint16_t, Formula>,
+    .s32 = scalarRun<uint32_t, Formula>,
+    .f32 = nullptr,
 };
 
 constexpr PixelKernels table{
-    .addS = {nullptr, nullptr, nullptr, nullptr, scalarRun<int32_t, Add>, nullptr},
-    .subtractS = {subtractRun<uint8_t>, subtractRun<int8_t>, subtractRun<uint16_t>,
-                  subtractRun<int16_t>, scalarRun<int32_t, Subtract>, nullptr},
-    .subtractFromS = {subtractFromRun<uint8_t>, subtractFromRun<int8_t>, subtractFromRun<uint16_t>,
-                      subtractFromRun<int16_t>, scalarRun<int32_t, SubtractFrom>, nullptr},
-    .multiplyS = {scalarRun<uint8_t, Multiply>, scalarRun<int8_t, Multiply>,
-                  scalarRun<uint16_t, Multiply>, scalarRun<int16_t, Multiply>,
-                  scalarRun<int32_t, Multiply>, nullptr},
-    .multiplyScaleS = {scalarRun<uint8_t, MultiplyScale>, nullptr,
-                       scalarRun<uint16_t, MultiplyScale>, nullptr, nullptr, nullptr},
-    .square = {singleRun<uint8_t, Square>, singleRun<int8_t, Square>, singleRun<uint16_t, Square>,
-               singleRun<int16_t, Square>, singleRun<int32_t, Square>, singleRun<float, Square>},
-    .absolute = {nullptr, singleRun<int8_t, Absolute>, nullptr, singleRun<int16_t, Absolute>,
-                 singleRun<int32_t, Absolute>, singleRun<float, Absolute>},
-    .leftShiftS = {byteShiftRun<uint8_t, LeftShift>, byteShiftRun<uint8_t, LeftShift>,
-                   shiftRun<uint16_t, LeftShift>, shiftRun<uint16_t, LeftShift>,
-                   shiftRun<uint32_t, LeftShift>, nullptr},
-    .rightShiftS = {byteShiftRun<uint8_t, RightShift>, byteShiftRun<int8_t, SignedRightShift>,
-                    shiftRun<uint16_t, RightShift>, shiftRun<int16_t, RightShift>,
-                    shiftRun<int32_t, RightShift>, nullptr},
+    .addS = {.u8 = nullptr,
+             .s8 = nullptr,
+             .u16 = nullptr,
+             .s16 = nullptr,
+             .s32 = scalarRun<int32_t, Add>,
+             .f32 = nullptr},
+    .subtractS = {.u8 = subtractRun<uint8_t>,
+                  .s8 = subtractRun<int8_t>,
+                  .u16 = subtractRun<uint16_t>,
+                  .s16 = subtractRun<int16_t>,
+                  .s32 = scalarRun<int32_t, Subtract>,
+                  .f32 = nullptr},
+    .subtractFromS = {.u8 = subtractFromRun<uint8_t>,
+                      .s8 = subtractFromRun<int8_t>,
+                      .u16 = subtractFromRun<uint16_t>,
+                      .s16 = subtractFromRun<int16_t>,
+                      .s32 = scalarRun<int32_t, SubtractFrom>,
+                      .f32 = nullptr},
+    .multiplyS = {.u8 = scalarRun<uint8_t, Multiply>,
+                  .s8 = scalarRun<int8_t, Multiply>,
+                  .u16 = scalarRun<uint16_t, Multiply>,
+                  .s16 = scalarRun<int16_t, Multiply>,
+                  .s32 = scalarRun<int32_t, Multiply>,
+                  .f32 = nullptr},
+    .multiplyScaleS = {.u8 = scalarRun<uint8_t, MultiplyScale>,
+                       .s8 = nullptr,
+                       .u16 = scalarRun<uint16_t, MultiplyScale>,
+                       .s16 = nullptr,
+                       .s32 = nullptr,
+                       .f32 = nullptr},
+    .square = {.u8 = singleRun<uint8_t, Square>,
+               .s8 = singleRun<int8_t, Square>,
+               .u16 = singleRun<uint16_t, Square>,
+               .s16 = singleRun<int16_t, Square>,
+               .s32 = singleRun<int32_t, Square>,
+               .f32 = singleRun<float, Square>},
+    .absolute = {.u8 = nullptr,
+                 .s8 = singleRun<int8_t, Absolute>,
+                 .u16 = nullptr,
+                 .s16 = singleRun<int16_t, Absolute>,
+                 .s32 = singleRun<int32_t, Absolute>,
+                 .f32 = singleRun<float, Absolute>},
+    .leftShiftS = {.u8 = byteShiftRun<uint8_t, LeftShift>,
+                   .s8 = byteShiftRun<uint8_t, LeftShift>,
+                   .u16 = shiftRun<uint16_t, LeftShift>,
+                   .s16 = shiftRun<uint16_t, LeftShift>,
+                   .s32 = shiftRun<uint32_t, LeftShift>,
+                   .f32 = nullptr},
+    .rightShiftS = {.u8 = byteShiftRun<uint8_t, RightShift>,
+                    .s8 = byteShiftRun<int8_t, SignedRightShift>,
+                    .u16 = shiftRun<uint16_t, RightShift>,
+                    .s16 = shiftRun<int16_t, RightShift>,
+                    .s32 = shiftRun<int32_t, RightShift>,
+                    .f32 = nullptr},
     .andS = scalarLogicRuns<And>,
     .orS = scalarLogicRuns<Or>,
     .xorS = scalarLogicRuns<Xor>,
     .add = pairRuns<Add>,
     .subtract = pairRuns<Subtract>,
     .multiply = pairRuns<Multiply>,
-    .multiplyScale = {pairRun<uint8_t, MultiplyScale>, nullptr, pairRun<uint16_t, MultiplyScale>,
-                      nullptr, nullptr, nullptr},
+    .multiplyScale = {.u8 = pairRun<uint8_t, MultiplyScale>,
+                      .s8 = nullptr,
+                      .u16 = pairRun<uint16_t, MultiplyScale>,
+                      .s16 = nullptr,
+                      .s32 = nullptr,
+                      .f32 = nullptr},
     .logicAnd = pairLogicRuns<And>,
     .logicOr = pairLogicRuns<Or>,
     .logicXor = pairLogicRuns<Xor>,

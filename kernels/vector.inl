@@ -352,10 +352,30 @@ struct MixRule {
     }
 };
 
+// As bytes: all ones where the rule takes b.
+template<class V, size_t... second>
+struct MixMask {
+    uint8_t bytes[sizeof(V)];
+    constexpr MixMask() : bytes{}
+    {
+        constexpr size_t isSecond[] = {second...};
+        for (size_t i = 0; i < sizeof(V); ++i)
+            bytes[i] = isSecond[i / sizeof(LaneOf<V>) % sizeof...(second)] ? 0xFF : 0;
+    }
+};
+
 template<size_t... second, class V>
 QUIB_INLINE V mix(V a, V b)
 {
+#if defined(QUIB_HAS_AVX2)
     return rearrange<MixRule<second...>>(a, b);
+#else
+    // A compiler that has no shuffles of bytes would move them one by one.
+    using Lanes = WithLanes<uint64_t, V>;
+    constexpr MixMask<V, second...> mask;
+    const Lanes chosen = load<Lanes>(mask.bytes);
+    return as<V>((as<Lanes>(b) & chosen) | (as<Lanes>(a) & ~chosen));
+#endif
 }
 
 // In each part, the lanes of a from `count` on, then the first `count` of b.
@@ -841,6 +861,30 @@ QUIB_INLINE WithLanes<int32_t, V> rounded(V floats)
     for (size_t i = 0; i < lanesOf<V>; ++i)
         ints[i] = static_cast<int32_t>(__builtin_rintf(floats[i]));
     return ints;
+#endif
+}
+
+// a * b + c and c - a * b, rounded once where the processor can: only for kernels
+// that know their results to be the same either way.
+template<class V>
+QUIB_INLINE V fusedSum(V a, V b, V c)
+{
+    static_assert(hasLanes<V, float>);
+#if defined(__FMA__) && defined(QUIB_HAS_AVX2)
+    QUIB_FORM(V, fmadd_ps, a, b, c);
+#else
+    return a * b + c;
+#endif
+}
+
+template<class V>
+QUIB_INLINE V fusedRest(V a, V b, V c)
+{
+    static_assert(hasLanes<V, float>);
+#if defined(__FMA__) && defined(QUIB_HAS_AVX2)
+    QUIB_FORM(V, fnmadd_ps, a, b, c);
+#else
+    return c - a * b;
 #endif
 }
 
