@@ -82,6 +82,10 @@ template<class T>
 struct NoReference<T&> {
     using Type = T;
 };
+template<class T>
+struct NoReference<T&&> {
+    using Type = T;
+};
 
 template<class V>
 using LaneOf = typename NoReference<decltype(V{}[0])>::Type;
