@@ -1,44 +1,12 @@
 // A BMP file of any content: QuibLoadBMP.
 #include "fuzz/fuzz.h"
+#include "fuzz/temporary_file.h"
 
 #include "platform/platform.h"
 #include "quibtool/quibtool.h"
 
-#include <cstdio>
-#include <filesystem>
-#include <random>
-#include <string>
-
 namespace
 {
-
-class TemporaryFile
-{
-public:
-    TemporaryFile()
-        : path((std::filesystem::temp_directory_path() /
-                ("quib_fuzz_" + std::to_string(std::random_device()()) + ".bmp"))
-                   .string())
-    {
-    }
-    ~TemporaryFile() { std::remove(path.c_str()); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const char* write(const uint8_t* data, size_t size) const
-    {
-        std::FILE* file = std::fopen(path.c_str(), "wb");
-        if (!file)
-            std::abort();
-        if (size > 0 && std::fwrite(data, 1, size, file) != size)
-            std::abort();
-        std::fclose(file);
-        return path.c_str();
-    }
-
-private:
-    std::string path;
-};
 
 // The block of a file of another depth is never freed. Enough of these is
 // enough: they would fill the memory.

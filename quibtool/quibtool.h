@@ -307,6 +307,25 @@ QUIB_API QuibStatus Quib2Dib(const IplImage* handle, void* dibHandle);
  * top first, ends the process. */
 QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
 
+/* Makes two handles from a PSD file with two layers that have pixels: the lower
+ * layer's picture, of 32 bits, whose alpha is the layer's mask or, without one,
+ * its transparency; and the upper layer's mask or transparency, of 8 bits. Both
+ * have the canvas's size, with 0 where the layer is not; a mask has its default
+ * value outside its own rectangle. 255 becomes 254 in the masks.
+ *
+ * Files of versions 1 and 2, of 8, 16 and 32 bits a channel, in gray, indexed,
+ * RGB and CMYK colours. Layers that divide groups or are empty do not count;
+ * opacity, visibility and effects play no part.
+ *
+ * QUIB_BAD_ARGUMENT for a null argument and a file that cannot be opened, is
+ * damaged or of another kind, or would take memory out of proportion to its
+ * pixels: bitmaps of 2 GiB, or of 128 MiB together and sixteen times what its
+ * layers hold. QUIB_FAILED for another number of layers and a lower one with
+ * neither mask nor transparency. Both outputs are then untouched. QUIB_FAILED with
+ * *outImage set for an upper layer with neither. */
+QUIB_API QuibStatus QuibLoadFramePsd2Bmp(const char* fileName, IplImage** outImage,
+                                         IplImage** outMask);
+
 /* Draws the handle with its top left corner at (x, y) of a device context; an
  * HDC. 0 even if the device fails. QUIB_BAD_ARGUMENT for a bad handle. */
 QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y);

@@ -4,10 +4,10 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
 #include "tests/support/report.h"
+#include "tests/support/temporary_file.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -17,32 +17,6 @@
 
 namespace
 {
-
-// A file of these bytes, removed at the end of the test.
-class TemporaryFile
-{
-public:
-    explicit TemporaryFile(const Bytes& bytes)
-        : path((std::filesystem::temp_directory_path() /
-                (std::string("quib_") +
-                 testing::UnitTest::GetInstance()->current_test_info()->name() + ".bmp"))
-                   .string())
-    {
-        std::FILE* file = std::fopen(path.c_str(), "wb");
-        EXPECT_NE(file, nullptr);
-        for (const uint8_t byte : bytes)
-            std::fputc(byte, file);
-        std::fclose(file);
-    }
-    ~TemporaryFile() { std::remove(path.c_str()); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const char* name() const { return path.c_str(); }
-
-private:
-    std::string path;
-};
 
 // The packed bitmap behind a file header; where its pixels are is not told.
 Bytes fileOf(const Bytes& dib)
