@@ -9,3 +9,4 @@ void addBlitCases();
 void addZoomCases();
 void addCompositeCases();
 void addPixelCases();
+void addPsdCases();

@@ -278,6 +278,7 @@ int main(int argc, char** argv)
         std::cerr << "bench: no operation's name contains '" << options.filter << "'\n";
         return 2;
     }
+    addPsdCases();
     std::vector<Row> rows;
     std::string table = tableHead();
     std::cout << table << std::flush;
