@@ -270,6 +270,7 @@ int main(int argc, char** argv)
     addZoomCases();
     addCompositeCases();
     addPixelCases();
+    addPsdCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)
@@ -278,7 +279,6 @@ int main(int argc, char** argv)
         std::cerr << "bench: no operation's name contains '" << options.filter << "'\n";
         return 2;
     }
-    addPsdCases();
     std::vector<Row> rows;
     std::string table = tableHead();
     std::cout << table << std::flush;
