@@ -7,6 +7,7 @@
 #include <mutex>
 
 #if defined(__linux__)
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #else
@@ -77,6 +78,23 @@ static Block* findBlock(HGLOBAL handle)
     return static_cast<Block*>(findHandle(blocks, handle));
 }
 
+// Where the system has them on demand, large pages: one fault for each small page
+// costs as much as filling it.
+static void askForLargePages(void* address, SIZE_T size)
+{
+#if defined(MADV_HUGEPAGE)
+    constexpr uintptr_t largePage = uintptr_t{2} << 20;
+    const uintptr_t start = reinterpret_cast<uintptr_t>(address);
+    const uintptr_t first = (start + largePage - 1) & ~(largePage - 1);
+    const uintptr_t end = (start + size) & ~(largePage - 1);
+    if (size >= 2 * largePage && first < end)
+        madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#else
+    (void)address;
+    (void)size;
+#endif
+}
+
 static Block* makeBlock(UINT flags, SIZE_T size)
 {
     auto* block = static_cast<Block*>(calloc(1, sizeof(Block)));
@@ -93,6 +111,7 @@ static Block* makeBlock(UINT flags, SIZE_T size)
         free(block);
         return nullptr;
     }
+    askForLargePages(block->address, block->size);
     return block;
 }
 

@@ -52,6 +52,18 @@ void replaceAlpha(const IplImage* picture, const IplImage* mask)
     QuibUnlockData(mask);
 }
 
+// What QuibClone does, but that the handle itself takes the clone's place.
+QuibStatus storePicture(IplImage** picture, IplImage** outImage)
+{
+    if (!QuibIsValid(*picture))
+        return QUIB_BAD_ARGUMENT;
+    if (const int32_t status = iplCheckImage(*picture))
+        return status;
+    *outImage = *picture;
+    *picture = nullptr;
+    return QUIB_OK;
+}
+
 QuibStatus storeMask(ZxWord bitmap, IplImage** outMask)
 {
     if (!bitmap)
@@ -77,12 +89,12 @@ QuibStatus takeFrames(const ZxImage& image, IplImage** outImage, IplImage** outM
     QuibStatus status = QUIB_FAILED;
     if (picture && mask && picture->nChannels == 4 && isGray8(mask)) {
         replaceAlpha(picture, mask);
-        status = QuibClone(picture, outImage);
+        status = storePicture(&picture, outImage);
         if (storeMask(image.frames[1].mask, outMask) != QUIB_OK)
             status = QUIB_FAILED;
     }
-    if (picture)
-        GlobalUnlock(handleOf(first.mask));
+    // To unlock a mask that was never locked does nothing.
+    GlobalUnlock(handleOf(first.mask));
     GlobalUnlock(handleOf(first.colour));
     freeTemporary(picture);
     freeTemporary(mask);

@@ -7,6 +7,7 @@
 #include "_Src/image/report.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace
 {
@@ -159,10 +160,14 @@ bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* im
     plan->store = ownChooseImageStore(image);
     if (!plan->store)
         return false;
-    if (dib.header.biBitCount <= 8)
-        ownReadColours(dib, &plan->format);
-    else
+    if (dib.header.biBitCount > 8) {
         ownReadMasks(dib, &plan->format);
+        return true;
+    }
+    ownReadColours(dib, &plan->format);
+    // Taken by the table's colours, the step is behind all pixels.
+    plan->step(plan->format.colours, static_cast<int32_t>(std::size(plan->format.colours)));
+    plan->step = ownStepToImage(OwnChannelOrder::blueFirst);
     return true;
 }
 
