@@ -247,6 +247,34 @@ void iplGetPerspectiveTransform(const IplImage* image, double coeffs[3][3],
 void iplGetRotateShift(double xCenter, double yCenter, double angle, double* xShift,
                        double* yShift);
 
+// --- Warps (iplwarp) --------------------------------------------------------------
+//
+// Each destination pixel inside the target shape is sampled from the source;
+// others keep their values. `interpolate` is IPL_INTER_NN, IPL_INTER_LINEAR or
+// IPL_INTER_CUBIC, and may have the flag IPL_SMOOTH_EDGE, which softens the edges
+// of a shape that a rectangle became. Bits, and sources of one column or row, are
+// sampled as IPL_INTER_NN, and sources below 4 by 4 pixels as IPL_INTER_LINEAR at
+// most. Images agree in depth, which is unsigned, in origin, and in the data order
+// and the number of channels that take part; masks play no part. Not in place.
+
+// The coefficients take source positions to destination positions; their
+// determinant must be above 1e-7.
+void iplWarpAffine(IplImage* src, IplImage* dst, const double coeffs[2][3], int32_t interpolate);
+// With warpFlag 0 the source's region lands on a quadrangle of the destination:
+// the one given, or the one that the coefficients make of the source's region.
+// With 1 a quadrangle of the source lands on the destination's region: the one
+// given, or that which the coefficients make of the destination's region.
+// Quadrangles must be convex.
+void iplWarpPerspective(IplImage* src, IplImage* dst, const double coeffs[3][3], int32_t warpFlag,
+                        int32_t interpolate);
+void iplWarpPerspectiveQ(IplImage* src, IplImage* dst, const double quad[4][2], int32_t warpFlag,
+                         int32_t interpolate);
+// Turns by `angle` degrees, counter-clockwise as the image is seen when its first
+// row is the top one, then shifts. By 90, 180 and 270 degrees and whole shifts
+// pixels are moved as they are, whatever `interpolate` is.
+void iplRotate(IplImage* src, IplImage* dst, double angle, double xShift, double yShift,
+               int32_t interpolate);
+
 // --- Mirror (iplmirr) ------------------------------------------------------------
 
 // Writes the pixels of the source's region to the destination's, from its corner

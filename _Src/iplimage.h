@@ -24,6 +24,8 @@
 #define IPL_INTER_LINEAR 1
 #define IPL_INTER_CUBIC 2
 #define IPL_INTER_SUPER 3
+/* A flag beside these, on warps. */
+#define IPL_SMOOTH_EDGE 16
 
 /* What a window reads outside an image, by side: BorderMode, of which the low two
  * bits count. */

@@ -13,6 +13,7 @@
 #include "kernels/pixel.h"
 #include "kernels/select.h"
 #include "kernels/stretch.h"
+#include "kernels/warp.h"
 #include "kernels/zoom.h"
 
 namespace quib
@@ -37,6 +38,7 @@ struct Kernels {
     PixelKernels pixel;
     SelectKernels select;
     MirrorKernels mirror;
+    WarpKernels warp;
 };
 
 // The table in use: the best level that this processor has.

@@ -31,6 +31,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/pixel.inl"
 #include "kernels/select.inl"
 #include "kernels/stretch.inl"
+#include "kernels/warp.inl"
 #include "kernels/zoom.inl"
 
 #define QUIB_NAME_OF(level) #level
@@ -52,6 +53,7 @@ constinit const Kernels table{
     .pixel = pixelKernels,
     .select = selectKernels,
     .mirror = mirrorKernels,
+    .warp = warpKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

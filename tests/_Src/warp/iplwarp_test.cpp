@@ -229,3 +229,275 @@ TEST(IplGetRotateShift, TakesAnglesThatAreNoNumbers)
     EXPECT_TRUE(std::isnan(rotateShift(3, 4, std::numeric_limits<double>::infinity()).y));
     EXPECT_TRUE(std::isfinite(rotateShift(3, 4, 1e300).x));
 }
+
+// --- Refusals of the warps
+// --------------------------------------------------------------------------
+
+namespace
+{
+
+constexpr const char* modeText = "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR "
+                                 "&& interpolate != IPL_INTER_CUBIC";
+constexpr const char* channelsText = "Number of processed channels of srcImage != "
+                                     "Number of processed channels of dstImage";
+const Quad goodQuad = boxQuad(0, 0, 5, 5);
+
+void warpAffine(IplImage* src, IplImage* dst, int32_t interpolate = 0)
+{
+    iplWarpAffine(src, dst, identity2, interpolate);
+}
+void warpQuad(IplImage* src, IplImage* dst, int32_t interpolate = 0, int32_t warpFlag = 0)
+{
+    iplWarpPerspectiveQ(src, dst, goodQuad.at, warpFlag, interpolate);
+}
+
+} // namespace
+
+TEST(IplWarp, RefusesABadImageAtOnce)
+{
+    const Image image = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    EXPECT_REPORT(warpAffine(nullptr, image.get()), -9, "iplWarpAffine", "Incorrect Image",
+                  "iplwarp");
+    EXPECT_REPORT(warpQuad(image.get(), nullptr), -9, "iplWarpPerspectiveQ", "Incorrect Image",
+                  "iplwarp");
+    const RecordedReports reports;
+    warpQuad(nullptr, nullptr, 9, 9);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{-9, "iplWarpPerspectiveQ", "Incorrect Image", "iplwarp"}}));
+}
+
+TEST(IplWarp, ReportsEveryDifferenceBeforeItGivesUp)
+{
+    const Image src = makeImage(6, 6, 3, IPL_DEPTH_8S);
+    const Image dst = makeImage(6, 6, 3, IPL_DEPTH_8U, IPL_DATA_ORDER_PLANE, 4, 0, IPL_ORIGIN_BL);
+    const std::vector<const char*> texts{
+        "srcImage->depth != dstImage->depth", "srcImage->origin != dstImage->origin",
+        "srcImage->dataOrder != dstImage->dataOrder", "srcImage->depth & IPL_DEPTH_SIGN"};
+    const RecordedReports reports;
+    warpAffine(src.get(), dst.get(), 3);
+    ASSERT_EQ(reports.all().size(), 4u);
+    for (size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(reports.all()[i], (Report{-5, "iplWarpAffine", texts[i], "iplwarp"}));
+    warpQuad(src.get(), dst.get(), 3, 2);
+    ASSERT_EQ(reports.all().size(), 9u);
+    EXPECT_EQ(reports.all()[8],
+              (Report{-5, "iplWarpPerspectiveQ", "warpFlag != 0 && warpFlag != 1", "iplwarp"}));
+}
+
+TEST(IplWarp, ChecksTheFlagBeforeThePlace)
+{
+    const Image image = makeImage(6, 6, 3, IPL_DEPTH_8U);
+    const char* const text = "This function is not in-place function";
+    EXPECT_REPORT(warpAffine(image.get(), image.get()), -5, "iplWarpAffine", text, "iplwarp");
+    const RecordedReports reports;
+    warpQuad(image.get(), image.get(), 0, -1);
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{-5, "iplWarpPerspectiveQ",
+                                                   "warpFlag != 0 && warpFlag != 1", "iplwarp"},
+                                                  {-5, "iplWarpPerspectiveQ", text, "iplwarp"}}));
+}
+
+TEST(IplWarp, TakesAnyOrderForBitsAndSingleChannels)
+{
+    const RecordedReports reports;
+    for (const uint32_t depth : {IPL_DEPTH_1U, IPL_DEPTH_8U}) {
+        const Image src = makeImage(6, 6, 1, depth);
+        const Image dst = makeImage(6, 6, 1, depth, IPL_DATA_ORDER_PLANE);
+        putElement(src.get(), 4, 3, 0, 1);
+        warpAffine(src.get(), dst.get());
+        EXPECT_EQ(element(dst.get(), 4, 3, 0), 1);
+    }
+    EXPECT_TRUE(reports.all().empty());
+}
+
+TEST(IplWarp, RefusesOtherModes)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    for (const int32_t mode : {3, -1, 19, 32, 18 + 32}) {
+        const RecordedReports reports;
+        warpAffine(src.get(), dst.get(), mode);
+        iplSetStatus(0);
+        warpQuad(src.get(), dst.get(), mode);
+        EXPECT_EQ(reports.all(),
+                  (std::vector<Report>{{-5, "iplWarpAffine", modeText, "iplwarp"},
+                                       {-5, "iplWarpPerspectiveQ", modeText, "iplwarp"}}))
+            << mode;
+        EXPECT_EQ(iplGetStatus(), -5);
+    }
+    EXPECT_REPORT(warpQuad(src.get(), dst.get(), 3, 1), -5, "iplWarpPerspectiveQ", modeText,
+                  "iplwarp");
+    const RecordedReports reports;
+    for (const int32_t mode : {0, 1, 2, 16, 17, 18})
+        warpAffine(src.get(), dst.get(), mode);
+    EXPECT_TRUE(reports.all().empty());
+}
+
+TEST(IplWarpAffine, RefusesAMatrixWithoutAnInverse)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const char* const text = "Determinant of transform matrix == 0.0";
+    const double flat[2][3]{{1, 2, 0}, {2, 4, 0}};
+    EXPECT_REPORT(iplWarpAffine(src.get(), dst.get(), flat, 0), -5, "iplWarpAffine", text,
+                  "iplwarp");
+    const double tiny[2][3]{{-1e-7, 0, 0}, {0, 1, 0}};
+    EXPECT_REPORT(iplWarpAffine(src.get(), dst.get(), tiny, 7), -5, "iplWarpAffine", text,
+                  "iplwarp");
+    const double noNumber[2][3]{{notANumber, 0, 0}, {0, 1, 0}};
+    EXPECT_REPORT(iplWarpAffine(src.get(), dst.get(), noNumber, 0), -5, "iplWarpAffine", text,
+                  "iplwarp");
+    const double small[2][3]{{1.5e-7, 0, 0}, {0, 1, 0}};
+    const RecordedReports reports;
+    iplWarpAffine(src.get(), dst.get(), small, 0);
+    EXPECT_TRUE(reports.all().empty());
+}
+
+TEST(IplWarpAffine, PassesOnThatTheRegionIsOutside)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    setRoi(src.get(), 0, 6, 0, 2, 2);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const RecordedReports reports;
+    warpAffine(src.get(), dst.get(), 7);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{-5, "iplGetAffineQuad", "Bad rect ROI", "iplwarp"},
+                                   {-1, "iplWarpAffine", "", "iplwarp"}}));
+}
+
+TEST(IplWarpPerspectiveQ, RefusesTheQuadrangleBeforeTheMode)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    EXPECT_REPORT(iplWarpPerspectiveQ(src.get(), dst.get(), boxQuad(1, 1, 1, 4).at, 0, 7), -5,
+                  "iplWarpPerspectiveQ", "Quadrangle is degenerate to triangle or length or point",
+                  "iplwarp");
+    const Quad concave{{{0, 0}, {10, 0}, {2, 2}, {0, 10}}};
+    EXPECT_REPORT(iplWarpPerspectiveQ(src.get(), dst.get(), concave.at, 1, 7), -5,
+                  "iplWarpPerspectiveQ", "Quadrangle is concave", "iplwarp");
+}
+
+TEST(IplWarpPerspective, TakesTheQuadrangleOfTheSourceOrTheDestination)
+{
+    Random random(1);
+    const Image src = makeImage(9, 7, 3, IPL_DEPTH_8U);
+    randomise(src.get(), random);
+    const double coeffs[3][3]{{1.2, 0.1, 2}, {0.2, 0.9, 1}, {0.001, 0.002, 1}};
+    for (int32_t warpFlag = 0; warpFlag < 2; ++warpFlag) {
+        const Image byCoeffs = makeImage(14, 10, 3, IPL_DEPTH_8U);
+        const Image byQuad = makeImage(14, 10, 3, IPL_DEPTH_8U);
+        Quad quad{};
+        iplGetPerspectiveQuad(warpFlag ? byQuad.get() : src.get(), coeffs, quad.at);
+        iplWarpPerspective(src.get(), byCoeffs.get(), coeffs, warpFlag, 1);
+        iplWarpPerspectiveQ(src.get(), byQuad.get(), quad.at, warpFlag, 1);
+        EXPECT_EQ(bytesOf(byCoeffs.get()), bytesOf(byQuad.get()));
+        EXPECT_NE(bytesOf(byQuad.get()), std::vector<uint8_t>(byQuad->imageSize, 0));
+    }
+}
+
+TEST(IplWarpPerspective, PassesFailuresOn)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const RecordedReports reports;
+    iplWarpPerspective(nullptr, dst.get(), identity3, 0, 0);
+    iplSetStatus(0);
+    iplWarpPerspective(src.get(), nullptr, identity3, 5, 0);
+    iplSetStatus(0);
+    iplWarpPerspective(src.get(), dst.get(), identity3, 5, 0);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{
+                  {-9, "iplGetPerspectiveQuad", "Incorrect Image", "iplwarp"},
+                  {-1, "iplWarpPerspective", "", "iplwarp"},
+                  {-9, "iplGetPerspectiveQuad", "Incorrect Image", "iplwarp"},
+                  {-1, "iplWarpPerspective", "", "iplwarp"},
+                  {-5, "iplWarpPerspectiveQ", "warpFlag != 0 && warpFlag != 1", "iplwarp"},
+                  {-1, "iplWarpPerspective", "", "iplwarp"},
+              }));
+}
+
+TEST(IplWarp, LeavesSilentlyAfterAFailureThatWasLeftBehind)
+{
+    const CleanStatus clean;
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    iplSet(src.get(), 9);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    iplSetStatus(-25);
+    warpAffine(src.get(), dst.get());
+    warpQuad(src.get(), dst.get());
+    EXPECT_EQ(iplGetStatus(), -25);
+    EXPECT_EQ(element(dst.get(), 3, 3, 0), 0);
+    EXPECT_REPORT(iplWarpPerspective(src.get(), dst.get(), identity3, 0, 0), -1,
+                  "iplWarpPerspective", "", "iplwarp");
+}
+
+TEST(IplWarp, RefusesRegionsOfOneColumnOrRow)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    setRoi(src.get(), 0, 2, 0, 1, 6);
+    const char* const srcText = "srcImage Rectangle ROI is degenerate to length or point";
+    EXPECT_REPORT(warpAffine(src.get(), dst.get()), -5, "iplWarpAffine", srcText, "iplwarp");
+    EXPECT_REPORT(warpQuad(src.get(), dst.get()), -5, "iplWarpPerspectiveQ", srcText, "iplwarp");
+    setRoi(src.get(), 0, 0, 5, 6, 4);
+    EXPECT_REPORT(warpAffine(src.get(), dst.get()), -5, "iplWarpAffine", srcText, "iplwarp");
+    // The other way round it is the destination's that counts.
+    const Image column = makeImage(6, 1, 1, IPL_DEPTH_8U);
+    EXPECT_REPORT(warpQuad(src.get(), column.get(), 0, 1), -5, "iplWarpPerspectiveQ",
+                  "dstImage Rectangle ROI is degenerate to length or point", "iplwarp");
+    const RecordedReports reports;
+    warpQuad(src.get(), dst.get(), 0, 1);
+    EXPECT_TRUE(reports.all().empty());
+}
+
+TEST(IplWarp, RefusesChannelsThatDoNotMatch)
+{
+    const Image three = makeImage(6, 6, 3, IPL_DEPTH_8U);
+    const Image one = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    EXPECT_REPORT(warpAffine(three.get(), one.get()), -5, "iplWarpAffine", channelsText, "iplwarp");
+    for (const int32_t warpFlag : {0, 1})
+        EXPECT_REPORT(warpQuad(three.get(), one.get(), 0, warpFlag), -5, "iplWarpPerspectiveQ",
+                      channelsText, "iplwarp");
+    setRoi(three.get(), 2, 0, 0, 6, 6);
+    putElement(three.get(), 3, 3, 1, 9);
+    const RecordedReports reports;
+    warpAffine(three.get(), one.get());
+    EXPECT_EQ(element(one.get(), 3, 3, 0), 9);
+    // Alpha takes no part: 4 channels with it go onto 3.
+    const Image alpha = makeImage(6, 6, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 4, 4);
+    const Image other = makeImage(6, 6, 3, IPL_DEPTH_8U);
+    putElement(alpha.get(), 2, 1, 2, 8);
+    warpQuad(alpha.get(), other.get());
+    EXPECT_EQ(element(other.get(), 2, 1, 2), 8);
+    EXPECT_TRUE(reports.all().empty());
+}
+
+TEST(IplWarp, DoesNothingForADestinationRegionOutsideTheImage)
+{
+    const Image src = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    iplSet(src.get(), 9);
+    const Image dst = makeImage(6, 6, 1, IPL_DEPTH_8U);
+    setRoi(dst.get(), 0, 6, 6, 3, 3);
+    const RecordedReports reports;
+    warpAffine(src.get(), dst.get());
+    warpQuad(src.get(), dst.get(), 0, 0);
+    warpQuad(src.get(), dst.get(), 0, 1);
+    setRoi(src.get(), 0, 6, 6, 3, 3);
+    warpQuad(src.get(), dst.get(), 0, 0);
+    EXPECT_TRUE(reports.all().empty());
+    EXPECT_EQ(bytesOf(dst.get()), bytesOf(makeImage(6, 6, 1, IPL_DEPTH_8U).get()));
+}
+
+TEST(IplWarp, SmoothsOnlyQuadranglesOnRectangles)
+{
+    Random random(2);
+    const Image src = makeImage(9, 9, 1, IPL_DEPTH_8U);
+    randomise(src.get(), random);
+    const Quad quad{{{1, 0}, {7, 1}, {8, 7}, {0, 8}}};
+    for (int32_t warpFlag = 0; warpFlag < 2; ++warpFlag) {
+        const Image hard = makeImage(9, 9, 1, IPL_DEPTH_8U);
+        const Image soft = makeImage(9, 9, 1, IPL_DEPTH_8U);
+        iplWarpPerspectiveQ(src.get(), hard.get(), quad.at, warpFlag, 1);
+        iplWarpPerspectiveQ(src.get(), soft.get(), quad.at, warpFlag, 17);
+        EXPECT_EQ(bytesOf(hard.get()) == bytesOf(soft.get()), warpFlag == 1);
+    }
+}
