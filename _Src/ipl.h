@@ -7,6 +7,7 @@
 #include <cstddef>
 
 struct tagBITMAPINFOHEADER;
+struct OwnConvKernel;
 
 // --- Error state and reporter -----------------------------------------------
 
@@ -284,3 +285,19 @@ void iplRotate(IplImage* src, IplImage* dst, double angle, double xShift, double
 // pixels, one of the destination does not; where both are, both must have a 1. The
 // images may be one, if it has no mask; they need not agree in data order.
 void iplMirror(IplImage* srcImage, IplImage* dstImage, int32_t flipAxis);
+
+// --- Convolution (iplcnv2d, iplCSep2) --------------------------------------------
+
+// A kernel of nCols x nRows taps, row by row, the anchor inside; null after a
+// report. nShiftR, the right shift of a sum, may be anything.
+OwnConvKernel* iplCreateConvKernel(int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY,
+                                   const int32_t* values, int32_t nShiftR);
+OwnConvKernel* iplCreateConvKernelChar(int32_t nCols, int32_t nRows, int32_t anchorX,
+                                       int32_t anchorY, const int8_t* values, int32_t nShiftR);
+// Gives what the kernel was made of. *values holds the address of an array for
+// nCols * nRows taps, which is filled, by the second with the taps' low bytes.
+void iplGetConvKernel(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRows, int32_t* anchorX,
+                      int32_t* anchorY, int32_t** values, int32_t* nShiftR);
+void iplGetConvKernelChar(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRows,
+                          int32_t* anchorX, int32_t* anchorY, int8_t** values, int32_t* nShiftR);
+void iplDeleteConvKernel(OwnConvKernel* kernel);

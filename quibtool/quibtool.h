@@ -438,6 +438,42 @@ QUIB_API QuibStatus QuibAnd(const IplImage* srcA, const IplImage* srcB, IplImage
 QUIB_API QuibStatus QuibOr(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
 QUIB_API QuibStatus QuibXor(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
 
+/* ---- Convolution ---------------------------------------------------------- */
+
+/* A kernel, to be looked at by QuibGetConvKernel only. */
+typedef struct OwnConvKernel OwnConvKernel;
+
+/* Stores in *outKernel a kernel of nCols x nRows taps, given row by row, of any
+ * size. The tap in column i and row j goes with the pixel at (x + anchorX - i,
+ * y + anchorY - j). Sums are shifted right by nShiftR, which is not checked: below
+ * 0 is 0. QUIB_BAD_ARGUMENT for a null outKernel or values. A size below 1, an
+ * anchor outside the kernel, and memory that runs out end the process. The caller
+ * frees the kernel with QuibDeleteConvKernel. */
+QUIB_API QuibStatus QuibCreateConvKernel(OwnConvKernel** outKernel, int32_t nCols, int32_t nRows,
+                                         int32_t anchorX, int32_t anchorY, const int32_t* values,
+                                         int32_t nShiftR);
+
+/* The same of signed bytes. */
+QUIB_API QuibStatus QuibCreateConvKernelChar(OwnConvKernel** outKernel, int32_t nCols,
+                                             int32_t nRows, int32_t anchorX, int32_t anchorY,
+                                             const int8_t* values, int32_t nShiftR);
+
+/* Stores what the kernel was made of. *values is the address of an array with room
+ * for nCols * nRows taps, which is filled row by row. A null argument ends the
+ * process. Nothing is stored while the engine's status is that of an earlier
+ * failure. */
+QUIB_API QuibStatus QuibGetConvKernel(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRows,
+                                      int32_t* anchorX, int32_t* anchorY, int32_t** values,
+                                      int32_t* nShiftR);
+
+/* The same with the low byte of each tap. */
+QUIB_API QuibStatus QuibGetConvKernelChar(const OwnConvKernel* kernel, int32_t* nCols,
+                                          int32_t* nRows, int32_t* anchorX, int32_t* anchorY,
+                                          int8_t** values, int32_t* nShiftR);
+
+/* Frees a kernel. QUIB_BAD_ARGUMENT for null. */
+QUIB_API QuibStatus QuibDeleteConvKernel(OwnConvKernel* kernel);
+
 #ifdef __cplusplus
 }
 #endif
