@@ -13,6 +13,7 @@
 #include "kernels/pixel.h"
 #include "kernels/select.h"
 #include "kernels/stretch.h"
+#include "kernels/tone.h"
 #include "kernels/warp.h"
 #include "kernels/zoom.h"
 
@@ -39,6 +40,7 @@ struct Kernels {
     SelectKernels select;
     MirrorKernels mirror;
     WarpKernels warp;
+    ToneKernels tone;
 };
 
 // The table in use: the best level that this processor has.

@@ -31,6 +31,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/pixel.inl"
 #include "kernels/select.inl"
 #include "kernels/stretch.inl"
+#include "kernels/tone.inl"
 #include "kernels/warp.inl"
 #include "kernels/zoom.inl"
 
@@ -54,6 +55,7 @@ constinit const Kernels table{
     .select = selectKernels,
     .mirror = mirrorKernels,
     .warp = warpKernels,
+    .tone = toneKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

@@ -380,6 +380,36 @@ QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
  * check. */
 QUIB_API QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis);
 
+/* ---- Tone ---------------------------------------------------------------- */
+
+/* Both write *dst, which is made first, 32 bits a pixel and as large as src, if it
+ * is null, and may be src. The size of an existing one is not examined: it must
+ * be at least as large, and writing ends where its pixels do. QUIB_BAD_ARGUMENT
+ * for a bad handle and a null dst, QUIB_FAILED for other images than those of
+ * four channels of 8 bits and for a dst that cannot be made. */
+
+/* Stretches contrast and shifts brightness, each clamped to -128 to 127. With
+ * v = i + brightness, a byte i becomes ((v - contrast) * 255 + r) / D, where D is
+ * 255 - 2 * contrast and r is D / 2, or 1 if that is 0; it becomes 0 where v is
+ * below contrast and 255 where v is above 255 - contrast. channel: 0 all three
+ * colours, 1 red, 2 green, any other value blue; the other colours are copied.
+ * Alpha bytes of an existing dst stay, those of a new one are undefined. The
+ * pixels of both are taken as one run, without padding. Brightness and contrast
+ * both 0: nothing happens at all, and nothing is made. */
+QUIB_API QuibStatus QuibBrightnessAndContrast(IplImage* src, IplImage** dst, int32_t brightness,
+                                              int32_t contrast, int32_t channel);
+
+/* Turns the hue by degrees (-360 and up; 120 makes green of red) and takes a
+ * percentage of the largest channel from the smallest: a quarter of a positive
+ * saturation, all of a negative one, so that 400 gives full saturation and -100
+ * gray. The largest channel keeps its value, the middle one is laid out anew by
+ * the hue, in whole degrees. Grays and alpha are copied. dst is walked with the
+ * widthStep of src. Hue and saturation both 0: QuibCopy, and QUIB_OK whatever
+ * comes of it. A hue below -360 turns only what it keeps in its sector of 60
+ * degrees or less than 60 degrees below it. */
+QUIB_API QuibStatus QuibHueAndSaturation(IplImage* src, IplImage** dst, int32_t hue,
+                                         int32_t saturation);
+
 /* ---- Pixel operations ----------------------------------------------------- */
 
 /* Each stores in *outHandle a clone of its first handle in which the pixels of

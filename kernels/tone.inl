@@ -1,0 +1,269 @@
+namespace
+{
+namespace tone
+{
+
+constexpr uint32_t fourthByte = 0xFF000000u;
+
+// Calls step() for each `bytes` bytes of a row, at its end with copies of them.
+template<size_t bytes, class Step>
+QUIB_INLINE void forEachGroup(uint8_t* dst, const uint8_t* src, size_t count, Step step)
+{
+    size_t left = count * 4;
+    for (; left >= bytes; left -= bytes, dst += bytes, src += bytes)
+        step(dst, src);
+    if (left == 0)
+        return;
+    uint8_t target[bytes] = {};
+    uint8_t source[bytes] = {};
+    __builtin_memcpy(target, dst, left);
+    __builtin_memcpy(source, src, left);
+    step(target, source);
+    __builtin_memcpy(dst, target, left);
+}
+
+// --- Curves --------------------------------------------------------------------------
+
+struct Line {
+    U8<> low;
+    U8<> span;
+    U16<> factorHigh;
+    U16<> factorLow;
+    U16<> offsetHigh;
+    U16<> offsetLow;
+};
+
+QUIB_INLINE Line spreadLine(const ToneLine& line)
+{
+    return {spread<U8<>>(line.low),
+            spread<U8<>>(line.span),
+            spread<U16<>>(static_cast<uint16_t>(line.factor >> 8)),
+            spread<U16<>>(line.factor & 0xFF),
+            spread<U16<>>(static_cast<uint16_t>(line.offset >> 8)),
+            spread<U16<>>(line.offset & 0xFF)};
+}
+
+// u * factor + offset >> 16: the low bytes' share is added without the bits
+// that cannot carry.
+QUIB_INLINE U16<> along(const Line& line, U16<> u)
+{
+    const U16<> low = (u * line.factorLow + line.offsetLow) >> 8;
+    return (u * line.factorHigh + line.offsetHigh + low) >> 8;
+}
+
+QUIB_INLINE U8<> valuesOf(const Line& line, U8<> bytes)
+{
+    const U16<> u = as<U16<>>(smaller(subtractSaturated(bytes, line.low), line.span));
+    return as<U8<>>(along(line, u & 0xFF) | along(line, u >> 8) << 8);
+}
+
+template<bool keepsFourth>
+void curveByTable(uint8_t* dst, const uint8_t* src, const ToneCurve& curve, uint32_t channels,
+                  size_t count)
+{
+    for (; count > 0; --count, dst += 4, src += 4) {
+        for (size_t k = 0; k < 3; ++k)
+            dst[k] = channels >> 8 * k & 1 ? curve.values[src[k]] : src[k];
+        if (!keepsFourth)
+            dst[3] = 0;
+    }
+}
+
+template<bool keepsFourth>
+void curve(uint8_t* dst, const uint8_t* src, const ToneCurve& curve, uint32_t channels,
+           size_t count)
+{
+    if (!curve.isLine)
+        return curveByTable<keepsFourth>(dst, src, curve, channels, count);
+    const Line line = spreadLine(curve.line);
+    const U32<> curved = spread<U32<>>(channels);
+    forEachGroup<wide>(dst, src, count, [&](uint8_t* to, const uint8_t* from) {
+        const U8<> bytes = load<U8<>>(from);
+        const U32<> values = as<U32<>>(select(curved, valuesOf(line, bytes), bytes));
+        if constexpr (keepsFourth)
+            store(to, select(spread<U32<>>(fourthByte), load<U32<>>(to), values));
+        else
+            store(to, values & ~fourthByte);
+    });
+}
+
+// --- Hue and saturation ----------------------------------------------------------------
+//
+// A hue is turned by computing the three channels anew from the largest value, the
+// smallest, and the turned hue. Lanes of 16 bits hold a pixel each.
+
+struct Colours {
+    I16<> blue;
+    I16<> green;
+    I16<> red;
+};
+
+// Two vectors' pixels take turns.
+QUIB_INLINE Colours coloursOf(U32<> first, U32<> second)
+{
+    return {as<I16<>>((first & 0xFF) | (second & 0xFF) << 16),
+            as<I16<>>((first >> 8 & 0xFF) | (second << 8 & 0xFF0000)),
+            as<I16<>>((first >> 16 & 0xFF) | (second & 0xFF0000))};
+}
+
+QUIB_INLINE void storeColours(uint8_t* dst, const Colours& colours, U32<> first, U32<> second)
+{
+    const U32<> low = as<U32<>>(colours.blue | colours.green << 8);
+    const U32<> red = as<U32<>>(colours.red);
+    store(dst, (low & 0xFFFF) | red << 16 | (first & fourthByte));
+    store(dst + wide, low >> 16 | (red & 0xFFFF0000u) | (second & fourthByte));
+}
+
+// Rounded down, of lanes from 0 on below 2^15, divided by lanes above 0. Quotients
+// of such integers by bytes that are none themselves lie 1/255 or more from one.
+QUIB_INLINE I16<> quotients(I16<> a, I16<> b)
+{
+    const auto divide = [](I32<> x, I32<> y) { return truncated(toFloats(x) / toFloats(y)); };
+    const I32<> even = divide(as<I32<>>(a) & 0xFFFF, as<I32<>>(b) & 0xFFFF);
+    const I32<> odd = divide(as<I32<>>(a) >> 16, as<I32<>>(b) >> 16);
+    return as<I16<>>(even | odd << 16);
+}
+
+// Of products up to 15300 and 25500: the reciprocals are rounded up, which adds
+// less than the distance from one integer to the next fraction below it.
+QUIB_INLINE I16<> over60(I16<> products)
+{
+    return as<I16<>>(highProducts(as<U16<>>(products), spread<U16<>>(34953)) >> 5);
+}
+
+QUIB_INLINE I16<> over100(I16<> products)
+{
+    return as<I16<>>(highProducts(as<U16<>>(products), spread<U16<>>(5243)) >> 3);
+}
+
+// What a hue says of a pixel: its degrees, possibly 60 too low for red's, and its
+// extremes.
+struct Hue {
+    I16<> degrees;
+    I16<> high;
+    I16<> low;
+};
+
+QUIB_INLINE Hue hueOf(const Colours& c)
+{
+    const I16<> high = larger(larger(c.blue, c.green), c.red);
+    const I16<> least = smaller(smaller(c.blue, c.green), c.red);
+    const I16<> middle = c.blue + c.green + c.red - high - least;
+    const I16<> part = (middle - least) * 60;
+    const I16<> degrees = quotients(part, larger(high - least, spread<I16<>>(1)));
+    // Between two largest ones the hue is red's, then blue's. It falls where the
+    // middle channel is the one before the largest, in the order red, green, blue.
+    const I16<> isRed = c.red == high;
+    const I16<> isBlue = ~isRed & (c.blue == high);
+    const I16<> falls =
+        select(isRed, c.blue > c.green, select(isBlue, c.red < c.green, c.red >= c.blue));
+    const I16<> start = ~isRed & (120 + (isBlue & 120));
+    // Whole degrees put what falls by less than one into the sector after its own,
+    // which takes the middle channel for the smallest.
+    const I16<> low = select(falls & (degrees == 0), middle, least);
+    return {start + ((degrees ^ falls) - falls), high, low};
+}
+
+// Degrees and a turn, together from -60 on below 720, into one circle.
+QUIB_INLINE I16<> inCircle(I16<> degrees)
+{
+    const U16<> raised = smaller(as<U16<>>(degrees), as<U16<>>(degrees + 360));
+    return as<I16<>>(smaller(raised, raised - 360));
+}
+
+// How far, in sixtieths, a channel lies below the largest value: by nothing within
+// 60 degrees of its own hue, wholly from 120 on.
+QUIB_INLINE I16<> depth(I16<> distance)
+{
+    const I16<> away = larger(distance, -distance) - 60;
+    return smaller(larger(away, I16<>{}), spread<I16<>>(60));
+}
+
+struct Adjustment {
+    I16<> turn;
+    I16<> percent; // without its sign
+    I16<> raises;  // a mask
+};
+
+QUIB_INLINE Adjustment spreadAdjustment(int32_t turn, int32_t saturation)
+{
+    const bool raises = saturation < 0;
+    const int32_t percent = raises ? -saturation : saturation;
+    return {spread<I16<>>(static_cast<int16_t>(turn)), spread<I16<>>(static_cast<int16_t>(percent)),
+            spread<I16<>>(raises ? -1 : 0)};
+}
+
+QUIB_INLINE I16<> newLow(const Adjustment& adjustment, const Hue& hue)
+{
+    const I16<> change = over100(hue.high * adjustment.percent);
+    const I16<> lowered = larger(hue.low - change, I16<>{});
+    const I16<> raised = smaller(hue.low + change, hue.high);
+    const I16<> isGray = hue.high == hue.low;
+    return select(isGray, hue.high, select(adjustment.raises, raised, lowered));
+}
+
+QUIB_INLINE Colours adjusted(const Adjustment& adjustment, const Colours& colours)
+{
+    const Hue hue = hueOf(colours);
+    const I16<> degrees = inCircle(hue.degrees + adjustment.turn);
+    const I16<> range = hue.high - newLow(adjustment, hue);
+    const I16<> fromRed = 180 - larger(degrees - 180, 180 - degrees);
+    return {hue.high - over60(range * depth(degrees - 240)),
+            hue.high - over60(range * depth(degrees - 120)),
+            hue.high - over60(range * depth(fromRed))};
+}
+
+void hueAndSaturation(uint8_t* dst, const uint8_t* src, int32_t turn, int32_t saturation,
+                      size_t count)
+{
+    const Adjustment adjustment = spreadAdjustment(turn, saturation);
+    forEachGroup<2 * wide>(dst, src, count, [&](uint8_t* to, const uint8_t* from) {
+        const U32<> first = load<U32<>>(from);
+        const U32<> second = load<U32<>>(from + wide);
+        storeColours(to, adjusted(adjustment, coloursOf(first, second)), first, second);
+    });
+}
+
+// Where a sector's largest, middle and smallest channel stand in a pixel.
+struct Sector {
+    uint8_t high;
+    uint8_t middle;
+    uint8_t low;
+};
+constexpr Sector sectors[6] = {{2, 1, 0}, {1, 2, 0}, {1, 0, 2}, {0, 1, 2}, {0, 2, 1}, {2, 0, 1}};
+
+void turnPixelBack(uint8_t* pixel, int32_t hue, int32_t turn, int32_t saturation)
+{
+    const int32_t sector = hue / 60;
+    const int32_t turned = hue % 60 + turn;
+    const int32_t offset = turned > -60 ? turned : hue % 60;
+    const Sector& places = sectors[sector];
+    const int32_t high = pixel[places.high];
+    int32_t low = pixel[places.low] - high * saturation / 100;
+    low = low < 0 ? 0 : low > high ? high : low;
+    const int32_t depth = sector % 2 ? offset : 60 - offset;
+    pixel[places.low] = static_cast<uint8_t>(low);
+    pixel[places.middle] = static_cast<uint8_t>(high - (high - low) * depth / 60);
+}
+
+void hueAndSaturationBack(uint8_t* dst, const uint8_t* src, const int32_t* hues, int32_t turn,
+                          int32_t saturation, size_t count)
+{
+    for (; count > 0; --count, dst += 4, src += 4) {
+        const int32_t hue = hues[(src[2] - src[1]) * 511 + (src[2] - src[0])];
+        storeWord(dst, loadWord(src));
+        if (hue < 360)
+            turnPixelBack(dst, hue, turn, saturation);
+    }
+}
+
+} // namespace tone
+
+constexpr ToneKernels toneKernels{
+    .curve = tone::curve<true>,
+    .curveIntoNew = tone::curve<false>,
+    .hueAndSaturation = tone::hueAndSaturation,
+    .hueAndSaturationBack = tone::hueAndSaturationBack,
+};
+
+} // namespace
