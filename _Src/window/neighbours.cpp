@@ -46,7 +46,7 @@ bool IplNeighbours::isReady() const
 bool IplNeighbours::place(int64_t row)
 {
     const int64_t inImage = row + hood.rectangle.y - hood.reach.top;
-    const ptrdiff_t before = static_cast<ptrdiff_t>(hood.reach.left) * source.bytesPerPixel();
+    const ptrdiff_t before = static_cast<ptrdiff_t>(hood.reach.left * source.bytesPerPixel());
     uint8_t* slot = slots.data + row % ringRows * slotBytes;
     const uint8_t* found = slot;
     if (inImage >= hood.image->height && tailRows > 0)
