@@ -301,3 +301,25 @@ void iplGetConvKernel(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRow
 void iplGetConvKernelChar(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRows,
                           int32_t* anchorX, int32_t* anchorY, int8_t** values, int32_t* nShiftR);
 void iplDeleteConvKernel(OwnConvKernel* kernel);
+
+// --- Window filters (iplnlf) ------------------------------------------------------
+//
+// Each makes a pixel from those under a window of nCols x nRows pixels, in which it
+// stands at (anchorX, anchorY). Regions and masks pair up from their corners; windows
+// read what lies around a region, and around the image what its border modes make.
+// The destination is another image.
+
+// The largest or smallest element, or the one at index nCols * nRows / 2 in ascending
+// order, in each channel but alpha or in the channels of interest, at integer depths.
+// Where the engine's status is that of an earlier failure, nothing is done.
+void iplMaxFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols, int32_t nRows,
+                  int32_t anchorX, int32_t anchorY);
+void iplMinFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols, int32_t nRows,
+                  int32_t anchorX, int32_t anchorY);
+void iplMedianFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols, int32_t nRows,
+                     int32_t anchorX, int32_t anchorY);
+// The pixel, of three colours with or without alpha, whose colours have the least sum
+// of absolute differences from those of all others; the first of equals, row by row.
+// Alpha stays. At depths of 8 and 16 bits and of floats.
+void iplColorMedianFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols,
+                          int32_t nRows, int32_t anchorX, int32_t anchorY);

@@ -10,3 +10,4 @@ void addZoomCases();
 void addCompositeCases();
 void addPixelCases();
 void addPsdCases();
+void addFilterCases();

@@ -271,6 +271,7 @@ int main(int argc, char** argv)
     addCompositeCases();
     addPixelCases();
     addPsdCases();
+    addFilterCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)

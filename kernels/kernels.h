@@ -11,6 +11,7 @@
 #include "kernels/convert.h"
 #include "kernels/mirror.h"
 #include "kernels/pixel.h"
+#include "kernels/rank.h"
 #include "kernels/select.h"
 #include "kernels/stretch.h"
 #include "kernels/tone.h"
@@ -38,6 +39,7 @@ struct Kernels {
     CompositeKernels composite;
     PixelKernels pixel;
     SelectKernels select;
+    RankKernels rank;
     MirrorKernels mirror;
     WarpKernels warp;
     ToneKernels tone;

@@ -29,6 +29,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/convert.inl"
 #include "kernels/mirror.inl"
 #include "kernels/pixel.inl"
+#include "kernels/rank.inl"
 #include "kernels/select.inl"
 #include "kernels/stretch.inl"
 #include "kernels/tone.inl"
@@ -53,6 +54,7 @@ constinit const Kernels table{
     .composite = compositeKernels,
     .pixel = pixelKernels,
     .select = selectKernels,
+    .rank = rankKernels,
     .mirror = mirrorKernels,
     .warp = warpKernels,
     .tone = toneKernels,

@@ -504,6 +504,44 @@ QUIB_API QuibStatus QuibGetConvKernelChar(const OwnConvKernel* kernel, int32_t* 
 /* Frees a kernel. QUIB_BAD_ARGUMENT for null. */
 QUIB_API QuibStatus QuibDeleteConvKernel(OwnConvKernel* kernel);
 
+/* ---- Filters ---------------------------------------------------------------- */
+
+/* Each stores in *outHandle a new handle of the size and depth of src whose pixels are
+ * made from those of src under a window of nCols x nRows pixels; the pixel itself stands
+ * in it at (anchorX, anchorY), counted from 0. A region of src is filtered into the top
+ * left corner of the result, and windows at its edges read what lies around it. Outside
+ * the image they read what BorderMode says for each side; as long as it is 0, BorderConst,
+ * which is 0 in handles of the library's own making. Pixels that a region or a mask leaves
+ * out are those of QuibCreate with the colour 0xff000000, and 0 at 24 bits.
+ * QUIB_BAD_ARGUMENT comes for an unreadable handle and for a null outHandle, QUIB_FAILED if
+ * the result cannot be created. An anchor outside the window, floats, and whatever else the
+ * engine refuses end the process.
+ *
+ * All channels take part, each by itself; in a record with a channel of interest that one
+ * alone, but then there is no result that agrees with it, and the process ends. */
+
+/* The largest and the smallest element of the window. The time does not depend on its
+ * height, and hardly on its width. [van Herk 1992; Gil and Werman 1993] 1 bit: whether
+ * any, and whether all bits are set. */
+QUIB_API QuibStatus QuibMaxFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
+                                  int32_t nRows, int32_t anchorX, int32_t anchorY);
+QUIB_API QuibStatus QuibMinFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
+                                  int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+/* The element at index nCols * nRows / 2 of the window's, in ascending order: the median,
+ * or the upper one of two. 3 x 3 and 5 x 5 go through sorting networks; the time of larger
+ * windows of bytes hardly depends on their size. [Perreault and Hebert, Median Filtering in
+ * Constant Time, 2007] */
+QUIB_API QuibStatus QuibMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
+                                     int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+/* The pixel of the window whose colours differ least from those of all its pixels, by the
+ * sum of absolute differences over the three of them; the first such pixel, row by row.
+ * For 24 bits, and for records of four channels that declare their alpha channel, which
+ * keeps the new handle's 255. [Astola, Haavisto and Neuvo, Vector Median Filters, 1990] */
+QUIB_API QuibStatus QuibColorMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
+                                          int32_t nRows, int32_t anchorX, int32_t anchorY);
+
 #ifdef __cplusplus
 }
 #endif

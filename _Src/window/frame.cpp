@@ -18,6 +18,23 @@ struct Frame {
     void* state;
 };
 
+bool overlap(const IplImage* a, const IplImage* b)
+{
+    if (a->tileInfo || b->tileInfo)
+        return a->tileInfo == b->tileInfo;
+    return a->imageData < b->imageData + b->imageSize && b->imageData < a->imageData + a->imageSize;
+}
+
+// Strips would read what their neighbours have overwritten, and tiles again.
+int32_t mostColumns(const IplWindowJob& job)
+{
+    const int32_t width = std::min(job.src->width, job.dst->width);
+    if (job.stripColumns <= 0 || job.src->tileInfo || job.dst->tileInfo ||
+        overlap(job.src, job.dst))
+        return width;
+    return std::min(job.stripColumns, width);
+}
+
 // --- Passes over the rectangle -----------------------------------------------------
 
 // The channels that one pass makes: the source's, and the destination's as
@@ -28,6 +45,7 @@ struct Pass {
     bool split;
     int32_t plane;
     int32_t planes;
+    int32_t wanted;
 };
 
 // The part of a pass over some columns, from column x of the rectangle on.
@@ -59,13 +77,10 @@ IplWindowEnd runPass(const Frame& frame, const Pass& pass)
     const IplImage* dst = frame.job->dst;
     const IplRect& rectangle = frame.rectangle;
     IplResults results({dst, frame.mask, rectangle.width, rectangle.height, pass.channels,
-                        pass.split, pass.plane, pass.planes});
+                        pass.split, pass.plane, pass.planes, pass.wanted});
     if (!results.isReady())
         return IplWindowEnd::noMemory;
-    // Strips would read what their neighbours have overwritten, and tiles again.
-    const bool whole =
-        frame.job->stripColumns <= 0 || frame.inPlace || dst->tileInfo || frame.src->tileInfo;
-    const int32_t most = whole ? rectangle.width : frame.job->stripColumns;
+    const int32_t most = mostColumns(*frame.job);
     for (int32_t x = 0; x < rectangle.width;) {
         const int32_t width = std::min(most, rectangle.width - x);
         const IplWindowEnd end = runStrip(frame, pass, x, width, &results);
@@ -93,11 +108,12 @@ IplWindowEnd runPasses(const Frame& frame)
         // Rows that lie side by side in the image are read there, alpha included.
         const bool all = isInterleaved(frame.src);
         const bool toPlanes = dst->dataOrder == IPL_DATA_ORDER_PLANE;
+        const int32_t wanted = std::min(from.count, to.count);
         return runPass(frame, {all ? 0 : from.first, all ? frame.src->nChannels : from.count, false,
-                               0, toPlanes ? to.count : 1});
+                               0, toPlanes ? wanted : 1, wanted});
     }
     for (int32_t i = 0; i < std::min(from.count, to.count); ++i) {
-        const IplWindowEnd end = runPass(frame, {from.first + i, 1, true, i, 1});
+        const IplWindowEnd end = runPass(frame, {from.first + i, 1, true, i, 1, 1});
         if (end != IplWindowEnd::complete)
             return end;
     }
@@ -105,13 +121,6 @@ IplWindowEnd runPasses(const Frame& frame)
 }
 
 // --- Images with pixels in common --------------------------------------------------
-
-bool overlap(const IplImage* a, const IplImage* b)
-{
-    if (a->tileInfo || b->tileInfo)
-        return a->tileInfo == b->tileInfo;
-    return a->imageData < b->imageData + b->imageSize && b->imageData < a->imageData + a->imageSize;
-}
 
 // Whether each pixel's result goes to the place of that pixel.
 bool areSamePlaces(const IplImage* a, const IplImage* b)
@@ -154,6 +163,11 @@ IplWindowEnd runFrame(Frame* frame)
 }
 
 } // namespace
+
+int64_t ownMostElements(const IplWindowJob& job)
+{
+    return (int64_t{mostColumns(job)} + job.reach.left + job.reach.right) * job.src->nChannels;
+}
 
 IplWindowEnd ownFilterRows(const IplWindowJob& job, bool (*work)(void* state, const IplWindowRow&),
                            void* state)

@@ -5,6 +5,20 @@
 
 #include "_Src/window/neighbours.h"
 
+// A window around a pixel.
+struct IplWindow {
+    int32_t nCols;
+    int32_t nRows;
+    int32_t anchorX; // the pixel's own place in the window
+    int32_t anchorY;
+};
+
+inline IplReach ownReach(const IplWindow& window)
+{
+    return {window.anchorX, window.anchorY, window.nCols - 1 - window.anchorX,
+            window.nRows - 1 - window.anchorY};
+}
+
 // One row of results and the rows that its windows read.
 struct IplWindowRow {
     void* result;               // width * channels elements; a bit is a byte, 0 or 1
@@ -23,6 +37,9 @@ struct IplWindowJob {
     // The most columns to work on at a time; 0: all.
     int32_t stripColumns = 0;
 };
+
+// The most elements that the rows of a call have, with all that their windows read.
+int64_t ownMostElements(const IplWindowJob& job);
 
 enum class IplWindowEnd {
     complete,

@@ -37,6 +37,7 @@ IplTarget IplResults::open(const IplImage* dst, const IplImage* mask, int32_t wi
     ownOpenTarget(dst, mask, width, height, &opened);
     if (shape.split)
         ownSplitChannels(&opened.raster);
+    opened.raster.channels = std::min(opened.raster.channels, shape.wanted);
     return opened;
 }
 

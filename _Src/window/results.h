@@ -16,6 +16,7 @@ struct IplResultShape {
     bool split;
     int32_t plane;
     int32_t planes;
+    int32_t wanted; // how many of the elements side by side are written
 };
 
 // Takes rows one after the other, from the top on, for all columns or for one strip

@@ -1,0 +1,70 @@
+#include "_Src/ipl.h"
+#include "quibtool/filterops.h"
+
+#include <cstring>
+
+using namespace quib;
+
+QuibStatus quib::createForFilter(const IplImage* src, IplImage** out)
+{
+    const uint32_t bitDepth = src->depth * static_cast<uint32_t>(src->nChannels);
+    IplImage* handle = nullptr;
+    if (QuibCreate(src->width, src->height, static_cast<int32_t>(bitDepth), &handle, 0xff000000u))
+        return QUIB_FAILED;
+    // The fill leaves out handles of this depth.
+    if (bitDepth == 24)
+        std::memset(handle->imageData, 0, static_cast<size_t>(handle->imageSize));
+    *out = handle;
+    return QUIB_OK;
+}
+
+namespace
+{
+
+struct WindowArguments {
+    int32_t nCols;
+    int32_t nRows;
+    int32_t anchorX;
+    int32_t anchorY;
+};
+
+using WindowFilter = void (*)(const IplImage* srcImage, IplImage* dstImage, int32_t nCols,
+                              int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+QuibStatus filterWindows(WindowFilter filter, const IplImage* src, IplImage** outHandle,
+                         const WindowArguments& window,
+                         const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()})
+{
+    if (!QuibIsValid(src, site) || !outHandle)
+        return QUIB_BAD_ARGUMENT;
+    if (const QuibStatus status = createForFilter(src, outHandle))
+        return status;
+    filter(src, *outHandle, window.nCols, window.nRows, window.anchorX, window.anchorY);
+    return QUIB_OK;
+}
+
+} // namespace
+
+QuibStatus QuibMaxFilter(const IplImage* src, IplImage** outHandle, int32_t nCols, int32_t nRows,
+                         int32_t anchorX, int32_t anchorY)
+{
+    return filterWindows(iplMaxFilter, src, outHandle, {nCols, nRows, anchorX, anchorY});
+}
+
+QuibStatus QuibMinFilter(const IplImage* src, IplImage** outHandle, int32_t nCols, int32_t nRows,
+                         int32_t anchorX, int32_t anchorY)
+{
+    return filterWindows(iplMinFilter, src, outHandle, {nCols, nRows, anchorX, anchorY});
+}
+
+QuibStatus QuibMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols, int32_t nRows,
+                            int32_t anchorX, int32_t anchorY)
+{
+    return filterWindows(iplMedianFilter, src, outHandle, {nCols, nRows, anchorX, anchorY});
+}
+
+QuibStatus QuibColorMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
+                                 int32_t nRows, int32_t anchorX, int32_t anchorY)
+{
+    return filterWindows(iplColorMedianFilter, src, outHandle, {nCols, nRows, anchorX, anchorY});
+}
