@@ -37,12 +37,12 @@ Quad randomConvex(Random& random, const IplImage* image)
 {
     constexpr double steps[]{1.0, 0.5, 0.0625, 1.0 / 3};
     const double step = steps[random.between(0, 3)];
-    const int32_t far = random.between(0, 9) == 0 ? 400 : 12;
+    const int32_t distant = random.between(0, 9) == 0 ? 400 : 12;
     for (;;) {
         Quad quad{};
         for (auto& corner : quad.at) {
-            corner[0] = randomCoordinate(random, -far, image->width + far, step);
-            corner[1] = randomCoordinate(random, -far, image->height + far, step);
+            corner[0] = randomCoordinate(random, -distant, image->width + distant, step);
+            corner[1] = randomCoordinate(random, -distant, image->height + distant, step);
         }
         if (ownClassifyQuad(quad.at) >= 0)
             return quad;
