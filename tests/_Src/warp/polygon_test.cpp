@@ -106,8 +106,8 @@ TEST(OwnClipPolygon, DropsRepeatedNeighboursButNotTheLastThatRepeatsTheFirst)
 
 TEST(OwnClipPolygon, TakesWhatIsFarAwayOrNotANumber)
 {
-    const Polygon far = clipped({{-1e300, -1e300}, {1e300, -1e300}, {1e300, 1e300}}, 0, 0, 9, 9);
-    for (const Vertex& vertex : far) {
+    const Polygon remote = clipped({{-1e300, -1e300}, {1e300, -1e300}, {1e300, 1e300}}, 0, 0, 9, 9);
+    for (const Vertex& vertex : remote) {
         EXPECT_GE(vertex[0], 0);
         EXPECT_LE(vertex[0], 9);
     }

@@ -134,8 +134,8 @@ TEST(OwnQuadRows, FollowADiamond)
 TEST(OwnQuadRows, AdmitABoundaryWithinTheTolerance)
 {
     const double bit = 1e-15;
-    const Rows near = rowsOf(boxQuad(4 + 2 * bit, 2, 8 - 2 * bit, 4), field, 1);
-    EXPECT_EQ(near.rows, std::vector<Row>(3, Row{4, 8}));
+    const Rows closeBy = rowsOf(boxQuad(4 + 2 * bit, 2, 8 - 2 * bit, 4), field, 1);
+    EXPECT_EQ(closeBy.rows, std::vector<Row>(3, Row{4, 8}));
     const Rows farther = rowsOf(boxQuad(4 + 2e-14, 2, 8 - 2e-14, 4), field, 1);
     EXPECT_EQ(farther.rows, std::vector<Row>(3, Row{5, 7}));
 }

@@ -337,13 +337,13 @@ TEST(Warps, TakeQuadranglesThatAreFarAwayOrNoNumbers)
     for (const uint32_t depth : warpDepths) {
         const Image src = makeImage(9, 9, 1, depth);
         const Image dst = makeImage(9, 9, 1, depth);
-        for (const double far :
+        for (const double distance :
              {1e3, 1e6, 1e9, 1e12, 1e18, 1e30, 1e100, 1e300, infinity, -infinity, notANumber})
             for (int32_t round = 0; round < 40; ++round) {
                 Quad quad = randomConvex(random, dst.get());
                 if (random.coin())
-                    quad = boxQuad(-far, -far, far, far);
-                quad.at[random.between(0, 3)][random.between(0, 1)] = far;
+                    quad = boxQuad(-distance, -distance, distance, distance);
+                quad.at[random.between(0, 3)][random.between(0, 1)] = distance;
                 iplWarpPerspectiveQ(src.get(), dst.get(), quad.at, round & 1,
                                     random.between(0, 2) + 16);
                 double coeffs[3][3]{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
