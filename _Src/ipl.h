@@ -301,6 +301,16 @@ void iplGetConvKernel(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRow
 void iplGetConvKernelChar(const OwnConvKernel* kernel, int32_t* nCols, int32_t* nRows,
                           int32_t* anchorX, int32_t* anchorY, int8_t** values, int32_t* nShiftR);
 void iplDeleteConvKernel(OwnConvKernel* kernel);
+// The sums of taps times the elements under 1 to 10 kernels, each shifted right,
+// combined: their sum (combineMethod 0), the sum of their squares (1) or its square
+// root (2), the largest (3) or the smallest (4); with one kernel another value is 0.
+// Pixels outside the source are made by its border modes, constants clamped to the
+// depth. As many pixels as the images' regions and masks have in common, paired from
+// their corners, in all channels but alpha or in the channels of interest, which
+// both must have or neither; saturated to the depth, which is not float. Sums that
+// need more than 32 bits, and all at 32 bits, are float. May work in place.
+void iplConvolve2D(const IplImage* srcImage, IplImage* dstImage, OwnConvKernel* const* kernel,
+                   int32_t nKernels, int32_t combineMethod);
 
 // --- Window filters (iplnlf) ------------------------------------------------------
 //

@@ -9,6 +9,7 @@
 #include "kernels/compose.h"
 #include "kernels/composite.h"
 #include "kernels/convert.h"
+#include "kernels/convolve.h"
 #include "kernels/mirror.h"
 #include "kernels/pixel.h"
 #include "kernels/rank.h"
@@ -41,6 +42,7 @@ struct Kernels {
     SelectKernels select;
     RankKernels rank;
     MirrorKernels mirror;
+    ConvolveKernels convolve;
     WarpKernels warp;
     ToneKernels tone;
 };

@@ -27,6 +27,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/compose.inl"
 #include "kernels/composite.inl"
 #include "kernels/convert.inl"
+#include "kernels/convolve.inl"
 #include "kernels/mirror.inl"
 #include "kernels/pixel.inl"
 #include "kernels/rank.inl"
@@ -56,6 +57,7 @@ constinit const Kernels table{
     .select = selectKernels,
     .rank = rankKernels,
     .mirror = mirrorKernels,
+    .convolve = convolveKernels,
     .warp = warpKernels,
     .tone = toneKernels,
 };

@@ -1,5 +1,7 @@
 #include "_Src/ipl.h"
-#include "quibtool/handle.h"
+#include "quibtool/filterops.h"
+
+using namespace quib;
 
 namespace
 {
@@ -52,5 +54,16 @@ QuibStatus QuibDeleteConvKernel(OwnConvKernel* kernel)
     if (!kernel)
         return QUIB_BAD_ARGUMENT;
     iplDeleteConvKernel(kernel);
+    return QUIB_OK;
+}
+
+QuibStatus QuibConvolve2D(const IplImage* src, IplImage** outHandle, OwnConvKernel* const* kernels,
+                          int32_t nKernels, int32_t combineMethod)
+{
+    if (!QuibIsValid(src) || !outHandle || !kernels)
+        return QUIB_BAD_ARGUMENT;
+    if (const QuibStatus status = createForFilter(src, outHandle))
+        return status;
+    iplConvolve2D(src, *outHandle, kernels, nKernels, combineMethod);
     return QUIB_OK;
 }

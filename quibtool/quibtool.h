@@ -504,6 +504,29 @@ QUIB_API QuibStatus QuibGetConvKernelChar(const OwnConvKernel* kernel, int32_t* 
 /* Frees a kernel. QUIB_BAD_ARGUMENT for null. */
 QUIB_API QuibStatus QuibDeleteConvKernel(OwnConvKernel* kernel);
 
+/* Stores in *outHandle a new handle of src's size and depth with the convolution of
+ * src by 1 to 10 kernels. Each kernel's sum of taps times elements is shifted right,
+ * rounding down; combineMethod makes one value of them: their sum (0), the sum of
+ * their squares (1) or its square root (2), the largest (3) or the smallest (4). With
+ * one kernel any other value is 0. Values are clamped to the depth's range; on bits,
+ * above 0 is a set bit. All four channels of a 32-bit handle take part.
+ *
+ * Pixels outside src are made by its border modes (BorderMode, BorderConst). With
+ * a region or a mask, the pixels of the region are written from the result's top left
+ * corner on, where the mask has a 1; the others are 0, at 32 bits 0, 0, 0, 255.
+ *
+ * Taps whose sums may pass 32 bits are added up as floats in their stored order, the
+ * last one given first, and multiplied by about 2 to the power -nShiftR, by 0 from 24
+ * on; the result is rounded to nearest.
+ *
+ * QUIB_BAD_ARGUMENT for a bad handle, a null outHandle and null kernels; QUIB_FAILED
+ * for a depth that has no handle. Ends the process for a bad record, another number
+ * of kernels, a null or bad kernel, another method for several kernels, a region that
+ * starts outside src, a declared alpha channel and a channel of interest. */
+QUIB_API QuibStatus QuibConvolve2D(const IplImage* src, IplImage** outHandle,
+                                   OwnConvKernel* const* kernels, int32_t nKernels,
+                                   int32_t combineMethod);
+
 /* ---- Filters ---------------------------------------------------------------- */
 
 /* Each stores in *outHandle a new handle of the size and depth of src whose pixels are
