@@ -72,10 +72,14 @@ void registerRun(const std::string& name, const std::function<void()>& work)
 {
     if (!work)
         return;
-    benchmark::RegisterBenchmark(name.c_str(), [&work](benchmark::State& state) {
+    const auto run = [&work](benchmark::State& state) {
         for (auto _ : state)
             work();
-    })->Unit(benchmark::kNanosecond);
+    };
+    // A peer may work in a thread of its own.
+    benchmark::RegisterBenchmark(name.c_str(), run)
+        ->MeasureProcessCPUTime()
+        ->Unit(benchmark::kNanosecond);
 }
 
 // The three programs of a case run interleaved, so that a slow moment of the
