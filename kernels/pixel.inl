@@ -291,16 +291,6 @@ size_t elementsToAlignment(const T* out, size_t count)
     return (0 - reinterpret_cast<uintptr_t>(out)) % wide / sizeof(T);
 }
 
-// Results that would push each other out of the caches go past them, so that
-// their lines need not be read first. This takes a quarter off a sum of two
-// large pictures, and the next operation loses less than that by reading them.
-template<class T>
-bool isStreamed(const T* out, const T* x, const T* y, size_t count)
-{
-    return count * sizeof(T) >= (size_t{4} << 20) && out != x && out != y &&
-           reinterpret_cast<uintptr_t>(out) % wide == 0;
-}
-
 // Nothing else fetches the sources across the ends of pages.
 void prefetch(const void* address)
 {
@@ -352,7 +342,7 @@ void runVectors(T* out, const T* x, const T* y, size_t count, OfElements ofEleme
     size_t i = elementsToAlignment(out, count);
     for (size_t lead = 0; lead < i; ++lead)
         out[lead] = ofElements(x[lead], y[lead]);
-    i += isStreamed(out + i, x + i, y + i, count - i)
+    i += isStreamed<wide>(out + i, x + i, y + i, (count - i) * sizeof(T))
              ? runWholeVectors<true>(out + i, x + i, y + i, count - i, ofVectors)
              : runWholeVectors<false>(out + i, x + i, y + i, count - i, ofVectors);
     runElements(out + i, x + i, y + i, count - i, ofElements);

@@ -195,6 +195,27 @@ TEST(PairBlend, MayWriteIntoEitherImage)
     });
 }
 
+TEST(PairBlend, GivesThePlainResultInRunsThatGoPastTheCaches)
+{
+    forEachTable(&quib::Kernels::compose, [](const quib::ComposeKernels& kernels) {
+        Random random(7);
+        constexpr size_t count = (size_t{1} << 20) + 123;
+        Pixels over = randomPixels(count, random);
+        Pixels under = randomPixels(count, random);
+        for (size_t i = 100; i < 5000; ++i)
+            over[i * 4 + 3] = i < 2000 ? 0 : i < 4000 ? 255 : over[i * 4 + 3];
+        for (size_t i = 4000; i < 6000; ++i)
+            under[i * 4 + 3] = 255;
+        const Pixels expected = plainBlend(under, over);
+        for (const size_t offset : {size_t{0}, size_t{1}, size_t{4}, size_t{52}}) {
+            const GuardedBuffer target(count * 4 + offset);
+            kernels.pairBlend(target.data() + offset, under.data(), over.data(), count);
+            ASSERT_EQ(Pixels(target.data() + offset, target.data() + target.size()), expected)
+                << offset;
+        }
+    });
+}
+
 // --- By over's alpha alone ------------------------------------------------------
 
 namespace
@@ -279,6 +300,25 @@ TEST(AlphaBlend, MayWriteIntoEitherImage)
             ASSERT_EQ(target, intoUnder);
             row(over.data(), under.data(), over.data(), count);
             ASSERT_EQ(over, intoOver);
+        }
+    });
+}
+
+TEST(AlphaBlend, GivesThePlainResultInRunsThatGoPastTheCaches)
+{
+    forBothRows([](BlendRow row, bool opaque) {
+        Random random(8);
+        constexpr size_t count = (size_t{1} << 20) + 77;
+        const Pixels over = randomPixels(count, random);
+        const Pixels under = randomPixels(count, random);
+        const Pixels before = randomPixels(count, random);
+        for (const size_t offset : {size_t{0}, size_t{1}, size_t{4}}) {
+            const GuardedBuffer target(count * 4 + offset);
+            std::copy(before.begin(), before.end(), target.data() + offset);
+            row(target.data() + offset, under.data(), over.data(), count);
+            ASSERT_EQ(Pixels(target.data() + offset, target.data() + target.size()),
+                      plainByAlpha(before, under, over, opaque))
+                << offset;
         }
     });
 }

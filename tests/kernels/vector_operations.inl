@@ -51,6 +51,7 @@ constexpr VectorOperation anyWidth[] = {
     OPERATION("lookUpInParts", U32, U32, lookUpInParts(a, b & 3)),
     OPERATION("select U8", U8, U8, select(a < b, a, b + 1)),
     OPERATION("select F32", F32, F32, select(a < b, a, b)),
+    OPERATION("withBits U32", U32, U32, withBits(a, b, 0x0A0FF0F0u)),
     OPERATION("smaller U8", U8, U8, smaller(a, b)),
     OPERATION("smaller U16", U16, U16, smaller(a, b)),
     OPERATION("smaller I16", I16, I16, smaller(a, b)),
@@ -104,6 +105,23 @@ constexpr VectorOperation anyWidth[] = {
                     }},
 };
 
+#if defined(QUIB_HAS_AVX2) && defined(__AVX512BW__)
+template<size_t n>
+constexpr VectorOperation ofLongest[] = {
+    OPERATION("spread U8", U8, U8, spread<U8<n>>(a[0])),
+    OPERATION("inGroups 1 0 U32", U32, U8, (inGroups<1, 0>(a))),
+    OPERATION("withBits U32", U32, U32, withBits(a, b, 0x0A0FF0F0u)),
+    OPERATION("isZero", U8, U8,
+              spread<U8<n>>(static_cast<uint8_t>(isZero(a& b) + 2 * isZero(a - a)))),
+    OPERATION("toFloats", I32, U8, toFloats(a)),
+    VectorOperation{"stream", n,
+                    [](uint8_t* out, const uint8_t* a, const uint8_t*) {
+                        stream(out, load<U8<n>>(a));
+                        endStreaming();
+                    }},
+};
+#endif
+
 constexpr size_t n = 16;
 constexpr VectorOperation only16[] = {
     OPERATION("loadHalf", U8, U8, loadHalf<U8<n>>(second)),
@@ -141,6 +159,9 @@ constexpr List list = [] {
     all.add(anyWidth<16>);
 #if defined(QUIB_WIDE_VECTORS)
     all.add(anyWidth<32>);
+#endif
+#if defined(QUIB_HAS_AVX2) && defined(__AVX512BW__)
+    all.add(ofLongest<64>);
 #endif
     return all;
 }();

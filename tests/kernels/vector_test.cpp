@@ -274,6 +274,8 @@ void addChoices(std::map<std::string, PlainForm>& forms)
 {
     forms["select U8"] = {eachLane<uint8_t>(
         [](uint8_t a, uint8_t b) { return a < b ? a : static_cast<uint8_t>(b + 1); })};
+    forms["withBits U32"] = {
+        eachLane<uint32_t>([](uint32_t a, uint32_t b) { return a | (b & 0x0A0FF0F0u); })};
     forms["select F32"] = ofFloats(smallerOnes<float>());
     forms["smaller U8"] = {smallerOnes<uint8_t>()};
     forms["smaller U16"] = {smallerOnes<uint16_t>()};
@@ -378,7 +380,7 @@ const std::map<std::string, PlainForm>& plainForms()
 
 // --- Inputs --------------------------------------------------------------------------
 
-constexpr size_t mostBytes = 32;
+constexpr size_t mostBytes = 64;
 
 struct alignas(64) Block {
     uint8_t bytes[mostBytes];
