@@ -11,3 +11,4 @@ void addCompositeCases();
 void addPixelCases();
 void addPsdCases();
 void addFilterCases();
+void addTurnCases();

@@ -276,6 +276,7 @@ int main(int argc, char** argv)
     addPixelCases();
     addPsdCases();
     addFilterCases();
+    addTurnCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)

@@ -13,6 +13,7 @@
 #include "kernels/mirror.h"
 #include "kernels/pixel.h"
 #include "kernels/rank.h"
+#include "kernels/scan.h"
 #include "kernels/select.h"
 #include "kernels/stretch.h"
 #include "kernels/tone.h"
@@ -45,6 +46,7 @@ struct Kernels {
     ConvolveKernels convolve;
     WarpKernels warp;
     ToneKernels tone;
+    ScanKernels scan;
 };
 
 // The table in use: the best level that this processor has.

@@ -31,6 +31,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/mirror.inl"
 #include "kernels/pixel.inl"
 #include "kernels/rank.inl"
+#include "kernels/scan.inl"
 #include "kernels/select.inl"
 #include "kernels/stretch.inl"
 #include "kernels/tone.inl"
@@ -60,6 +61,7 @@ constinit const Kernels table{
     .convolve = convolveKernels,
     .warp = warpKernels,
     .tone = toneKernels,
+    .scan = scanKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

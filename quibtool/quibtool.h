@@ -21,6 +21,7 @@
 
 #include "../_Src/iplimage.h"
 
+#include <stdbool.h>
 #include <stdint.h>
 
 #if defined(_WIN32)
@@ -379,6 +380,80 @@ QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
  * another width, height or number of bits a pixel; the status of a record's
  * check. */
 QUIB_API QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis);
+
+/* Interpolation of the functions below: IPL_INTER_NN, IPL_INTER_LINEAR or
+ * IPL_INTER_CUBIC, plus IPL_SMOOTH_EDGE for soft edges of the shape where it comes
+ * from a rectangle. Sources below 4 by 4 pixels are at most linear, and bits, and
+ * images of one column or row, nearest.
+ *
+ * Regions limit what is read and written; coordinates are of whole-image pixels.
+ * Images must agree in depth, data order and number of channels, and differ from
+ * one another; a declared alpha channel is left alone. Another interpolation, and
+ * anything else that the engine refuses, ends the process. QUIB_BAD_ARGUMENT for a
+ * bad handle. */
+
+/* Turns src by `angle` degrees, counter-clockwise, about (xCenter, yCenter) into
+ * dst, an existing handle. What leaves dst is lost, and what is not covered keeps
+ * its pixels. By 90, 180 and 270 degrees pixels are moved as they are, whatever
+ * `interpolate` is. The status of a record's check. */
+QUIB_API QuibStatus QuibRotate(IplImage* src, IplImage* dst, double angle, int32_t xCenter,
+                               int32_t yCenter, int32_t interpolate);
+
+/* The next three make a new 32-bit handle, filled with 0, of the size of what the
+ * source's region becomes, in whole pixels plus one. What *dst held is not freed.
+ * The source must be a 32-bit handle; of any other, or where no handle can be made,
+ * the process ends. */
+
+/* Turns src by `angle` degrees about the horizontal axis (axis 1), the vertical one
+ * (2) or in the picture's plane (3), linear, without perspective; a negative cosine
+ * mirrors. Another axis changes nothing. An angle whose whole part is a multiple of
+ * 90, 0 included, gains one degree. */
+QUIB_API QuibStatus QUIBRotate3D(double angle, IplImage* src, IplImage** dst, int32_t axis);
+
+/* Takes pixel (x, y) of src to (c0 x + c1 y + c2, c3 x + c4 y + c5), the
+ * coefficients two rows of three. What comes to lie at negative coordinates is
+ * lost. Of `interpolate` the low byte counts. */
+QUIB_API QuibStatus QUIBWarpAffine(IplImage* src, IplImage** dst, const double (*coeffs)[3],
+                                   int32_t interpolate);
+
+/* The same over c6 x + c7 y + c8, of three rows. With warpFlag 1 the coefficients
+ * take pixels of *dst to places of src; the size is that of the other direction
+ * all the same. */
+QUIB_API QuibStatus QUIBWarpPerspective(IplImage* src, IplImage** dst, const double (*coeffs)[3],
+                                        int32_t warpFlag, int32_t interpolate);
+
+/* Warps src's region onto a quadrangle of *dst, the images of its corners (left,
+ * top), (right, top), (right, bottom) and (left, bottom) as x and y; with warpFlag,
+ * the quadrangle of src onto the region of *dst. An existing *dst is written, a null
+ * one made first: of the size and depth of src. A quadrangle that is concave or
+ * nearly so, and any where the engine's warp has ever faulted, is drawn by
+ * scanlines: the whole of src onto the quadrangle, nearest, in words of 32 bits,
+ * whatever warpFlag and `interpolate` are. A quadrangle of one column or row leaves
+ * the pixels alone. QUIB_BAD_ARGUMENT for a *dst that could not be made or has no
+ * pixels. */
+QUIB_API QuibStatus QUIBWarpPerspectiveQ(IplImage* src, IplImage** dst, const double (*quad)[2],
+                                         int32_t interpolate, bool warpFlag);
+
+#ifdef __cplusplus
+/* The same by the engine alone. A null *dst gets a 32-bit handle of the size of the
+ * quadrangle's box. QUIB_BAD_ARGUMENT for a concave quadrangle. */
+extern "C++" QUIB_API QuibStatus QUIBWarpPerspectiveQ_(IplImage* src, IplImage** dst,
+                                                       const double (*const quad)[2],
+                                                       int interpolate, bool warpFlag);
+#endif
+
+/* Stores in `quad` where the coefficients take the corners of src's region: (left,
+ * top), (right, top), (right, bottom), (left, bottom), the last column and row
+ * included. A corner on the transform's horizon gives infinities, or no numbers. */
+QUIB_API QuibStatus QUIBGetPerspectiveQuad(const IplImage* src, const double (*coeffs)[3],
+                                           double (*quad)[2]);
+
+/* Stores in `coeffs` the three rows of coefficients that take the corners of src's
+ * region to those of `quad` (P. Heckbert, "Fundamentals of Texture Mapping and Image
+ * Warping", 1989). A quadrangle that is not convex, and a region of one column or
+ * row, end the process. */
+QUIB_API QuibStatus QUIBPerspectiveTransform(const IplImage* src, double (*coeffs)[3],
+                                             const double (*quad)[2]);
 
 /* ---- Tone ---------------------------------------------------------------- */
 

@@ -124,6 +124,33 @@ TEST(LoadedLibrary, MakesFillsCopiesAndFreesAHandle)
     EXPECT_EQ(handle, nullptr);
 }
 
+TEST(LoadedLibrary, WarpsUnderADecoratedName)
+{
+    // The one exported name that has this one inside.
+    const char* name = "";
+    for (const char* exported : exportedNames)
+        if (strstr(exported, "QUIBWarpPerspectiveQ_"))
+            name = exported;
+    EXPECT_STRNE(name, "QUIBWarpPerspectiveQ_");
+    const Library library;
+    auto* warp = library.get<decltype(QUIBWarpPerspectiveQ_)>(name);
+    ASSERT_NE(warp, nullptr) << name;
+
+    IplImage* src = nullptr;
+    ASSERT_EQ(EXPORTED(QuibCreate)(20, 10, 32, &src, 0xFF102030u), QUIB_OK);
+    const double quad[4][2] = {{0, 0}, {30, 0}, {30, 20}, {0, 20}};
+    IplImage* dst = nullptr;
+    EXPECT_EQ(warp(src, &dst, quad, 0, false), QUIB_OK);
+    ASSERT_NE(dst, nullptr);
+    EXPECT_EQ(dst->width, 30);
+    EXPECT_EQ(dst->height, 20);
+    uint32_t pixel = 0;
+    memcpy(&pixel, dst->imageData + 10 * dst->widthStep + 15 * 4, 4);
+    EXPECT_EQ(pixel, 0xFF102030u);
+    EXPECT_EQ(EXPORTED(QuibFree)(&src), QUIB_OK);
+    EXPECT_EQ(EXPORTED(QuibFree)(&dst), QUIB_OK);
+}
+
 TEST(LoadedLibrary, RefusesBadHandles)
 {
     const Library library;

@@ -114,3 +114,101 @@ TEST(QuibFlip, EndsTheProcessForAnotherAxis)
     const ReportsReturn back;
     EXPECT_EQ(QuibFlip(image.get(), image.get(), 2), QUIB_OK);
 }
+
+// --- QuibRotate --------------------------------------------------------------------------
+
+TEST(QuibRotate, RefusesBadHandles)
+{
+    const Image good = makeHandle(4, 4, 32);
+    const Image empty = makeHandle(4, 4, 32);
+    iplDeallocateImage(empty.get());
+    EXPECT_BAD_HANDLE(QuibRotate(nullptr, good.get(), 90, 0, 0, 0));
+    EXPECT_BAD_HANDLE(QuibRotate(good.get(), nullptr, 90, 0, 0, 0));
+    EXPECT_BAD_HANDLE(QuibRotate(empty.get(), good.get(), 90, 0, 0, 0));
+    EXPECT_BAD_HANDLE(QuibRotate(good.get(), empty.get(), 90, 0, 0, 0));
+}
+
+TEST(QuibRotate, ReturnsTheStatusOfARecordsCheck)
+{
+    const CleanStatus clean;
+    const Image good = makeHandle(4, 4, 32);
+    const Image bad = makeHandle(4, 4, 32);
+    bad->align = 3;
+    EXPECT_EQ(QuibRotate(good.get(), bad.get(), 90, 0, 0, 0), -21);
+    const Image wrapped = wrappedHandle();
+    EXPECT_EQ(QuibRotate(wrapped.get(), bad.get(), 90, 0, 0, 0), badSize);
+}
+
+TEST(QuibRotate, MovesPixelsByRightAnglesAboutTheCentre)
+{
+    // A pixel (x, y) from the centre goes to (y, -x), counter-clockwise as it is
+    // seen, whatever the interpolation is.
+    Random random(5);
+    for (const int32_t bitDepth : depths) {
+        for (const int32_t turns : {1, 2, 3, 5, -1, -2}) {
+            const Image src = makeRandomHandle(21, 13, bitDepth, random);
+            const Image dst = makeRandomHandle(19, 17, bitDepth, random);
+            const Image expected = makeHandle(19, 17, bitDepth);
+            std::memcpy(expected->imageData, dst->imageData, static_cast<size_t>(dst->imageSize));
+            const int32_t xCenter = 8;
+            const int32_t yCenter = 6;
+            for (int32_t y = 0; y < 13; ++y) {
+                for (int32_t x = 0; x < 21; ++x) {
+                    int32_t dx = x - xCenter;
+                    int32_t dy = y - yCenter;
+                    for (int32_t turn = (turns + 4) % 4; turn > 0; --turn) {
+                        const int32_t before = dx;
+                        dx = dy;
+                        dy = -before;
+                    }
+                    const int32_t toX = xCenter + dx;
+                    const int32_t toY = yCenter + dy;
+                    for (int32_t c = 0; c < src->nChannels; ++c)
+                        if (toX >= 0 && toX < 19 && toY >= 0 && toY < 17)
+                            putElement(expected.get(), toX, toY, c, element(src.get(), x, y, c));
+                }
+            }
+            EXPECT_EQ(QuibRotate(src.get(), dst.get(), 90.0 * turns, xCenter, yCenter, 99),
+                      QUIB_OK);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get())) << bitDepth << ", " << turns;
+        }
+    }
+}
+
+TEST(QuibRotate, TurnsByTheEngineAboutTheCentre)
+{
+    Random random(6);
+    const Image src = makeRandomHandle(40, 30, 32, random);
+    for (const double angle : {0.0, 17.0, -33.3, 91.0, 400.0}) {
+        for (const int32_t interpolate : {0, 1, 2, 17}) {
+            const Image expected = makeHandle(40, 30, 32);
+            double xShift = 0;
+            double yShift = 0;
+            iplGetRotateShift(20, 15, angle, &xShift, &yShift);
+            iplRotate(src.get(), expected.get(), angle, xShift, yShift, interpolate);
+            const Image dst = makeHandle(40, 30, 32);
+            EXPECT_EQ(QuibRotate(src.get(), dst.get(), angle, 20, 15, interpolate), QUIB_OK);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get())) << angle;
+        }
+    }
+}
+
+TEST(QuibRotate, TurnsByNoneThroughTheGeneralWarp)
+{
+    Random random(7);
+    const Image src = makeRandomHandle(9, 7, 32, random);
+    const Image dst = makeHandle(9, 7, 32);
+    EXPECT_EQ(QuibRotate(src.get(), dst.get(), 0, 3, 3, 1), QUIB_OK);
+    EXPECT_EQ(bytesOf(dst.get()), bytesOf(src.get()));
+    EXPECT_REPORT(QuibRotate(src.get(), dst.get(), 0, 3, 3, 3), -5, "iplWarpAffine",
+                  "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && "
+                  "interpolate != IPL_INTER_CUBIC",
+                  "iplwarp");
+}
+
+TEST(QuibRotate, EndsTheProcessInPlace)
+{
+    const Image image = makeHandle(4, 4, 32);
+    EXPECT_REPORT(QuibRotate(image.get(), image.get(), 90, 1, 1, 0), -5, "iplRotate",
+                  "This function is not in-place function", "iplwarp");
+}
