@@ -311,6 +311,14 @@ void iplDeleteConvKernel(OwnConvKernel* kernel);
 // need more than 32 bits, and all at 32 bits, are float. May work in place.
 void iplConvolve2D(const IplImage* srcImage, IplImage* dstImage, OwnConvKernel* const* kernel,
                    int32_t nKernels, int32_t combineMethod);
+// Convolution by a kernel of one row of two taps or more, and then by one of one
+// column; either may be null. Each pass is shifted and saturated by itself, as
+// iplConvolve2D does it; the first takes in the rows above and below that the second
+// needs. Of border constants the low bits count. The images agree in depth, which is
+// not float, in order, origin, channels and alpha. Not in place. Clears an earlier
+// failure's status.
+void iplConvolveSep2D(const IplImage* srcImage, IplImage* dstImage, const OwnConvKernel* xKernel,
+                      const OwnConvKernel* yKernel);
 
 // --- Window filters (iplnlf) ------------------------------------------------------
 //

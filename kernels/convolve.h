@@ -8,8 +8,7 @@
 namespace quib
 {
 
-// Types of elements, the indices of the functions below. The type of a result is
-// given first.
+// The types of elements, by which functions are chosen below.
 enum ConvolveElement : size_t {
     convolveU8,
     convolveS8,

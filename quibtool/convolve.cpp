@@ -67,3 +67,14 @@ QuibStatus QuibConvolve2D(const IplImage* src, IplImage** outHandle, OwnConvKern
     iplConvolve2D(src, *outHandle, kernels, nKernels, combineMethod);
     return QUIB_OK;
 }
+
+QuibStatus QuibConvolveSep2D(const IplImage* src, IplImage** outHandle,
+                             const OwnConvKernel* xKernel, const OwnConvKernel* yKernel)
+{
+    if (!QuibIsValid(src) || !outHandle || !xKernel || !yKernel)
+        return QUIB_BAD_ARGUMENT;
+    if (const QuibStatus status = createForFilter(src, outHandle))
+        return status;
+    iplConvolveSep2D(src, *outHandle, xKernel, yKernel);
+    return QUIB_OK;
+}

@@ -602,6 +602,15 @@ QUIB_API QuibStatus QuibConvolve2D(const IplImage* src, IplImage** outHandle,
                                    OwnConvKernel* const* kernels, int32_t nKernels,
                                    int32_t combineMethod);
 
+/* The same by xKernel, a row of two taps or more, and then by yKernel, a column: two
+ * passes, each shifted and clamped by itself. Rows above and below src are made by its
+ * border modes and go through the first pass too; of a border constant the low bits
+ * count. QUIB_BAD_ARGUMENT also for a null kernel. Ends the process for kernels of
+ * another shape, for a record whose first row is the bottom one, and for a channel of
+ * interest or an alpha channel. */
+QUIB_API QuibStatus QuibConvolveSep2D(const IplImage* src, IplImage** outHandle,
+                                      const OwnConvKernel* xKernel, const OwnConvKernel* yKernel);
+
 /* ---- Filters ---------------------------------------------------------------- */
 
 /* Each stores in *outHandle a new handle of the size and depth of src whose pixels are

@@ -185,3 +185,49 @@ TEST(QuibConvolve2D, EndsTheProcessForAnEngineRefusal)
     EXPECT_REPORT(QuibConvolve2D(src.get(), &out, &handle, 1, 0), -5, "iplConvolve2D",
                   "One of the COI is not defined", "iplcnv2d");
 }
+
+TEST(QuibConvolveSep2D, TakesARowAndThenAColumn)
+{
+    const ConvKernel x = makeConvKernel(3, 1, 1, 0, {1, 2, 1}, 0);
+    const ConvKernel y = makeConvKernel(1, 3, 0, 1, {1, 2, 1}, 2);
+    for (const int32_t bitDepth : {8, 24, 32}) {
+        const Image src = makeHandle(5, 5, bitDepth);
+        for (int32_t c = 0; c < src->nChannels; ++c)
+            putElement(src.get(), 2, 2, c, 8 + c);
+        IplImage* out = nullptr;
+        ASSERT_EQ(QuibConvolveSep2D(src.get(), &out, x.get(), y.get()), QUIB_OK);
+        const Image owner(out);
+        for (int32_t c = 0; c < src->nChannels; ++c) {
+            EXPECT_EQ(element(out, 2, 2, c), 8 + c);
+            EXPECT_EQ(element(out, 1, 2, c), (8 + c) / 2);
+            EXPECT_EQ(element(out, 3, 1, c), (8 + c) / 4);
+            EXPECT_EQ(element(out, 4, 2, c), 0);
+        }
+    }
+}
+
+TEST(QuibConvolveSep2D, RefusesBadArguments)
+{
+    const Image src = makeHandle(3, 3, 8);
+    const ConvKernel kernel = makeConvKernel(2, 1, 0, 0, {1, 1}, 0);
+    IplImage* out = nullptr;
+    EXPECT_BAD_HANDLE(QuibConvolveSep2D(nullptr, &out, kernel.get(), kernel.get()));
+    EXPECT_EQ(QuibConvolveSep2D(src.get(), nullptr, kernel.get(), kernel.get()), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(QuibConvolveSep2D(src.get(), &out, nullptr, kernel.get()), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(QuibConvolveSep2D(src.get(), &out, kernel.get(), nullptr), QUIB_BAD_ARGUMENT);
+    const Image deep = makeImage(3, 3, 1, IPL_DEPTH_16U);
+    EXPECT_EQ(QuibConvolveSep2D(deep.get(), &out, kernel.get(), kernel.get()), QUIB_FAILED);
+    EXPECT_EQ(out, nullptr);
+}
+
+TEST(QuibConvolveSep2D, EndsTheProcessForAnEngineRefusal)
+{
+    const Image src = makeHandle(3, 3, 24);
+    const ConvKernel row = makeConvKernel(2, 1, 0, 0, {1, 1}, 0);
+    IplImage* out = nullptr;
+    EXPECT_REPORT(QuibConvolveSep2D(src.get(), &out, row.get(), row.get()), -5, "iplConvolveSep2D",
+                  "Invalid kernal size", "owncsep2");
+    src->origin = IPL_ORIGIN_BL;
+    EXPECT_REPORT(QuibConvolveSep2D(src.get(), &out, row.get(), row.get()), -5, "iplConvolveSep2D",
+                  "SRC and DST orign are different", "owncsep2");
+}
