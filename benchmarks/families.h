@@ -12,3 +12,4 @@ void addPixelCases();
 void addPsdCases();
 void addFilterCases();
 void addTurnCases();
+void addConvolveCases();

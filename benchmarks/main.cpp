@@ -277,6 +277,7 @@ int main(int argc, char** argv)
     addPsdCases();
     addFilterCases();
     addTurnCases();
+    addConvolveCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)
