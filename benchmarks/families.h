@@ -4,7 +4,7 @@
 void addBlockCases();
 void addStretchCases();
 void addConvertCases();
-void addComposeCases();
+void addLayerCases();
 void addBlitCases();
 void addZoomCases();
 void addCompositeCases();

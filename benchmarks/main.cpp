@@ -269,7 +269,7 @@ int main(int argc, char** argv)
     addBlockCases();
     addStretchCases();
     addConvertCases();
-    addComposeCases();
+    addLayerCases();
     addBlitCases();
     addZoomCases();
     addCompositeCases();

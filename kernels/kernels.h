@@ -6,10 +6,10 @@
 #include "kernels/area.h"
 #include "kernels/bits.h"
 #include "kernels/block.h"
-#include "kernels/compose.h"
 #include "kernels/composite.h"
 #include "kernels/convert.h"
 #include "kernels/convolve.h"
+#include "kernels/layers.h"
 #include "kernels/mirror.h"
 #include "kernels/pixel.h"
 #include "kernels/rank.h"
@@ -32,7 +32,7 @@ struct Kernels {
     const char* levelName;
     BlockKernels block;
     AlphaKernels alpha;
-    ComposeKernels compose;
+    LayerKernels layers;
     ConvertKernels convert;
     ZoomKernels zoom;
     AreaKernels area;

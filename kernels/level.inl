@@ -24,10 +24,10 @@ namespace quib::QUIB_LEVEL
 #include "kernels/area.inl"
 #include "kernels/bits.inl"
 #include "kernels/block.inl"
-#include "kernels/compose.inl"
 #include "kernels/composite.inl"
 #include "kernels/convert.inl"
 #include "kernels/convolve.inl"
+#include "kernels/layers.inl"
 #include "kernels/mirror.inl"
 #include "kernels/pixel.inl"
 #include "kernels/rank.inl"
@@ -47,7 +47,7 @@ constinit const Kernels table{
     .levelName = QUIB_LEVEL_NAME(QUIB_LEVEL),
     .block = blockKernels,
     .alpha = alphaKernels,
-    .compose = composeKernels,
+    .layers = layerKernels,
     .convert = convertKernels,
     .zoom = zoomKernels,
     .area = areaKernels,

@@ -12,7 +12,7 @@ namespace
 // By over's alpha alone. A processor without MMX leaves the target's alpha.
 void composeRowByAlpha(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count)
 {
-    const quib::ComposeKernels& kernels = quib::kernels().compose;
+    const quib::LayerKernels& kernels = quib::kernels().layers;
     (quibHasMMX ? kernels.alphaBlend : kernels.colourBlend)(target, under, over, count);
 }
 

@@ -1,6 +1,8 @@
 #include "_Src/ipl.h"
 #include "quibtool/handle.h"
 
+using namespace quib;
+
 QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis)
 {
     if (!QuibIsValid(src))

@@ -49,11 +49,3 @@ bool ownClipRect(QuibRect* rect, int32_t width, int32_t height);
 size_t ownBlockBytes(const IplImage* handle);
 
 } // namespace quib
-
-// Named without the namespace where calls come in.
-using quib::ownBlockBytes;
-using quib::ownClipRect;
-using quib::ownCreateRecord;
-using quib::ownGetInfo;
-using quib::ownIsHandleDepth;
-using quib::ownLockData;

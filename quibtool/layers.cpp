@@ -39,7 +39,7 @@ bool is32Bit(const QuibInfo& info)
 
 void ComposeRowOver(uint8_t* target, const uint8_t* under, const uint8_t* over, size_t count)
 {
-    quib::kernels().compose.pairBlend(target, under, over, count);
+    quib::kernels().layers.pairBlend(target, under, over, count);
 }
 
 QuibStatus quib::ownCheckLayers(const IplImage* over, const IplImage* under)

@@ -5,6 +5,8 @@
 #include "quibtool/handle.h"
 #include "zxdll/zxdll.h"
 
+using namespace quib;
+
 namespace
 {
 

@@ -35,7 +35,3 @@ QuibStatus ownRunPairOnClone(void (*operation)(const IplImage* srcA, const IplIm
                              const QuibCallSite& site = {__builtin_FILE(), __builtin_LINE()});
 
 } // namespace quib
-
-using quib::ownCloneForOperation;
-using quib::ownRunOnClone;
-using quib::ownRunPairOnClone;

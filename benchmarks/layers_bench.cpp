@@ -129,7 +129,7 @@ void addByAlpha(const std::string& name, const Pixels& over, const Pixels& under
 
 } // namespace
 
-void addComposeCases()
+void addLayerCases()
 {
     static const Pixels over(width, height, 32);
     static const Pixels soft(width, height, 32);
@@ -165,5 +165,5 @@ void addComposeCases()
              .floor = {}});
 }
 #else
-void addComposeCases() {}
+void addLayerCases() {}
 #endif

@@ -7,7 +7,7 @@
 namespace quib
 {
 
-struct ComposeKernels {
+struct LayerKernels {
     // Lays `count` pixels of `over` on those of `under` (Porter and Duff 1984,
     // "over", colours not premultiplied). A pixel's colour weight w and its
     // alpha are those of pairBlendTable at [over alpha][under alpha], and each

@@ -2,7 +2,7 @@
 // fit in the first cache, and gathers are slow.
 namespace
 {
-namespace compose
+namespace layers
 {
 
 // So much is computed for each pixel that the longest vectors pay.
@@ -264,12 +264,12 @@ void colourBlendRow(uint8_t* target, const uint8_t* under, const uint8_t* over, 
     blendGroups<ColourBlend, false>(target, under, over, count * 4);
 }
 
-} // namespace compose
+} // namespace layers
 
-constexpr ComposeKernels composeKernels{
-    .pairBlend = compose::blendRow<compose::PairBlend>,
-    .alphaBlend = compose::blendRow<compose::AlphaBlend>,
-    .colourBlend = compose::colourBlendRow,
+constexpr LayerKernels layerKernels{
+    .pairBlend = layers::blendRow<layers::PairBlend>,
+    .alphaBlend = layers::blendRow<layers::AlphaBlend>,
+    .colourBlend = layers::colourBlendRow,
 };
 
 } // namespace
