@@ -424,7 +424,8 @@ void iplMirror(IplImage* srcImage, IplImage* dstImage, int32_t flipAxis)
     if (!mayMirror(srcImage, dstImage, flipAxis))
         return;
     MirrorPair pair{srcImage, dstImage, dstImage->maskROI, {flipAxis != 1, flipAxis != 0}, 0, 0};
-    if (!commonExtent(&pair))
+    // Images that are nothing but alpha have nothing to move.
+    if (!commonExtent(&pair) || ownChosenChannels(srcImage).count < 1)
         return;
     IplImage* const made = srcImage->maskROI ? createMask(pair) : nullptr;
     if (srcImage->maskROI) {

@@ -114,7 +114,8 @@ void ownMoveRightAngle(const IplImage* src, const IplCorners& from, const IplIma
                        const IplCorners& to, int32_t quarters, int64_t xShift, int64_t yShift)
 {
     Move move{};
-    if (!ownRegionStart(src, &move.src) || !ownRegionStart(dst, &move.dst))
+    if (!ownRegionStart(src, &move.src) || !ownRegionStart(dst, &move.dst) ||
+        ownChosenChannels(dst).count < 1)
         return;
     const Range xTo = quarters == 1   ? Range{xShift + from.y1, xShift + from.y2}
                       : quarters == 2 ? Range{xShift - from.x2, xShift - from.x1}

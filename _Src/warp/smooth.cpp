@@ -92,7 +92,10 @@ void smoothEdge(const Image& image, const Edge& edge)
     const int32_t first = held(std::ceil(std::min(ends[0], ends[1])), edge.along);
     const int32_t last = held(std::floor(std::max(ends[0], ends[1])), edge.along);
     for (int32_t i = first; i <= last; ++i) {
-        const double p = edge.across(i);
+        // Rounding may leave it an ulp outside the rectangle, where both neighbours
+        // would be one pixel, without weight.
+        const double p = std::clamp(edge.across(i), static_cast<double>(low[other]),
+                                    static_cast<double>(high[other]));
         const int32_t floor = held(std::floor(p), other);
         const int32_t ceiling = held(std::ceil(p), other);
         const int32_t a = lower ? floor : ceiling;

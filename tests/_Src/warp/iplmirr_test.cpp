@@ -251,6 +251,24 @@ TEST(IplMirror, DoesNothingForAlphaAlone)
 
 // --- Random images -----------------------------------------------------------------------------
 
+TEST(IplMirror, DoesNothingForTheRegionOfAlphaAloneInAnyOrders)
+{
+    for (const uint32_t depth : {IPL_DEPTH_8U, IPL_DEPTH_16U, IPL_DEPTH_32F}) {
+        for (int32_t orders = 0; orders < 4; ++orders) {
+            const Image src = makeImage(2, 2, 1, depth, orders & 1);
+            const Image dst = makeImage(2, 2, 1, depth, orders >> 1);
+            src->alphaChannel = dst->alphaChannel = 1;
+            src->roi = iplCreateROI(0, 0, 0, 2, 2);
+            dst->roi = iplCreateROI(0, 0, 0, 2, 2);
+            putElement(src.get(), 0, 0, 0, 7);
+            const std::vector<uint8_t> before = bytesOf(dst.get());
+            for (const int32_t axis : axes)
+                iplMirror(src.get(), dst.get(), axis);
+            EXPECT_EQ(bytesOf(dst.get()), before) << orders;
+        }
+    }
+}
+
 TEST(IplMirror, GivesThePlainResultForRandomImages)
 {
     forEachLevel([] {

@@ -50,6 +50,20 @@ constexpr const char* channelsText = "Number of processed channels of srcImage !
 
 } // namespace
 
+TEST(IplRotateRightAngle, MovesNoBitsOfAlphaAlone)
+{
+    const Image src = makeImage(2, 2, 1, IPL_DEPTH_1U);
+    const Image dst = makeImage(2, 2, 1, IPL_DEPTH_1U);
+    iplSet(src.get(), 1);
+    iplSet(dst.get(), 0);
+    src->alphaChannel = dst->alphaChannel = 1;
+    src->roi = iplCreateROI(0, 0, 0, 2, 2);
+    dst->roi = iplCreateROI(0, 0, 0, 2, 2);
+    const std::vector<uint8_t> before = bytesOf(dst.get());
+    iplRotate(src.get(), dst.get(), 90.0, 0.0, 1.0, IPL_INTER_NN);
+    EXPECT_EQ(bytesOf(dst.get()), before);
+}
+
 TEST(IplRotateRightAngle, MovesEveryPixelToItsPlace)
 {
     forEachLevel([] {

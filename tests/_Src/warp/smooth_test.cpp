@@ -126,6 +126,18 @@ TEST(OwnSmoothQuadEdges, MixesTheProcessedChannelsAlone)
     EXPECT_EQ(element(image.get(), 1, 1, 3), 100);
 }
 
+TEST(OwnSmoothQuadEdges, KeepsThePixelUnderAnEdgeThatRoundingMovesOutside)
+{
+    const Image src = makeImage(40, 30, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(40, 30, 1, IPL_DEPTH_8U);
+    iplSet(src.get(), 200);
+    iplSet(dst.get(), 100);
+    iplRotate(src.get(), dst.get(), 10.0, 0.0, 0.0, IPL_INTER_LINEAR | IPL_SMOOTH_EDGE);
+    for (int32_t y = 0; y < dst->height; ++y)
+        for (int32_t x = 0; x < dst->width; ++x)
+            EXPECT_GE(element(dst.get(), x, y, 0), 100) << x << ' ' << y;
+}
+
 TEST(OwnSmoothQuadEdges, StaysInTheRectangleForRandomQuadrangles)
 {
     Random random(2);
