@@ -286,6 +286,24 @@ void iplRotate(IplImage* src, IplImage* dst, double angle, double xShift, double
 // images may be one, if it has no mask; they need not agree in data order.
 void iplMirror(IplImage* srcImage, IplImage* dstImage, int32_t flipAxis);
 
+// --- Gray (iplcolor, iplbitnl) -----------------------------------------------------
+
+// Writes the grays of src's colours, as many pixels as both hold, whatever their
+// regions: 18 blue + 183 green + 54 red over 256 of unsigned 8-bit and 16-bit
+// channels, which leaves white one below the top, and 37, 366 and 109 over 512 of
+// signed 32-bit ones. The source's model is RGB in the sequence RGB or BGR, more
+// channels being left out; dst has one channel, or planes of which the first is
+// written, of 16, 8 or 1 unsigned bits. 8-bit sums go to 16 bits as they are, and a
+// bit is 1 above the middle of the range. Both must agree in their origin.
+void iplColorToGray(const IplImage* src, IplImage* dst);
+
+// Stores OneScale for each 1 and ZeroScale for each 0 of a 1-bit image, in all
+// channels of dst but alpha, whatever the regions. Both must be of one size; the
+// values must fit dst's depth, which is neither float nor 1 bit. Rows of images of
+// different origins change places, so that the picture keeps its top.
+void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t ZeroScale,
+                      int32_t OneScale);
+
 // --- Convolution (iplcnv2d, iplCSep2) --------------------------------------------
 
 // A kernel of nCols x nRows taps, row by row, the anchor inside; null after a

@@ -10,6 +10,7 @@
 #include "kernels/convert.h"
 #include "kernels/convolve.h"
 #include "kernels/layers.h"
+#include "kernels/gray.h"
 #include "kernels/mirror.h"
 #include "kernels/pixel.h"
 #include "kernels/rank.h"
@@ -47,6 +48,7 @@ struct Kernels {
     WarpKernels warp;
     ToneKernels tone;
     ScanKernels scan;
+    GrayKernels gray;
 };
 
 // The table in use: the best level that this processor has.

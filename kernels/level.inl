@@ -28,6 +28,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/convert.inl"
 #include "kernels/convolve.inl"
 #include "kernels/layers.inl"
+#include "kernels/gray.inl"
 #include "kernels/mirror.inl"
 #include "kernels/pixel.inl"
 #include "kernels/rank.inl"
@@ -62,6 +63,7 @@ constinit const Kernels table{
     .warp = warpKernels,
     .tone = toneKernels,
     .scan = scanKernels,
+    .gray = grayKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

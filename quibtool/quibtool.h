@@ -485,6 +485,28 @@ QUIB_API QuibStatus QuibBrightnessAndContrast(IplImage* src, IplImage** dst, int
 QUIB_API QuibStatus QuibHueAndSaturation(IplImage* src, IplImage** dst, int32_t hue,
                                          int32_t saturation);
 
+/* ---- Gray ---------------------------------------------------------------- */
+
+#ifdef __cplusplus
+/* Converts nothing: 0 if both handles have one width and one height. QUIB_BAD_ARGUMENT
+ * for a bad handle and for different sizes. */
+extern "C++" QUIB_API QuibStatus QuibColorConversion(IplImage* a, IplImage* b);
+#endif
+
+/* Both store a new 8-bit handle of src's size in *dst, whatever that held.
+ * QUIB_BAD_ARGUMENT for a bad handle and a null dst. */
+
+/* Gray from the colours of a 24-bit or 32-bit handle: (18 B + 183 G + 54 R) / 256,
+ * rounded down, so that white becomes 254. Any other handle, and a record whose
+ * bottom row comes first, ends the process. */
+QUIB_API QuibStatus QuibColorToGray(IplImage* src, IplImage** dst);
+
+/* oneScale for each 1 of a 1-bit handle and zeroScale for each 0, the row that is
+ * shown at the top first. Another handle, and values that are not 0 to 255, end
+ * the process. */
+QUIB_API QuibStatus QuibBitonalToGray(IplImage* src, IplImage** dst, int32_t zeroScale,
+                                      int32_t oneScale);
+
 /* ---- Pixel operations ----------------------------------------------------- */
 
 /* Each stores in *outHandle a clone of its first handle in which the pixels of
