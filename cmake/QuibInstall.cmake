@@ -8,6 +8,7 @@ install(FILES quibtool/quibtool.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTo
 install(FILES _Src/iplimage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/_Src)
 if(NOT WIN32)
   install(FILES platform/platform.h platform/types.h platform/memory.h platform/gdi.h
+    platform/ddraw.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/platform)
 endif()
 

@@ -507,6 +507,24 @@ QUIB_API QuibStatus QuibColorToGray(IplImage* src, IplImage** dst);
 QUIB_API QuibStatus QuibBitonalToGray(IplImage* src, IplImage** dst, int32_t zeroScale,
                                       int32_t oneScale);
 
+/* ---- Fields of video frames ----------------------------------------------- */
+
+/* Copies whole rows, padding included; row 0 is the first of the pixel block. */
+
+/* Overwrites each even row by the odd one below it (mode 0), or each odd row by the
+ * even one above it (1); a last row without a partner stays. Modes 2 and 3 do the
+ * same to an IDirectDrawSurface, which is locked meanwhile. Any other mode: 0,
+ * whatever the target is. QUIB_BAD_ARGUMENT for a bad handle, for a null surface and
+ * for one that does not lock. */
+QUIB_API QuibStatus QuibInterlace(void* target, uint32_t mode);
+
+/* Writes the even rows of `even` and the odd rows of `odd` to *dst, which is made
+ * first, of the size and depth of `even`, if it is null; it may be either. The
+ * widthStep of `even` counts for all three, and what lies outside a block is left
+ * out. QUIB_BAD_ARGUMENT for a bad handle and a null dst; the status of a failed
+ * QuibCreate0. */
+QUIB_API QuibStatus QuibUnInterlace(IplImage* even, IplImage* odd, IplImage** dst);
+
 /* ---- Pixel operations ----------------------------------------------------- */
 
 /* Each stores in *outHandle a clone of its first handle in which the pixels of
