@@ -4,8 +4,7 @@
 
 #include "benchmarks/bench.h"
 #include "benchmarks/pixels.h"
-
-#include <pixman.h>
+#include "benchmarks/pixman_view.h"
 
 #include <cstring>
 #include <memory>
@@ -52,13 +51,6 @@ void composeOurs(const Inputs& inputs, const Form& form)
     freeResult(result);
 }
 
-pixman_image_t* viewOf(const IplImage* image)
-{
-    return pixman_image_create_bits(PIXMAN_a8r8g8b8, image->width, image->height,
-                                    reinterpret_cast<uint32_t*>(image->imageData),
-                                    image->widthStep);
-}
-
 // The same allocation and pixman's loop. The copy of B that would have to come
 // between them is left out, to its advantage.
 void composeTheirs(const Inputs& inputs, const Form& form)
@@ -66,8 +58,8 @@ void composeTheirs(const Inputs& inputs, const Form& form)
     const IplImage* a = inputs.a.handle();
     IplImage* result = nullptr;
     QuibCreate0(a->width, a->height, 32, &result);
-    pixman_image_t* from = viewOf(a);
-    pixman_image_t* to = viewOf(result);
+    pixman_image_t* from = pixmanView(a);
+    pixman_image_t* to = pixmanView(result);
     pixman_image_composite32(form.operation, from, nullptr, to, 0, 0, 0, 0, 0, 0, a->width,
                              a->height);
     pixman_image_unref(from);

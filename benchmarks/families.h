@@ -13,3 +13,4 @@ void addPsdCases();
 void addFilterCases();
 void addTurnCases();
 void addConvolveCases();
+void addWarpCases();

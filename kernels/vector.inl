@@ -491,6 +491,27 @@ QUIB_INLINE Vector<LaneOf<H>, sizeof(H) * 2> join(H low, H high)
     return v;
 }
 
+// Lanes of 4 or 8 bytes, each from its own number of bytes past `base`. For the
+// larger ones loads of their own are faster than what processors have for it.
+template<class V>
+QUIB_INLINE V gather(const uint8_t* base, const int32_t* offsets)
+{
+    static_assert(sizeof(LaneOf<V>) == 4 || sizeof(LaneOf<V>) == 8);
+#if defined(QUIB_HAS_AVX2)
+    if constexpr (sizeof(V) == 32 && sizeof(LaneOf<V>) == 4)
+        return (V)_mm256_i32gather_epi32(reinterpret_cast<const int*>(base),
+                                         (__m256i)load<I32<32>>(offsets), 1);
+#endif
+    if constexpr (sizeof(V) == 32)
+        return join(gather<HalfOf<V>>(base, offsets),
+                    gather<HalfOf<V>>(base, offsets + lanesOf<V> / 2));
+    else if constexpr (sizeof(LaneOf<V>) == 8)
+        return loadHalves<V>(base + offsets[0], base + offsets[1]);
+    else
+        return as<V>(U32<16>{loadWord(base + offsets[0]), loadWord(base + offsets[1]),
+                             loadWord(base + offsets[2]), loadWord(base + offsets[3])});
+}
+
 // In each part, the bytes at the given places (0 to 15) of it; 0 where a place's
 // top bit is set. One instruction only where `looksUpBytes` says so.
 #if defined(__SSSE3__) && defined(QUIB_HAS_SSE2)

@@ -3,19 +3,21 @@ namespace
 
 enum WarpMode : int32_t { warpNearest, warpLinear, warpCubic };
 
-// How many pixels go through the places at a time.
+// How many pixels go through the places at a time. So many more are made that a
+// vector which begins with a pixel of the run has places for all its lanes.
 constexpr int32_t warpChunk = 256;
+constexpr int32_t warpSlack = static_cast<int32_t>(wide / 4);
 
 // Pixels, or windows' first pixels, with weights: for linear windows that of the
 // second pixel, for cubic ones an index of the weights, or the position in the
 // window.
 template<class Weight>
 struct WarpPlaces {
-    int32_t x[warpChunk];
-    int32_t y[warpChunk];
-    Weight fx[warpChunk];
-    Weight fy[warpChunk];
-    uint8_t taken[warpChunk];
+    int32_t x[warpChunk + warpSlack];
+    int32_t y[warpChunk + warpSlack];
+    Weight fx[warpChunk + warpSlack];
+    Weight fy[warpChunk + warpSlack];
+    int32_t taken[warpChunk + warpSlack]; // 0 or not
 };
 
 constexpr int32_t warpOne = 0x4000; // weights of bytes
@@ -24,20 +26,17 @@ constexpr int32_t warpCubicLast = 3 * warpCubicScale;
 
 // --- Cubic weights -----------------------------------------------------------------
 
-struct WarpWeightPair {
-    int16_t first;
-    int16_t second;
+// The four Lagrange polynomials on the nodes 0 to 3 at i / 512.
+struct WarpWeights {
+    int16_t at[4];
 };
-
-// The first two Lagrange polynomials on the nodes 0 to 3 at i / 512. The other two
-// are those of 1536 - i, the second first.
 struct WarpCubicTable {
-    WarpWeightPair pairs[warpCubicLast + 1];
+    WarpWeights weights[warpCubicLast + 1];
 };
 
+// Rounded to nearest; no quotient lies halfway.
 constexpr int16_t warpNearestQuotient(int64_t value, int64_t divisor)
 {
-    // Rounded to nearest; no quotient lies halfway.
     const int64_t shifted = 2 * value + divisor;
     const int64_t below = shifted % (2 * divisor) < 0 ? 1 : 0;
     return static_cast<int16_t>(shifted / (2 * divisor) - below);
@@ -49,26 +48,19 @@ constexpr WarpCubicTable makeWarpCubicTable()
     constexpr int64_t n = warpCubicScale;
     constexpr int64_t unit = n * n * n / warpOne;
     for (int64_t i = 0; i <= warpCubicLast; ++i) {
-        table.pairs[i].first = warpNearestQuotient(-(i - n) * (i - 2 * n) * (i - 3 * n), 6 * unit);
-        table.pairs[i].second = warpNearestQuotient(i * (i - 2 * n) * (i - 3 * n), 2 * unit);
+        const int64_t outer = -(i - n) * (i - 2 * n) * (i - 3 * n);
+        const int64_t inner = i * (i - 2 * n) * (i - 3 * n);
+        table.weights[i].at[0] = warpNearestQuotient(outer, 6 * unit);
+        table.weights[i].at[1] = warpNearestQuotient(inner, 2 * unit);
+        table.weights[warpCubicLast - i].at[3] = table.weights[i].at[0];
+        table.weights[warpCubicLast - i].at[2] = table.weights[i].at[1];
     }
     return table;
 }
 
 constexpr WarpCubicTable warpCubicTable = makeWarpCubicTable();
 
-struct WarpWeights {
-    int32_t at[4];
-};
-
-WarpWeights warpCubicWeights(int32_t index)
-{
-    const WarpWeightPair& low = warpCubicTable.pairs[index];
-    const WarpWeightPair& high = warpCubicTable.pairs[warpCubicLast - index];
-    return {{low.first, low.second, high.second, high.first}};
-}
-
-// --- Places ------------------------------------------------------------------------
+// --- Places of bytes -----------------------------------------------------------------
 
 int32_t warpHold(int32_t value, int32_t most)
 {
@@ -76,39 +68,41 @@ int32_t warpHold(int32_t value, int32_t most)
     return value > most ? most : value;
 }
 
-// The nearest integer to a value of at least 0, halves to even.
-template<class Real>
-int32_t warpRound(Real value)
+I32<> warpHold(I32<> values, int32_t most)
 {
-    const int32_t below = static_cast<int32_t>(value);
-    const Real rest = value - static_cast<Real>(below);
-    const bool up = rest > Real(0.5) || (rest == Real(0.5) && (below & 1));
-    return below + up;
+    return smaller(larger(values, I32<>{}), spread<I32<>>(most));
 }
 
-// The largest fixed position in the source.
-int32_t warpFixedLimit(int32_t most)
+// 0, 1, 2, ...
+I32<> warpLaneNumbers()
 {
-    return most > INT16_MAX ? INT32_MAX : most << 16;
+    I32<> numbers{};
+    for (size_t i = 0; i < lanesOf<I32<>>; ++i)
+        numbers[i] = static_cast<int32_t>(i);
+    return numbers;
 }
 
 template<WarpMode mode>
-void warpFixedPlace(int32_t* at, int32_t* weight, uint32_t position, int32_t most, int32_t limit)
+void warpFixedAxis(int32_t* at, int32_t* weight, uint32_t start, uint32_t step, int32_t most,
+                   int32_t count)
 {
-    const int32_t signedPosition = static_cast<int32_t>(position);
-    if constexpr (mode == warpNearest) {
-        *at = warpHold(signedPosition >> 16, most);
-        return;
-    }
-    const int32_t held = warpHold(signedPosition, limit);
-    const int32_t whole = held >> 16;
-    if constexpr (mode == warpLinear) {
-        *at = whole == most ? whole - 1 : whole;
-        *weight = (held - (*at << 16)) >> 2;
-    } else {
-        *at = warpHold(whole - 1, most - 3);
-        const uint32_t inWindow = static_cast<uint32_t>(held) - (static_cast<uint32_t>(*at) << 16);
-        *weight = warpHold(static_cast<int32_t>((inWindow + 0x40) >> 7), warpCubicLast);
+    const int32_t limit = most > INT16_MAX ? INT32_MAX : most << 16;
+    U32<> position = start + as<U32<>>(warpLaneNumbers()) * step;
+    for (int32_t i = 0; i < count; i += warpSlack, position += step * warpSlack) {
+        const I32<> held = warpHold(as<I32<>>(position), limit);
+        I32<> pixel = held >> 16;
+        if constexpr (mode == warpNearest)
+            pixel = warpHold(as<I32<>>(position) >> 16, most);
+        if constexpr (mode == warpLinear) {
+            // The last pixel is the second of its window.
+            pixel = warpHold(pixel, most - 1);
+            store(weight + i, (held - (pixel << 16)) >> 2);
+        }
+        if constexpr (mode == warpCubic) {
+            pixel = warpHold(pixel - 1, most - 3);
+            store(weight + i, warpHold((held - (pixel << 16) + 0x40) >> 7, warpCubicLast));
+        }
+        store(at + i, pixel);
     }
 }
 
@@ -116,54 +110,80 @@ template<WarpMode mode>
 void makeWarpPlaces(WarpPlaces<int32_t>* places, const WarpSource& src, const WarpFixed& run,
                     size_t start, int32_t count)
 {
-    const uint32_t x = run.x + static_cast<uint32_t>(start) * run.dx;
-    const uint32_t y = run.y + static_cast<uint32_t>(start) * run.dy;
-    const int32_t limitX = warpFixedLimit(src.maxX);
-    const int32_t limitY = warpFixedLimit(src.maxY);
-    QUIB_INDEPENDENT
-    for (int32_t i = 0; i < count; ++i) {
-        warpFixedPlace<mode>(&places->x[i], &places->fx[i], x + static_cast<uint32_t>(i) * run.dx,
-                             src.maxX, limitX);
-        warpFixedPlace<mode>(&places->y[i], &places->fy[i], y + static_cast<uint32_t>(i) * run.dy,
-                             src.maxY, limitY);
-    }
+    const uint32_t n = static_cast<uint32_t>(start);
+    warpFixedAxis<mode>(places->x, places->fx, run.x + n * run.dx, run.dx, src.maxX, count);
+    warpFixedAxis<mode>(places->y, places->fy, run.y + n * run.dy, run.dy, src.maxY, count);
 }
 
 // The largest number that is not above an integer.
-float warpRatioLimit(int32_t most, float)
+float warpFloatLimit(int32_t most)
 {
     int32_t unit = 1;
     while (most / unit >= 1 << 24)
         unit *= 2;
     return static_cast<float>(most / unit * unit);
 }
-double warpRatioLimit(int32_t most, double)
+
+// From positions in the source.
+template<WarpMode mode>
+void warpFloatAxis(int32_t* at, int32_t* weight, F32<> position, int32_t most)
 {
-    return most;
+    if constexpr (mode == warpNearest)
+        return store(at, rounded(position));
+    const I32<> whole = truncated(position);
+    const I32<> pixel =
+        mode == warpLinear ? warpHold(whole, most - 1) : warpHold(whole - 1, most - 3);
+    const F32<> inWindow = position - toFloats(pixel);
+    store(at, pixel);
+    store(weight,
+          mode == warpLinear
+              ? rounded(inWindow * static_cast<float>(warpOne))
+              : warpHold(rounded(inWindow * static_cast<float>(warpCubicScale)), warpCubicLast));
 }
 
-// Bytes: float positions become weights of 14 bits and indices.
 template<WarpMode mode>
-void warpRatioPlace(int32_t* at, int32_t* weight, float position, int32_t most)
+void makeWarpPlaces(WarpPlaces<int32_t>* places, const WarpSource& src, const WarpRatio<float>& run,
+                    size_t start, int32_t count)
 {
-    if constexpr (mode == warpNearest) {
-        *at = warpRound(position);
-        return;
-    }
-    const int32_t whole = static_cast<int32_t>(position);
-    if constexpr (mode == warpLinear) {
-        *at = whole == most ? whole - 1 : whole;
-        *weight = warpRound((position - static_cast<float>(*at)) * 16384.0f);
-    } else {
-        *at = warpHold(whole - 1, most - 3);
-        *weight = warpHold(warpRound((position - static_cast<float>(*at)) * 512.0f), warpCubicLast);
+    const F32<> limitX = spread<F32<>>(warpFloatLimit(src.maxX));
+    const F32<> limitY = spread<F32<>>(warpFloatLimit(src.maxY));
+    // What is no number becomes 0.
+    const auto held = [](F32<> position, F32<> limit) {
+        return smaller(larger(position, F32<>{}), limit);
+    };
+    I32<> number = warpLaneNumbers() + (run.first + static_cast<int32_t>(start));
+    for (int32_t i = 0; i < count; i += warpSlack, number += warpSlack) {
+        const F32<> n = toFloats(number);
+        const F32<> reciprocal = 1.0f / (run.w + n * run.dw);
+        const F32<> u = (run.u + n * run.du) * reciprocal;
+        const F32<> v = (run.v + n * run.dv) * reciprocal;
+        store(places->taken + i,
+              (u >= run.left) & (u <= run.right) & (v >= run.top) & (v <= run.bottom));
+        warpFloatAxis<mode>(places->x + i, places->fx + i, held(u, limitX), src.maxX);
+        warpFloatAxis<mode>(places->y + i, places->fy + i, held(v, limitY), src.maxY);
     }
 }
 
-// Wider elements: a window starts at the pixel that a position is in, or hardly
-// short of.
+// --- Places of wider elements ----------------------------------------------------------
+
+// The nearest integer to a value of at least 0, halves to even.
+int32_t warpRound(double value)
+{
+    const int32_t below = static_cast<int32_t>(value);
+    const double rest = value - below;
+    const bool up = rest > 0.5 || (rest == 0.5 && (below & 1));
+    return below + up;
+}
+
+double warpHold(double position, int32_t most)
+{
+    position = position > 0.0 ? position : 0.0;
+    return position < most ? position : most;
+}
+
+// A window starts at the pixel that a position is in, or hardly short of.
 template<WarpMode mode>
-void warpRatioPlace(int32_t* at, double* weight, double position, int32_t most)
+void warpDoubleAxis(int32_t* at, double* weight, double position, int32_t most)
 {
     if constexpr (mode == warpNearest) {
         *at = warpRound(position);
@@ -181,37 +201,19 @@ void warpRatioPlace(int32_t* at, double* weight, double position, int32_t most)
     }
 }
 
-float warpQuotient(float value, float, float reciprocal)
-{
-    return value * reciprocal;
-}
-double warpQuotient(double value, double divisor, double)
-{
-    return value / divisor;
-}
-
-template<WarpMode mode, class Weight, class Real>
-void makeWarpPlaces(WarpPlaces<Weight>* places, const WarpSource& src, const WarpRatio<Real>& run,
+template<WarpMode mode>
+void makeWarpPlaces(WarpPlaces<double>* places, const WarpSource& src, const WarpRatio<double>& run,
                     size_t start, int32_t count)
 {
     const int32_t first = run.first + static_cast<int32_t>(start);
-    const Real limitX = warpRatioLimit(src.maxX, Real());
-    const Real limitY = warpRatioLimit(src.maxY, Real());
-    QUIB_INDEPENDENT
     for (int32_t i = 0; i < count; ++i) {
-        const Real n = static_cast<Real>(first + i);
-        const Real w = run.w + n * run.dw;
-        const Real reciprocal = Real(1) / w;
-        Real u = warpQuotient(run.u + n * run.du, w, reciprocal);
-        Real v = warpQuotient(run.v + n * run.dv, w, reciprocal);
+        const double n = static_cast<double>(first) + i;
+        const double w = run.w + n * run.dw;
+        const double u = (run.u + n * run.du) / w;
+        const double v = (run.v + n * run.dv) / w;
         places->taken[i] = (u >= run.left) & (u <= run.right) & (v >= run.top) & (v <= run.bottom);
-        // What is no number becomes 0.
-        u = u > Real(0) ? u : Real(0);
-        v = v > Real(0) ? v : Real(0);
-        u = u < limitX ? u : limitX;
-        v = v < limitY ? v : limitY;
-        warpRatioPlace<mode>(&places->x[i], &places->fx[i], u, src.maxX);
-        warpRatioPlace<mode>(&places->y[i], &places->fy[i], v, src.maxY);
+        warpDoubleAxis<mode>(&places->x[i], &places->fx[i], warpHold(u, src.maxX), src.maxX);
+        warpDoubleAxis<mode>(&places->y[i], &places->fy[i], warpHold(v, src.maxY), src.maxY);
     }
 }
 
@@ -311,8 +313,8 @@ void warpPixel(uint8_t* out, const WarpWindow<uint8_t>& window, int32_t fx, int3
 {
     channels = fixedChannels ? fixedChannels : channels;
     if constexpr (mode == warpCubic) {
-        const WarpWeights x = warpCubicWeights(fx);
-        const WarpWeights y = warpCubicWeights(fy);
+        const WarpWeights& x = warpCubicTable.weights[fx];
+        const WarpWeights& y = warpCubicTable.weights[fy];
         for (int32_t c = 0; c < channels; ++c)
             out[c] = warpCubicElement(window, c, x, y);
     } else {
@@ -352,11 +354,202 @@ void sampleWarp(Element* out, const WarpTarget& dst, const WarpSource& src,
                                        rounding, dst.channels);
 }
 
+// --- Pixels of four bytes ------------------------------------------------------------
+
+// Where three of four bytes take part the fourth is alpha, and stays. Offsets of
+// pixels have to fit in 32 bits.
+bool warpTakesWords(const WarpTarget& dst, const WarpSource& src)
+{
+    return dst.stride == 4 && src.stride == 4 && dst.channels >= 3 &&
+           src.step <= (INT32_MAX - 4 * static_cast<ptrdiff_t>(src.maxX)) / (src.maxY + 1);
+}
+
+// In each part, the first (second) two of four pixels as words, that of the one
+// beside that of the other.
+template<bool second>
+U16<> warpPairs(U8<> pixels)
+{
+    if constexpr (looksUpBytes) {
+        constexpr uint8_t none = 0x80;
+        constexpr uint8_t at = second ? 8 : 0;
+        constexpr U8<16> places{at,     none, at + 4, none, at + 1, none, at + 5, none,
+                                at + 2, none, at + 6, none, at + 3, none, at + 7, none};
+        return as<U16<>>(lookUp(pixels, spreadPart<U8<>>(places)));
+    }
+    const U64<> halves = as<U64<>>(inGroups<0, 2, 1, 3>(as<U32<>>(pixels)));
+    const U8<> pairs = interleaveLow(as<U8<>>(halves), as<U8<>>(inGroups<1, 0>(halves)));
+    return second ? widenHigh(pairs) : widenLow(pairs);
+}
+
+// A row's sums, cut to 6 fraction bits, with those of the row below: pairs of 16
+// bits.
+I16<> warpRowPairs(I32<> above, I32<> below)
+{
+    return mix<0, 1>(as<I16<>>(as<U32<>>(above) >> 8), as<I16<>>(as<U32<>>(below) << 8));
+}
+
+// The weights of as many pixels as make half the lanes: in each part those of two,
+// in its first two lanes.
+template<size_t half>
+struct WarpHalfRule {
+    static constexpr int of(size_t i, size_t lanes)
+    {
+        return static_cast<int>(half * (lanes / 2) + i / 2);
+    }
+};
+template<size_t half>
+I32<> warpHalfWeights(I32<> weights)
+{
+    const U64<> units = as<U64<>>(weights);
+    return as<I32<>>(rearrange<WarpHalfRule<half>>(units, units));
+}
+
+// Fractions beside what they leave of the whole.
+I32<> warpPairWeights(const int32_t* fractions)
+{
+    const I32<> f = load<I32<>>(fractions);
+    return (f << 16) + (warpOne - f);
+}
+
+struct WarpLinearWords {
+    const uint8_t* pixels;
+    ptrdiff_t step;
+    I32<> x; // weights
+    I32<> y;
+    int32_t rounding;
+};
+
+template<size_t half>
+I16<> warpLinearHalf(const WarpLinearWords& words, const int32_t* offsets)
+{
+    const int32_t* from = offsets + half * (wide / 8);
+    const U8<> above = as<U8<>>(gather<U64<>>(words.pixels, from));
+    const U8<> below = as<U8<>>(gather<U64<>>(words.pixels + words.step, from));
+    const I32<> x = warpHalfWeights<half>(words.x);
+    const I32<> y = warpHalfWeights<half>(words.y);
+    const auto sums = [&](U16<> top, U16<> bottom, I32<> fx, I32<> fy) {
+        const I16<> rows = warpRowPairs(pairProducts(as<I16<>>(top), as<I16<>>(fx)),
+                                        pairProducts(as<I16<>>(bottom), as<I16<>>(fx)));
+        return (pairProducts(rows, as<I16<>>(fy)) + words.rounding) >> 20;
+    };
+    return packToI16(sums(warpPairs<false>(above), warpPairs<false>(below), inGroups<0, 0, 0, 0>(x),
+                          inGroups<0, 0, 0, 0>(y)),
+                     sums(warpPairs<true>(above), warpPairs<true>(below), inGroups<1, 1, 1, 1>(x),
+                          inGroups<1, 1, 1, 1>(y)));
+}
+
+// In each part 16 bytes, or 8, of a pixel of its own.
+template<class Address>
+U8<> warpParts(Address address)
+{
+    if constexpr (wide == 32)
+        return join(load<U8<16>>(address(0)), load<U8<16>>(address(1)));
+    else
+        return load<U8<16>>(address(0));
+}
+template<class Address>
+U8<> warpHalfParts(Address address)
+{
+    if constexpr (wide == 32)
+        return join(loadHalf<U8<16>>(address(0)), loadHalf<U8<16>>(address(1)));
+    else
+        return loadHalf<U8<16>>(address(0));
+}
+
+// One pixel in each part.
+I32<> warpCubicSums(const uint8_t* pixels, ptrdiff_t step, const int32_t* offsets,
+                    const int32_t* fx, const int32_t* fy)
+{
+    const auto weights = [](const int32_t* indices) {
+        return as<I32<>>(
+            warpHalfParts([=](size_t i) { return &warpCubicTable.weights[indices[i]]; }));
+    };
+    const I32<> x = weights(fx);
+    const I32<> y = weights(fy);
+    const auto first = [](I32<> v) { return as<I16<>>(inGroups<0, 0, 0, 0>(v)); };
+    const auto second = [](I32<> v) { return as<I16<>>(inGroups<1, 1, 1, 1>(v)); };
+    const auto row = [&](ptrdiff_t j) {
+        const U8<> four = warpParts([=](size_t i) { return pixels + j * step + offsets[i]; });
+        return pairProducts(as<I16<>>(warpPairs<false>(four)), first(x)) +
+               pairProducts(as<I16<>>(warpPairs<true>(four)), second(x));
+    };
+    const I32<> sum = pairProducts(warpRowPairs(row(0), row(1)), first(y)) +
+                      pairProducts(warpRowPairs(row(2), row(3)), second(y));
+    return (sum + 0x80000) >> 20;
+}
+
+// The rows of a cubic window are far apart, and those of a turned picture's next
+// window are others: the processor does not see by itself what comes. Of two
+// neighbours one is enough, and of the four rows the outer ones.
+void fetchCubicWords(const WarpSource& src, const int32_t* offsets, int32_t first, int32_t last)
+{
+    for (int32_t i = first; i < last; i += 2) {
+        const uint8_t* pixel = static_cast<const uint8_t*>(src.pixels) + offsets[i];
+        __builtin_prefetch(pixel);
+        __builtin_prefetch(pixel + 3 * src.step);
+    }
+}
+
+// As many pixels as a vector has words.
+template<WarpMode mode>
+U8<> warpWords(const WarpSource& src, const int32_t* offsets, const int32_t* fx, const int32_t* fy,
+               int32_t rounding)
+{
+    const uint8_t* pixels = static_cast<const uint8_t*>(src.pixels);
+    if constexpr (mode == warpNearest)
+        return as<U8<>>(gather<U32<>>(pixels, offsets));
+    if constexpr (mode == warpLinear) {
+        const WarpLinearWords words{pixels, src.step, warpPairWeights(fx), warpPairWeights(fy),
+                                    rounding};
+        return inOrderOfPack(
+            packToU8(warpLinearHalf<0>(words, offsets), warpLinearHalf<1>(words, offsets)));
+    }
+    constexpr size_t parts = wide / 16;
+    const auto sums = [=](size_t i) {
+        i *= parts;
+        return warpCubicSums(pixels, src.step, offsets + i, fx + i, fy + i);
+    };
+    return inOrderOfTwoPacks(packToU8(packToI16(sums(0), sums(1)), packToI16(sums(2), sums(3))));
+}
+
+template<WarpMode mode>
+void sampleWarpWords(uint8_t* out, const WarpTarget& dst, const WarpSource& src,
+                     const WarpPlaces<int32_t>& places, int32_t first, int32_t last,
+                     int32_t rounding)
+{
+    int32_t offsets[warpChunk + warpSlack];
+    const int32_t step = static_cast<int32_t>(src.step);
+    for (int32_t i = first; i < last + warpSlack; ++i)
+        offsets[i] = places.y[i] * step + places.x[i] * 4;
+    const U8<> taken = as<U8<>>(spread<U32<>>(dst.channels == 4 ? 0xFFFFFFFFu : 0x00FFFFFFu));
+    constexpr int32_t ahead = 64;
+    if constexpr (mode == warpCubic)
+        fetchCubicWords(src, offsets, first, first + ahead < last ? first + ahead : last);
+    for (int32_t i = first; i < last; i += warpSlack, out += wide) {
+        if (mode == warpCubic && i + ahead + warpSlack <= last)
+            fetchCubicWords(src, offsets, i + ahead, i + ahead + warpSlack);
+        const U8<> words =
+            warpWords<mode>(src, offsets + i, places.fx + i, places.fy + i, rounding);
+        const size_t bytes = last - i < warpSlack ? static_cast<size_t>(last - i) * 4 : wide;
+        if (bytes == wide && dst.channels == 4) {
+            store(out, words);
+            continue;
+        }
+        U8<> old{};
+        __builtin_memcpy(&old, out, bytes);
+        const U8<> mixed = select(taken, words, old);
+        __builtin_memcpy(out, &mixed, bytes);
+    }
+}
+
 template<WarpMode mode, class Element, class Weight>
 void sampleWarpPixels(Element* out, const WarpTarget& dst, const WarpSource& src,
                       const WarpPlaces<Weight>& places, int32_t first, int32_t last,
                       int32_t rounding)
 {
+    if constexpr (isSame<Element, uint8_t>)
+        if (warpTakesWords(dst, src))
+            return sampleWarpWords<mode>(out, dst, src, places, first, last, rounding);
     switch (dst.channels) {
     case 1:
         return sampleWarp<mode, Element, 1>(out, dst, src, places, first, last, rounding);
@@ -387,11 +580,11 @@ void sampleWarpBits(const WarpTarget& dst, const WarpSource& src, const WarpPlac
 
 // Calls work(first, last) for each run of pixels that are taken.
 template<class Work>
-void forEachTakenRun(const uint8_t* taken, int32_t count, Work work)
+void forEachTakenRun(const int32_t* taken, int32_t count, Work work)
 {
     for (int32_t first = 0; first < count;) {
         int32_t last = first;
-        while (last < count && taken[last] == taken[first])
+        while (last < count && !taken[last] == !taken[first])
             ++last;
         if (taken[first])
             work(first, last);
@@ -418,7 +611,7 @@ void forEachWarpChunk(const WarpSource& src, const Run& run, size_t count, Work 
     for (size_t start = 0; start < count; start += warpChunk) {
         const int32_t size =
             static_cast<int32_t>(count - start < warpChunk ? count - start : warpChunk);
-        makeWarpPlaces<mode>(&places, src, run, start, size);
+        makeWarpPlaces<mode>(&places, src, run, start, size + warpSlack);
         if (warpIsTested(run))
             forEachTakenRun(places.taken, size,
                             [&](int32_t first, int32_t last) { work(places, start, first, last); });

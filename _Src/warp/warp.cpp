@@ -15,10 +15,6 @@ using quib::WarpRatio;
 using quib::WarpSource;
 using quib::WarpTarget;
 
-// Rows are made in strips this wide, so that the source pixels which one row has
-// in common with the next are still in the nearest cache.
-constexpr int32_t stripWidth = 256;
-
 // The images, and how they are sampled.
 struct Warping {
     IplRaster src;
@@ -134,33 +130,18 @@ WarpTarget targetAt(const IplRaster& raster, int32_t plane, int32_t x, int32_t y
 }
 
 template<class Kernel, class Map>
-void fillStrip(const Warping& warping, const Rows& rows, int32_t plane, int32_t left, Kernel kernel,
-               const Map& map)
-{
-    const WarpSource source = sourceOf(warping.src, plane);
-    const int64_t right = static_cast<int64_t>(left) + stripWidth - 1;
-    for (int32_t y = rows.first; y <= rows.last; ++y) {
-        const int32_t start = std::max(rows.startOf(y), left);
-        const int32_t end =
-            static_cast<int32_t>(std::min(static_cast<int64_t>(rows.endOf(y)), right));
-        if (start <= end)
-            kernel(targetAt(warping.dst, plane, rows.x + start, rows.y + y), source,
-                   map.run(start, y), static_cast<size_t>(end) - start + 1);
-    }
-}
-
-template<class Kernel, class Map>
 void fillRows(const Warping& warping, const Rows& rows, Kernel kernel, const Map& map)
 {
-    int64_t left = INT32_MAX;
-    int32_t right = 0;
-    for (int32_t y = rows.first; y <= rows.last; ++y) {
-        left = std::min(left, static_cast<int64_t>(rows.startOf(y)));
-        right = std::max(right, rows.endOf(y));
+    for (int32_t plane = 0; plane < warping.dst.planes; ++plane) {
+        const WarpSource source = sourceOf(warping.src, plane);
+        for (int32_t y = rows.first; y <= rows.last; ++y) {
+            const int32_t start = rows.startOf(y);
+            const int32_t end = rows.endOf(y);
+            if (start <= end)
+                kernel(targetAt(warping.dst, plane, rows.x + start, rows.y + y), source,
+                       map.run(start, y), static_cast<size_t>(end) - start + 1);
+        }
     }
-    for (int32_t plane = 0; plane < warping.dst.planes; ++plane)
-        for (int64_t x = left; x <= right; x += stripWidth)
-            fillStrip(warping, rows, plane, static_cast<int32_t>(x), kernel, map);
 }
 
 void fill(const Warping& warping, const Rows& rows, const Mapping& mapping)

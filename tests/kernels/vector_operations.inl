@@ -98,6 +98,18 @@ constexpr VectorOperation anyWidth[] = {
     OPERATION("roundedDown", F32, U8, roundedDown(a)),
     OPERATION("squareRoots", F32, U8, squareRoots(a * a)),
     OPERATION("topBits", U8, U8, spread<U32<n>>(topBits(a))),
+    VectorOperation{"gather U32", n,
+                    [](uint8_t* out, const uint8_t* a, const uint8_t* b) {
+                        int32_t offsets[n / 4];
+                        store(offsets, load<I32<n>>(b) & static_cast<int32_t>(n / 2 - 1));
+                        store(out, gather<U32<n>>(a, offsets));
+                    }},
+    VectorOperation{"gather U64", n,
+                    [](uint8_t* out, const uint8_t* a, const uint8_t* b) {
+                        int32_t offsets[n / 4];
+                        store(offsets, load<I32<n>>(b) & static_cast<int32_t>(n / 2 - 1));
+                        store(out, gather<U64<n>>(a, offsets));
+                    }},
     VectorOperation{"stream", n,
                     [](uint8_t* out, const uint8_t* a, const uint8_t*) {
                         stream(out, load<U8<n>>(a));

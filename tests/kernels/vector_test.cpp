@@ -247,6 +247,19 @@ void addArrangements(std::map<std::string, PlainForm>& forms)
     })};
 }
 
+// Lanes of T from places in the first half of a.
+template<class T>
+Plain gathered()
+{
+    return [](const Memory& a, const Memory& b) {
+        const std::vector<uint32_t> offsets = lanes<uint32_t>(b);
+        std::vector<T> result(a.size() / sizeof(T));
+        for (size_t i = 0; i < result.size(); ++i)
+            std::memcpy(&result[i], a.data() + offsets[i] % (a.size() / 2), sizeof(T));
+        return bytesOf(result);
+    };
+}
+
 void addMemory(std::map<std::string, PlainForm>& forms)
 {
     forms["loadHalf"] = {[](const Memory&, Memory b) {
@@ -261,6 +274,8 @@ void addMemory(std::map<std::string, PlainForm>& forms)
         std::copy_n(a.begin(), 8, b.begin());
         return b;
     }};
+    forms["gather U32"] = {gathered<uint32_t>()};
+    forms["gather U64"] = {gathered<uint64_t>()};
     forms["stream"] = {[](const Memory& a, const Memory&) { return a; }};
     forms["words"] = {[](const Memory& a, const Memory&) {
         std::vector<uint32_t> words = lanes<uint32_t>(a);
