@@ -279,6 +279,11 @@ void reverseBits(BitRows<uint8_t> dst, BitRows<const uint8_t> src, size_t width,
                       static_cast<size_t>(src.start), width);
 }
 
-constexpr MirrorKernels mirrorKernels{reverse, exchange, swapBytes, reverseBits};
+constexpr MirrorKernels mirrorKernels{
+    .reverse = reverse,
+    .exchange = exchange,
+    .swap = swapBytes,
+    .reverseBits = reverseBits,
+};
 
 } // namespace

@@ -100,6 +100,6 @@ void movePixels(const ScanRows& rows, const double (&first)[4], const double (&s
     }
 }
 
-constexpr ScanKernels scanKernels{movePixels};
+constexpr ScanKernels scanKernels{.move = movePixels};
 
 } // namespace

@@ -655,20 +655,20 @@ void warpBits(const WarpTarget& dst, const WarpSource& src, const Run& run, size
 }
 
 constexpr WarpKernels warpKernels{
-    {warpRun<warpNearest, uint8_t, int32_t, WarpFixed>,
-     warpRun<warpLinear, uint8_t, int32_t, WarpFixed>,
-     warpRun<warpCubic, uint8_t, int32_t, WarpFixed>},
-    {warpRun<warpNearest, uint8_t, int32_t, WarpRatio<float>>,
-     warpRun<warpLinear, uint8_t, int32_t, WarpRatio<float>>,
-     warpRun<warpCubic, uint8_t, int32_t, WarpRatio<float>>},
-    {warpRun<warpNearest, uint16_t, double, WarpRatio<double>>,
-     warpRun<warpLinear, uint16_t, double, WarpRatio<double>>,
-     warpRun<warpCubic, uint16_t, double, WarpRatio<double>>},
-    {warpRun<warpNearest, float, double, WarpRatio<double>>,
-     warpRun<warpLinear, float, double, WarpRatio<double>>,
-     warpRun<warpCubic, float, double, WarpRatio<double>>},
-    warpBits<WarpFixed>,
-    warpBits<WarpRatio<float>>,
+    .fixed8 = {warpRun<warpNearest, uint8_t, int32_t, WarpFixed>,
+               warpRun<warpLinear, uint8_t, int32_t, WarpFixed>,
+               warpRun<warpCubic, uint8_t, int32_t, WarpFixed>},
+    .ratio8 = {warpRun<warpNearest, uint8_t, int32_t, WarpRatio<float>>,
+               warpRun<warpLinear, uint8_t, int32_t, WarpRatio<float>>,
+               warpRun<warpCubic, uint8_t, int32_t, WarpRatio<float>>},
+    .ratio16 = {warpRun<warpNearest, uint16_t, double, WarpRatio<double>>,
+                warpRun<warpLinear, uint16_t, double, WarpRatio<double>>,
+                warpRun<warpCubic, uint16_t, double, WarpRatio<double>>},
+    .ratioFloat = {warpRun<warpNearest, float, double, WarpRatio<double>>,
+                   warpRun<warpLinear, float, double, WarpRatio<double>>,
+                   warpRun<warpCubic, float, double, WarpRatio<double>>},
+    .fixedBits = warpBits<WarpFixed>,
+    .ratioBits = warpBits<WarpRatio<float>>,
 };
 
 } // namespace

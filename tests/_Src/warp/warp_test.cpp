@@ -347,12 +347,13 @@ TEST(Warps, TakeQuadranglesThatAreFarAwayOrNoNumbers)
                 iplWarpPerspectiveQ(src.get(), dst.get(), quad.at, round & 1,
                                     random.between(0, 2) + 16);
                 double coeffs[3][3]{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-                coeffs[random.between(0, 2)][random.between(0, 2)] = random.coin() ? far : 1 / far;
-                coeffs[random.between(0, 1)][random.between(0, 2)] = far;
+                coeffs[random.between(0, 2)][random.between(0, 2)] =
+                    random.coin() ? distance : 1 / distance;
+                coeffs[random.between(0, 1)][random.between(0, 2)] = distance;
                 iplWarpAffine(src.get(), dst.get(), coeffs, random.between(0, 2) + 16);
                 iplWarpPerspective(src.get(), dst.get(), coeffs, round & 1, random.between(0, 2));
-                iplRotate(src.get(), dst.get(), far, far, round, 1);
-                iplRotate(src.get(), dst.get(), 90, far, round, 1);
+                iplRotate(src.get(), dst.get(), distance, distance, round, 1);
+                iplRotate(src.get(), dst.get(), 90, distance, round, 1);
                 iplSetStatus(0);
             }
     }
