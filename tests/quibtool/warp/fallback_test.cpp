@@ -133,15 +133,15 @@ TEST(QuibWarpQuadFallback, SkipsLongWaysOutsideWithoutADifference)
         // Scanlines far longer than the image, of which few pixels are inside, or
         // many more of them than the image has rows.
         Quad quad = randomQuad(30, 20, 40, random);
-        const double far = random.between(20000, 60000) * (random.coin() ? 1 : -1);
+        const double distant = random.between(20000, 60000) * (random.coin() ? 1 : -1);
         if (round % 3 == 0) {
-            quad.corners[1][0] += far;
-            quad.corners[2][0] += far;
+            quad.corners[1][0] += distant;
+            quad.corners[2][0] += distant;
         } else if (round % 3 == 1) {
-            quad.corners[2][1] += far / 8;
-            quad.corners[3][1] += far / 8;
+            quad.corners[2][1] += distant / 8;
+            quad.corners[3][1] += distant / 8;
         } else {
-            quad.corners[round % 4][round / 4 % 2] += far / 8;
+            quad.corners[round % 4][round / 4 % 2] += distant / 8;
         }
         expectPlain(30, 20, quad, random);
     }

@@ -449,8 +449,8 @@ TEST(QuibWarpPerspectiveQ, LeavesThePixelsForAThinBox)
     const std::vector<uint8_t> before = bytesOf(dst.get());
     IplImage* handle = dst.get();
     const Quad noNumber{{{NAN, NAN}, {NAN, NAN}, {NAN, NAN}, {NAN, NAN}}};
-    const Quad far{{{1e300, 0}, {2e300, 0}, {2e300, 5}, {1e300, 5}}};
-    for (const Quad& quad : {thin, noNumber, far})
+    const Quad distant{{{1e300, 0}, {2e300, 0}, {2e300, 5}, {1e300, 5}}};
+    for (const Quad& quad : {thin, noNumber, distant})
         EXPECT_EQ(QUIBWarpPerspectiveQ(src.get(), &handle, quad.corners, 0, false), QUIB_OK);
     EXPECT_EQ(bytesOf(dst.get()), before);
 }
