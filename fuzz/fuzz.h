@@ -2,23 +2,14 @@
 #pragma once
 
 #include "_Src/ipl.h"
+#include "fuzz/leaks.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QUIB_FUZZ_ASAN 1
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define QUIB_FUZZ_ASAN 1
-#endif
-
-#if defined(QUIB_FUZZ_ASAN)
-#include <sanitizer/lsan_interface.h>
-
+#if defined(QUIB_HAS_ASAN)
 // Blocks larger than this are refused, and the library sees no memory.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options()
@@ -49,25 +40,6 @@ inline bool isLegalButHuge(int64_t width, int64_t height)
     return width <= INT32_MAX && height <= INT32_MAX && width * height > manyPixels &&
            width * height / 8 <= INT32_MAX;
 }
-
-// While it lives, what is allocated and not freed counts as no leak.
-struct LeaksAllowed {
-#if defined(QUIB_FUZZ_ASAN)
-    LeaksAllowed()
-    {
-        __lsan_disable();
-    }
-    ~LeaksAllowed()
-    {
-        __lsan_enable();
-    }
-#else
-    LeaksAllowed() {}
-    ~LeaksAllowed() {}
-#endif
-    LeaksAllowed(const LeaksAllowed&) = delete;
-    LeaksAllowed& operator=(const LeaksAllowed&) = delete;
-};
 
 // Takes choices off the front of the input, a byte each.
 class FuzzChoices
