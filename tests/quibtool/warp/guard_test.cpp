@@ -23,8 +23,10 @@ void fault(void* context)
 
 void divide(void* context)
 {
+    // Quotients of 1 are made without a division.
     volatile int* zero = static_cast<int*>(context);
-    *zero = 1 / *zero;
+    volatile int ten = 10;
+    *zero = ten / *zero;
 }
 
 // Faults in an inner guarded call, then in the outer one.
