@@ -53,6 +53,6 @@ struct RankKernels {
 };
 
 // A total of 8 bytes for each of the windows that are looked at together.
-constexpr size_t rankScratch = 64 * 8;
+constexpr size_t rankScratch = size_t{64} * 8;
 
 } // namespace quib

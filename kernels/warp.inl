@@ -121,7 +121,8 @@ float warpFloatLimit(int32_t most)
     int32_t unit = 1;
     while (most / unit >= 1 << 24)
         unit *= 2;
-    return static_cast<float>(most / unit * unit);
+    const int32_t whole = most / unit * unit;
+    return static_cast<float>(whole);
 }
 
 // From positions in the source.
@@ -412,10 +413,10 @@ I32<> warpPairWeights(const int32_t* fractions)
 }
 
 struct WarpLinearWords {
-    const uint8_t* pixels;
-    ptrdiff_t step;
     I32<> x; // weights
     I32<> y;
+    const uint8_t* pixels;
+    ptrdiff_t step;
     int32_t rounding;
 };
 
@@ -499,7 +500,7 @@ U8<> warpWords(const WarpSource& src, const int32_t* offsets, const int32_t* fx,
     if constexpr (mode == warpNearest)
         return as<U8<>>(gather<U32<>>(pixels, offsets));
     if constexpr (mode == warpLinear) {
-        const WarpLinearWords words{pixels, src.step, warpPairWeights(fx), warpPairWeights(fy),
+        const WarpLinearWords words{warpPairWeights(fx), warpPairWeights(fy), pixels, src.step,
                                     rounding};
         return inOrderOfPack(
             packToU8(warpLinearHalf<0>(words, offsets), warpLinearHalf<1>(words, offsets)));

@@ -319,7 +319,7 @@ bool readCodes(Inflater& in)
     const uint32_t lengthsCount = 4 + take(in.bits, 4);
     if (literalCount > 286 || distanceCount > 30)
         return false;
-    uint8_t lengths[286 + 30];
+    uint8_t lengths[286 + 30] = {};
     // The literals' code has a place to lend until it is made itself.
     if (!readLengthsCode(in, lengthsCount, in.literals) ||
         !readLengths(in, in.literals, lengths, literalCount + distanceCount))

@@ -257,9 +257,12 @@ void runPicked(const IplPixelJob& job, Piece* piece)
 }
 
 // Elements of 8 bits or more.
-void runElements(const IplPixelJob& job, const IplImage* const images[IPL_ROLES], Piece* piece)
+void runElements(const IplPixelJob& job, const IplImage* const images[IPL_ROLES],
+                 const Piece& placed)
 {
     Scratch scratch;
+    Piece planned = placed;
+    Piece* const piece = &planned;
     const IplRaster& dst = piece->rasters[IPL_DST];
     const size_t stride = static_cast<size_t>(dst.stride);
     piece->run = ownRunOfDepth(*job.op.runs, images[IPL_DST]->depth);
@@ -313,7 +316,7 @@ void ownRunPiece(const IplPixelJob& job, const IplImage* const images[IPL_ROLES]
     if (images[IPL_DST]->depth == IPL_DEPTH_1U)
         runBits(piece, job.op.bits);
     else
-        runElements(job, images, &piece);
+        runElements(job, images, piece);
 }
 
 bool ownIsWholeRun(const IplImage* imageA, const IplImage* imageB, const IplImage* imageC,

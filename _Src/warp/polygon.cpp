@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace
 {
@@ -58,7 +59,8 @@ void clipToSide(const Polygon& polygon, const Side& side, Polygon* result)
 
 bool isFinite(const Polygon& polygon)
 {
-    return std::all_of(&polygon.vertices[0][0], &polygon.vertices[0][0] + 2 * polygon.count,
+    return std::all_of(&polygon.vertices[0][0],
+                       &polygon.vertices[0][0] + ptrdiff_t{2} * polygon.count,
                        [](double value) { return std::isfinite(value); });
 }
 

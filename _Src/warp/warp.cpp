@@ -118,8 +118,8 @@ struct RatioMap {
 
 WarpSource sourceOf(const IplRaster& raster, int32_t plane)
 {
-    return {raster.row(plane, 0) + raster.first * raster.elementBytes, raster.step, raster.stride,
-            raster.width - 1, raster.height - 1};
+    return {raster.row(plane, 0) + ptrdiff_t{raster.first} * raster.elementBytes, raster.step,
+            raster.stride, raster.width - 1, raster.height - 1};
 }
 
 WarpTarget targetAt(const IplRaster& raster, int32_t plane, int32_t x, int32_t y)

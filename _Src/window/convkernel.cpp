@@ -48,7 +48,7 @@ OwnConvKernel* createKernel(const IplCaller& caller, int32_t nCols, int32_t nRow
     kernel->nShiftR = nShiftR;
     const int64_t count = tapCount(kernel);
     for (int64_t i = 0; i < count; ++i)
-        kernel->values[i] = values[count - 1 - i];
+        kernel->values[i] = +values[count - 1 - i]; // with its sign
     return kernel;
 }
 

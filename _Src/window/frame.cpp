@@ -131,17 +131,17 @@ bool areSamePlaces(const IplImage* a, const IplImage* b)
            a->dataOrder == b->dataOrder && a->height == b->height && ownCoi(a) == ownCoi(b);
 }
 
-IplWindowEnd runOnCopy(Frame* frame)
+IplWindowEnd runOnCopy(Frame frame)
 {
-    IplImage copy = *frame->src;
+    IplImage copy = *frame.src;
     copy.imageData =
-        ownBorderCopy(frame->src, 0, 0, frame->src->width, frame->src->height, &copy.widthStep);
+        ownBorderCopy(frame.src, 0, 0, frame.src->width, frame.src->height, &copy.widthStep);
     copy.imageDataOrigin = copy.imageData;
     copy.tileInfo = nullptr;
     if (!copy.imageData)
         return IplWindowEnd::noMemory;
-    frame->src = &copy;
-    const IplWindowEnd end = runPasses(*frame);
+    frame.src = &copy;
+    const IplWindowEnd end = runPasses(frame);
     iplDeallocateImage(&copy);
     return end;
 }
@@ -159,7 +159,7 @@ IplWindowEnd runFrame(Frame* frame)
         return IplWindowEnd::complete;
     const bool shared = overlap(src, dst);
     frame->inPlace = shared && areSamePlaces(src, dst);
-    return shared && !frame->inPlace ? runOnCopy(frame) : runPasses(*frame);
+    return shared && !frame->inPlace ? runOnCopy(*frame) : runPasses(*frame);
 }
 
 } // namespace

@@ -232,7 +232,8 @@ struct SlidingHistogram {
         : shape(job, window), bins(coarseBins * (coarseBins + int64_t{1}))
     {
         if (bins.data)
-            std::memset(bins.data, 0, (coarseBins + 1) * coarseBins * sizeof(int64_t));
+            std::memset(bins.data, 0,
+                        static_cast<size_t>(coarseBins + 1) * coarseBins * sizeof(int64_t));
     }
 
     static uint32_t keyOf(Element element)

@@ -147,8 +147,8 @@ TEST(OwnWalkTiles, TellsWhichSideFailed)
     TiledImage a(plain.get(), 8, 8);
     TiledImage b(plain.get(), 8, 8);
     const auto walk = [&](bool releaseClears) {
-        IplTileSide sides[2] = {{a.get(), IPL_GET_TILE_TO_READ},
-                                {b.get(), IPL_GET_TILE_TO_WRITE, releaseClears}};
+        IplTileSide sides[2] = {{a.get(), IPL_GET_TILE_TO_READ}, {b.get(), IPL_GET_TILE_TO_WRITE}};
+        sides[1].releaseClears = releaseClears;
         return ownWalkTiles(sides, 2, INT_MAX, INT_MAX, [] {});
     };
     EXPECT_EQ(walk(true).kind, IplTileFault::none);
