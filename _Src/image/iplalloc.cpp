@@ -119,6 +119,22 @@ uint32_t expandFillValue(uint32_t depth, int32_t fillValue)
     }
 }
 
+// Rows that do not fill their step end in zeros, so that whole rows can be compared
+// whatever the heap held before. Pixels beside them in the same byte are cleared too.
+void clearPadding(const IplImage* image)
+{
+    const uint64_t rowBits = static_cast<uint64_t>(image->width) *
+                             static_cast<uint64_t>(ownDepthBits(image->depth)) *
+                             static_cast<uint64_t>(ownElementsPerPixel(image));
+    const size_t used = static_cast<size_t>(rowBits / 8);
+    const size_t step = static_cast<size_t>(image->widthStep);
+    const size_t bytes = static_cast<size_t>(image->imageSize);
+    if (used == step)
+        return;
+    for (size_t row = 0; row < bytes; row += step)
+        std::memset(image->imageData + row + used, 0, step - used);
+}
+
 // The body of both allocating functions: the checks from the header fields on.
 void allocateImage(const IplCaller& caller, IplImage* image, int32_t doFill, uint32_t fillWord)
 {
@@ -141,6 +157,8 @@ void allocateImage(const IplCaller& caller, IplImage* image, int32_t doFill, uin
     if (doFill)
         quib::kernels().block.fill32(image->imageData, fillWord,
                                      static_cast<size_t>(image->imageSize) / 4);
+    else
+        clearPadding(image);
 }
 
 bool mayAllocate(const IplCaller& caller, const IplImage* image)

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace
 {
 
@@ -442,6 +444,39 @@ TEST(IplAllocateImage, AlignsThePixelsInsideTheirBlock)
                 EXPECT_EQ(image->widthStep % align, 0);
                 std::memset(image->imageData, 0x5A, static_cast<size_t>(image->imageSize));
             }
+        }
+    }
+}
+
+TEST(IplAllocateImage, EndsRowsThatDoNotFillTheirStepInZeros)
+{
+    struct Shape {
+        int32_t width;
+        int32_t channels;
+        uint32_t depth;
+        int32_t order;
+        int32_t align;
+        int32_t used; // whole bytes of pixels in a row
+    };
+    const Shape shapes[] = {{13, 1, IPL_DEPTH_8U, 0, 4, 13},  {5, 3, IPL_DEPTH_8U, 0, 8, 15},
+                            {5, 3, IPL_DEPTH_8U, 1, 4, 5},    {19, 1, IPL_DEPTH_1U, 0, 4, 2},
+                            {7, 1, IPL_DEPTH_16S, 0, 16, 14}, {3, 1, IPL_DEPTH_32F, 0, 32, 12}};
+    for (const Shape& shape : shapes) {
+        // The heap gives blocks anew that held other bytes.
+        for (int round = 0; round < 3; ++round) {
+            const Image image =
+                makeImage(shape.width, 6, shape.channels, shape.depth, shape.order, shape.align);
+            iplDeallocateImage(image.get());
+            if (shape.depth == IPL_DEPTH_32F)
+                iplAllocateImageFP(image.get(), 0, 0.0f);
+            else
+                iplAllocateImage(image.get(), 0, 0);
+            const int32_t rows = image->imageSize / image->widthStep;
+            ASSERT_LT(shape.used, image->widthStep);
+            for (int32_t row = 0; row < rows; ++row)
+                for (int32_t i = shape.used; i < image->widthStep; ++i)
+                    ASSERT_EQ(rowOf(image.get(), row)[i], 0) << row << ", " << i;
+            std::memset(image->imageData, 0xA5, static_cast<size_t>(image->imageSize));
         }
     }
 }
