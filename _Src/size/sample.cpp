@@ -235,6 +235,12 @@ bool makeRows(const Sampling& job, MakeLine makeLine, MakeRow makeRow)
 
 // --- 16-bit and float --------------------------------------------------------------
 
+// What a tap adds. One without weight adds nothing, not even to infinity.
+double weighted(double value, double weight)
+{
+    return weight == 0.0 ? 0.0 : value * weight;
+}
+
 void store(uint16_t* out, double value)
 {
     *out = static_cast<uint16_t>(std::clamp(ownRound(value), 0.0, 65535.0));
@@ -255,7 +261,8 @@ void makeWideLine(double* line, const Element* row, const Sampling& job, const W
         for (int32_t c = 0; c < job.src.channels; ++c) {
             double sum = 0;
             for (int32_t i = 0; i < taps; ++i)
-                sum += row[static_cast<ptrdiff_t>(window.at[i]) * stride + c] * window.weight[i];
+                sum += weighted(row[static_cast<ptrdiff_t>(window.at[i]) * stride + c],
+                                window.weight[i]);
             *line++ = sum;
         }
     }
@@ -267,7 +274,7 @@ void makeWideRow(Element* out, const double* const* lines, const Window& window,
     for (int64_t k = 0; k < count; ++k) {
         double sum = 0;
         for (int32_t i = 0; i < taps; ++i)
-            sum += lines[i][k] * window.weight[i];
+            sum += weighted(lines[i][k], window.weight[i]);
         store(out + k, sum);
     }
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <limits>
 
 namespace
 {
@@ -482,6 +483,26 @@ TEST(OwnZoom, IsThePlainFormOnWideRows)
             ASSERT_FALSE(::testing::Test::HasFailure());
         }
     });
+}
+
+TEST(OwnZoom, KeepsInfinitiesOutOfPixelsThatTheyDoNotWeighIn)
+{
+    const float infinity = std::numeric_limits<float>::infinity();
+    const Image src = makeImage(5, 5, 1, IPL_DEPTH_32F);
+    for (int32_t y = 0; y < 5; ++y)
+        for (int32_t x = 0; x < 5; ++x)
+            putElement(src.get(), x, y, 0,
+                       x == 2 || y == 4 ? infinity : static_cast<float>(10 * y + x));
+    const Image same = makeImage(5, 5, 1, IPL_DEPTH_32F);
+    const Image twice = makeImage(9, 9, 1, IPL_DEPTH_32F);
+    for (const int32_t mode : {IPL_INTER_LINEAR, IPL_INTER_CUBIC}) {
+        ownZoom(src.get(), same.get(), 1, 1, 1, 1, mode);
+        EXPECT_EQ(bytesOf(same.get()), bytesOf(src.get()));
+        ownZoom(src.get(), twice.get(), 9, 5, 9, 5, mode);
+        for (int32_t y = 0; y < 5; ++y)
+            for (int32_t x = 0; x < 5; ++x)
+                EXPECT_EQ(element(twice.get(), 2 * x, 2 * y, 0), element(src.get(), x, y, 0));
+    }
 }
 
 TEST(OwnZoom, WorksOnTiledImagesAsOnUntiledOnes)
