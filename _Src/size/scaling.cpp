@@ -73,6 +73,21 @@ bool ownScaleMask(const IplCaller& caller, IplScaling* scaling, const IplImage* 
 namespace
 {
 
+// What samples of the region look at. A window of four pixels is moved into the
+// image and reaches three past the region at most.
+IplROI sampledPart(const IplImage* src)
+{
+    constexpr int32_t reach = 3;
+    IplRaster raster{};
+    if (!ownRegionStart(src, &raster))
+        return {};
+    const int32_t left = std::max(raster.region.x - reach, 0);
+    const int32_t top = std::max(raster.region.y - reach, 0);
+    return {ownCoi(src), left, top,
+            std::min(raster.region.width + raster.region.x - left + reach, src->width - left),
+            std::min(raster.region.height + raster.region.y - top + reach, src->height - top)};
+}
+
 bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* src)
 {
     IplImage* flat = createLike(src, src->width, src->height);
@@ -81,14 +96,13 @@ bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* s
         reportNoMemory(caller);
         return false;
     }
-    // Windows reach past the region: all of the image is fetched.
-    IplROI everything{ownCoi(src), 0, 0, src->width, src->height};
+    IplROI part = sampledPart(src);
     IplImage tiled = scaling->src;
-    tiled.roi = &everything;
+    tiled.roi = &part;
     IplImage whole = *flat;
-    whole.roi = &everything;
+    whole.roi = &part;
     IplTileSide sides[2] = {{&tiled, IPL_GET_TILE_TO_READ}, {&whole, 0}};
-    const IplTileFault fault = ownWalkTiles(sides, 2, src->width, src->height,
+    const IplTileFault fault = ownWalkTiles(sides, 2, part.width, part.height,
                                             [&] { iplCopy(&sides[0].record, &sides[1].record); });
     if (fault.kind != IplTileFault::none) {
         ownReport(caller, IPL_StsInternal, "srcImage->tileInfo->callBack crash");

@@ -513,6 +513,20 @@ TEST(OwnZoom, WorksOnTiledImagesAsOnUntiledOnes)
                                 });
 }
 
+TEST(OwnZoom, FetchesTheTilesThatItsRegionReaches)
+{
+    const Image image = makeImage(64, 40, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(20, 20, 1, IPL_DEPTH_8U);
+    TiledImage tiled(image.get(), 16, 8);
+    tiled.get()->roi = iplCreateROI(0, 36, 28, 4, 1);
+    for (int32_t mode = 0; mode < 3; ++mode) {
+        tiled.log.clear();
+        ownZoom(tiled.get(), dst.get(), 3, 2, 3, 2, mode);
+        EXPECT_EQ(tiled.log, fetches(toRead, {{2, 3}}));
+    }
+    iplDeallocate(tiled.get(), IPL_IMAGE_ROI);
+}
+
 TEST(OwnZoom, ReportsATileThatDoesNotCome)
 {
     const Image image = makeImage(20, 9, 1, IPL_DEPTH_8U);
