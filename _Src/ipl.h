@@ -212,9 +212,9 @@ int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_
 // shrinking axis, iplDecimate no growing one, iplResize any mixture, but with
 // IPL_INTER_SUPER, which iplZoom refuses, no growing one. Modes fall back: zooms
 // to IPL_INTER_LINEAR below 4 and to IPL_INTER_NN below 2 pixels on an axis;
-// reductions to IPL_INTER_NN below 4, to less than one pixel, and, except
-// IPL_INTER_SUPER, where both axes shrink by whole numbers; bits always, but for
-// the averages of IPL_INTER_SUPER. Zooms of an image of nothing but alpha do
+// reductions to IPL_INTER_NN below 4, where less than one pixel would be left (the
+// result has one then), and, except IPL_INTER_SUPER, where both axes shrink by
+// whole numbers; bits always, but for the averages of IPL_INTER_SUPER. Zooms of an image of nothing but alpha do
 // nothing.
 void iplZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
              int32_t interpolate);

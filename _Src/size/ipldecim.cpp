@@ -54,10 +54,27 @@ bool mayDecimate(const IplCaller& caller, const IplImage* src, const IplImage* d
     return iplGetStatus() >= 0;
 }
 
+// The destination pixels that lie wholly in the source's region.
+int64_t wholePixels(int32_t dstFactor, int32_t srcFactor, int32_t srcSize)
+{
+    return static_cast<int64_t>(dstFactor) * srcSize / srcFactor;
+}
+
+// At most `size` of them; a region that holds less than one still makes one.
+int32_t decimateExtent(int32_t dstFactor, int32_t srcFactor, int32_t srcSize, int32_t size)
+{
+    const int64_t pixels = wholePixels(dstFactor, srcFactor, srcSize);
+    return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(pixels, 1), size));
+}
+
 // Whole-number reductions are done by nearest, unless an average is asked for.
-int32_t chooseMode(const IplImage* src, const IplFactors& factors, int32_t interpolate)
+int32_t chooseMode(const IplImage* src, const IplFactors& factors, int32_t srcWidth,
+                   int32_t srcHeight, int32_t interpolate)
 {
     if (src->width < 4 || src->height < 4)
+        return IPL_INTER_NN;
+    if (wholePixels(factors.xDst, factors.xSrc, srcWidth) < 1 ||
+        wholePixels(factors.yDst, factors.ySrc, srcHeight) < 1)
         return IPL_INTER_NN;
     if (interpolate == IPL_INTER_SUPER)
         return IPL_INTER_SUPER;
@@ -66,13 +83,6 @@ int32_t chooseMode(const IplImage* src, const IplFactors& factors, int32_t inter
     if (src->depth == IPL_DEPTH_1U || (exactX && exactY))
         return IPL_INTER_NN;
     return interpolate;
-}
-
-// The destination pixels that lie wholly in the source's region, at most `size`.
-int32_t decimateExtent(int32_t dstFactor, int32_t srcFactor, int32_t srcSize, int32_t size)
-{
-    const int64_t whole = static_cast<int64_t>(dstFactor) * srcSize / srcFactor;
-    return static_cast<int32_t>(std::min<int64_t>(whole, size));
 }
 
 void decimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
@@ -91,7 +101,7 @@ void decimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
     if (!ownScaleMask(caller, &scaling, src, dst, factors) ||
         !ownFetchTiles(caller, &scaling, src, dst))
         return;
-    const int32_t mode = chooseMode(src, factors, interpolate);
+    const int32_t mode = chooseMode(src, factors, srcWidth, srcHeight, interpolate);
     if (mode == IPL_INTER_SUPER) {
         if (!ownDecimateAreas(scaling, factors)) {
             ownReport(caller, IPL_StsNoMem,

@@ -72,8 +72,11 @@ void decimateAndCheck(IplImage* src, IplImage* dst, const Factors& factors, int3
     const Area from = areaOf(src);
     const Area to = areaOf(dst);
     const int32_t used = usedMode(src, factors, mode);
-    const int32_t width = std::min(factors.xDst * from.width / factors.xSrc, to.width);
-    const int32_t height = std::min(factors.yDst * from.height / factors.ySrc, to.height);
+    const auto extent = [](int32_t dstFactor, int32_t srcFactor, int32_t size, int32_t most) {
+        return std::min(std::max(dstFactor * size / srcFactor, 1), most);
+    };
+    const int32_t width = extent(factors.xDst, factors.xSrc, from.width, to.width);
+    const int32_t height = extent(factors.yDst, factors.ySrc, from.height, to.height);
     const bool isWhole = factors.xSrc % factors.xDst == 0 && factors.ySrc % factors.yDst == 0;
     const int32_t tapMode = std::min(used, 2);
     const std::vector<Taps> columns =
@@ -329,11 +332,24 @@ TEST(IplDecimate, WritesOnlyWholeDestinationPixels)
     iplDecimate(src.get(), dst.get(), 1, 2, 1, 2, 3);
     EXPECT_EQ(rowValues(dst, 0), (std::vector<int32_t>{6, 8, 99, 99, 99}));
     EXPECT_EQ(rowValues(dst, 2), std::vector<int32_t>(5, 99));
-    // A region smaller than one destination pixel gives none.
+}
+
+TEST(IplDecimate, TakesOnePixelByNearestOfARegionBelowOneDestinationPixel)
+{
+    const Image src = ramp(5, 5);
+    const Image dst = makeImage(5, 5, 1, IPL_DEPTH_8U);
     setRoi(src.get(), 0, 1, 1, 3, 3);
+    for (int32_t mode = 0; mode < 4; ++mode) {
+        iplSet(dst.get(), 99);
+        iplDecimate(src.get(), dst.get(), 1, 4, 1, 4, mode);
+        EXPECT_EQ(rowValues(dst, 0), (std::vector<int32_t>{11, 99, 99, 99, 99}));
+        EXPECT_EQ(rowValues(dst, 1), std::vector<int32_t>(5, 99));
+    }
+    // On one axis alone the other shrinks by nearest too.
     iplSet(dst.get(), 99);
-    iplDecimate(src.get(), dst.get(), 1, 4, 1, 4, 3);
-    EXPECT_EQ(rowValues(dst, 0), std::vector<int32_t>(5, 99));
+    iplDecimate(src.get(), dst.get(), 2, 3, 1, 4, 3);
+    EXPECT_EQ(rowValues(dst, 0), (std::vector<int32_t>{11, 12, 99, 99, 99}));
+    EXPECT_EQ(rowValues(dst, 1), std::vector<int32_t>(5, 99));
 }
 
 // --- Areas ------------------------------------------------------------------------------------
@@ -537,6 +553,25 @@ TEST(IplDecimate, WorksOnTiledImagesAsOnUntiledOnes)
                                 [](IplImage* src, IplImage* dst, const Factors& f, int32_t mode) {
                                     iplDecimate(src, dst, f.xDst, f.xSrc, f.yDst, f.ySrc, mode);
                                 });
+}
+
+TEST(IplDecimate, FetchesTheTilesThatItsRegionReaches)
+{
+    const Image image = makeImage(64, 40, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(8, 8, 1, IPL_DEPTH_8U);
+    TiledImage tiled(image.get(), 16, 8);
+    // Columns 20 to 27 and rows 19 to 21, and three more on each side.
+    tiled.get()->roi = iplCreateROI(0, 20, 19, 8, 3);
+    for (int32_t mode = 0; mode < 4; ++mode) {
+        tiled.log.clear();
+        iplDecimate(tiled.get(), dst.get(), 2, 3, 2, 3, mode);
+        EXPECT_EQ(tiled.log, fetches(toRead, {{1, 2}, {1, 3}}));
+    }
+    iplSetROI(tiled.get()->roi, 0, 29, 13, 1, 1);
+    tiled.log.clear();
+    iplDecimate(tiled.get(), dst.get(), 1, 1, 1, 1, 1);
+    EXPECT_EQ(tiled.log, fetches(toRead, {{1, 1}, {2, 1}, {1, 2}, {2, 2}}));
+    iplDeallocate(tiled.get(), IPL_IMAGE_ROI);
 }
 
 TEST(IplDecimate, ReportsATileThatDoesNotCome)
