@@ -52,11 +52,10 @@ uint32_t tableEntries(const BITMAPINFOHEADER& header)
 
 struct PackedDib {
     uint8_t* block; // to be freed; null if there is no memory for it
-    size_t bytes;
+    size_t bytes;   // of them that the file had
 };
 
-// Completes the header and reads what follows it in the file; what a short file
-// lacks is 0.
+// Completes the header and reads what follows it in the file.
 PackedDib readPackedDib(const File& file, BITMAPINFOHEADER* header)
 {
     const uint64_t imageBytes = header->biSizeImage ? header->biSizeImage : pictureBytes(*header);
@@ -69,8 +68,8 @@ PackedDib readPackedDib(const File& file, BITMAPINFOHEADER* header)
     if (!block)
         return {};
     std::memcpy(block, header, headerBytes);
-    file.read(block + headerBytes, static_cast<size_t>(bytes - headerBytes));
-    return {block, static_cast<size_t>(bytes)};
+    return {block,
+            headerBytes + file.read(block + headerBytes, static_cast<size_t>(bytes - headerBytes))};
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "_Src/image/report.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace
@@ -86,11 +87,17 @@ struct DibRows {
     int64_t pitch;
     int64_t height;
     bool bottomFirst;
+    bool looksForBlanks; // whether a stream may have skipped rows
 };
 
 DibRows rowsOf(const BITMAPINFOHEADER& header, const OwnExtent& extent, uint64_t start)
 {
-    return {extent, start, ownDibRowPitch(header), ownDibHeight(header), header.biHeight > 0};
+    return {extent,
+            start,
+            ownDibRowPitch(header),
+            ownDibHeight(header),
+            header.biHeight > 0,
+            ownIsCompressed(header)};
 }
 
 uint64_t rowOffset(const DibRows& rows, int64_t y)
@@ -118,6 +125,11 @@ void openRun(DibRun* run, const DibRows& rows, int64_t y, int64_t column, int32_
     run->bytes = run->isCopy ? run->copy : rows.extent.start + run->offset;
     if (run->isCopy)
         ownReadExtent(rows.extent, run->offset, run->copy, run->size);
+}
+
+bool isBlank(const uint8_t* bytes, size_t count)
+{
+    return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, count - 1) == 0;
 }
 
 void closeWrittenRun(const DibRun& run, const DibRows& rows)
@@ -171,24 +183,74 @@ bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* im
     return true;
 }
 
+// The pixels of a row up to the last that is held in the block; a row that is
+// nothing but zeros counts as not held where such rows are looked for.
+int64_t heldPixels(const DibRows& rows, int64_t y, const BITMAPINFOHEADER& header)
+{
+    const uint64_t offset = rowOffset(rows, y);
+    const int64_t width = header.biWidth;
+    const uint64_t bytes = static_cast<uint64_t>((width * header.biBitCount + 7) / 8);
+    const size_t held =
+        ownHeldBytes(rows.extent, offset, static_cast<size_t>(std::min<uint64_t>(bytes, SIZE_MAX)));
+    if (held == 0 || (rows.looksForBlanks && isBlank(rows.extent.start + offset, held)))
+        return 0;
+    return held == bytes ? width : static_cast<int64_t>(uint64_t{held} * 8 / header.biBitCount + 1);
+}
+
+// What an import works on, and room for what is in hand.
+struct ImportJob {
+    const Import& plan;
+    IplRaster to;    // a plane a channel
+    IplRaster whole; // the same, as it lies in memory
+    DibRun bytes;
+    OwnPixel run[ownRunLength];
+};
+
+void importRun(ImportJob* job, uint8_t* row, int32_t x, const uint8_t* bytes, int32_t count)
+{
+    job->plan.fetch(job->plan.format, bytes, job->run, count);
+    job->plan.step(job->run, count);
+    job->plan.store(job->to, row, x, job->run, count);
+}
+
+// The pixels from x on, at a run's start, of zeros: the first run is made, the
+// others are copied from it.
+void importBlanks(ImportJob* job, uint8_t* row, int32_t x, int32_t width)
+{
+    constexpr uint8_t zeros[ownRunLength * 4] = {};
+    importRun(job, row, x, zeros, std::min(ownRunLength, width - x));
+    const IplRaster& raster = job->whole;
+    const ptrdiff_t elements = static_cast<ptrdiff_t>(ownRunLength) * raster.stride;
+    const ptrdiff_t runBytes = raster.elementBytes ? elements * raster.elementBytes : elements / 8;
+    uint8_t* const made = row + x / ownRunLength * runBytes;
+    ptrdiff_t copied = runBytes;
+    for (x += ownRunLength; x <= width - ownRunLength; x += ownRunLength, copied += runBytes)
+        for (int32_t plane = 0; plane < raster.planes; ++plane)
+            std::memcpy(made + plane * raster.planeStep + copied, made + plane * raster.planeStep,
+                        static_cast<size_t>(runBytes));
+    if (x < width)
+        importRun(job, row, x, zeros, width - x);
+}
+
 void importRows(const Import& plan, const DibRows& from, const BITMAPINFOHEADER& header,
                 const IplImage* image)
 {
-    const IplRaster to = ownImageRows(image);
-    DibRun bytes;
-    OwnPixel run[ownRunLength];
-    if (header.biWidth <= 0)
+    ImportJob job{plan, ownImageRows(image), {}, {}, {}};
+    ownTopDownRows(image, &job.whole);
+    const int32_t width = header.biWidth;
+    if (width <= 0)
         return;
     for (int64_t y = 0; y < from.height; ++y) {
-        uint8_t* row = to.row(0, static_cast<int32_t>(y));
-        for (int64_t x = 0; x < header.biWidth; x += ownRunLength) {
-            const int32_t count =
-                static_cast<int32_t>(std::min<int64_t>(ownRunLength, header.biWidth - x));
-            openRun(&bytes, from, y, x, count, header.biBitCount);
-            plan.fetch(plan.format, bytes.bytes, run, count);
-            plan.step(run, count);
-            plan.store(to, row, static_cast<int32_t>(x), run, count);
+        uint8_t* row = job.to.row(0, static_cast<int32_t>(y));
+        const int64_t held = heldPixels(from, y, header);
+        int32_t x = 0;
+        for (; x < held; x += ownRunLength) {
+            const int32_t count = std::min(ownRunLength, width - x);
+            openRun(&job.bytes, from, y, x, count, header.biBitCount);
+            importRun(&job, row, x, job.bytes.bytes, count);
         }
+        if (x < width)
+            importBlanks(&job, row, x, width);
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -211,6 +212,20 @@ TEST(QuibLoadBMP, ReadsZerosForWhatAShortFileLacks)
         ASSERT_EQ(cut.status, QUIB_OK);
         ASSERT_EQ(bytesOf(cut.handle.get()), bytesOf(zeroed.handle.get()));
     }
+}
+
+TEST(QuibLoadBMP, SpendsNoTimeOnPixelsThatAFileOnlyClaims)
+{
+    // Pixel by pixel these billion bits took five seconds.
+    Bytes file = fileOf(dibWith(dibHeader(1 << 28, 4, 1), Bytes(4096, 0xFF)));
+    put32(file, 54, 0x00FFFFFF);
+    const auto before = std::chrono::steady_clock::now();
+    const Loaded loaded = load(file);
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - before;
+    ASSERT_EQ(loaded.status, QUIB_OK);
+    EXPECT_EQ(rowOf(loaded.handle.get(), 0)[0], 0xFF);
+    EXPECT_EQ(rowOf(loaded.handle.get(), 2)[(1 << 25) - 1], 0xFF);
+    EXPECT_LT(seconds.count(), 2.0);
 }
 
 TEST(QuibLoadBMP, ReadsNoMoreThanBiSizeImage)

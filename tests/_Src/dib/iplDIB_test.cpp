@@ -204,22 +204,55 @@ TEST(IplConvertFromDIB, EqualsThePlainFormForAllFormats)
     }
 }
 
+namespace
+{
+
+// Cuts the bitmap anywhere behind its header; what it then lacks reads 0.
+void cutAndCompare(Bytes dib, Random& random)
+{
+    dib.resize(static_cast<size_t>(random.between(40, static_cast<int32_t>(dib.size()))));
+    const PlainDib plain(dib);
+    const int32_t height = static_cast<int32_t>(dibRows(plain.header));
+    const Image image = randomImage(plain.header.biWidth, height, random, false);
+    const Image expected(iplCloneImage(image.get()));
+    const GuardedPixels guarded(image.get());
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < plain.header.biWidth; ++x)
+            plainStore(expected.get(), x, y, plain.pixel(x, y));
+    const GuardedBytes block(dib);
+    ownConvertFromDIB(block.data(), block.size(), image.get());
+    ASSERT_EQ(bytesOf(image.get()), bytesOf(expected.get()));
+}
+
+} // namespace
+
 TEST(IplConvertFromDIB, ReadsZerosPastAShortBlock)
 {
     Random random(8);
-    for (int32_t round = 0; round < 2000; ++round) {
-        Bytes dib = randomBitmap(random);
-        dib.resize(static_cast<size_t>(random.between(40, static_cast<int32_t>(dib.size()))));
-        const PlainDib plain(dib);
-        const int32_t height = static_cast<int32_t>(dibRows(plain.header));
-        const Image image = randomImage(plain.header.biWidth, height, random, false);
-        const Image expected(iplCloneImage(image.get()));
-        for (int32_t y = 0; y < height; ++y)
-            for (int32_t x = 0; x < plain.header.biWidth; ++x)
-                plainStore(expected.get(), x, y, plain.pixel(x, y));
-        const GuardedBytes block(dib);
-        ownConvertFromDIB(block.data(), block.size(), image.get());
-        ASSERT_EQ(bytesOf(image.get()), bytesOf(expected.get()));
+    for (int32_t round = 0; round < 2000; ++round)
+        ASSERT_NO_FATAL_FAILURE(cutAndCompare(randomBitmap(random), random));
+    for (int32_t round = 0; round < 200; ++round) {
+        BITMAPINFOHEADER header = randomHeader(random);
+        header.biWidth = random.between(250, 1100);
+        ASSERT_NO_FATAL_FAILURE(cutAndCompare(randomDib(header, random), random));
+    }
+}
+
+TEST(IplConvertFromDIB, FindsTheRowsThatAStreamSkips)
+{
+    // 300 pixels of 1, twice 250 rows that a delta skips, 300 pixels of 2.
+    const Bytes table{90, 90, 90, 0, 10, 10, 10, 0, 20, 20, 20, 0};
+    Bytes dib = dibWith(dibHeader(300, 502, 8, 1, 3), table);
+    dib.insert(dib.end(), {255, 1, 45, 1, 0, 0, 0, 2, 0, 250, 0, 2, 0, 250, 255, 2, 45, 2, 0, 1});
+    for (const int32_t channels : {1, 3, 4}) {
+        const Image image = converted(dib, channels);
+        for (int32_t y = 0; y < 502; ++y) {
+            const uint8_t colour = y == 501 ? 10 : y == 0 ? 20 : 90;
+            // Gray loses one of 255 parts.
+            const int32_t expected = channels == 1 ? colour * 255 >> 8 : colour;
+            for (int32_t x = 0; x < 300; ++x)
+                ASSERT_EQ(rowOf(image.get(), y)[x * channels], expected) << x << ", " << y;
+        }
     }
 }
 
