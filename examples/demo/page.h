@@ -1,4 +1,4 @@
-// The page that the demo writes: sections of pictures with captions.
+// The page that the demo writes: sections of rows of pictures with captions.
 #pragma once
 
 #include <string>
@@ -14,10 +14,21 @@ struct Figure {
     bool transparent = false; // shown on a chequered ground
 };
 
+// How a row is set: cards for a look at the whole, small ones for long series, and
+// details, of which single pixels are to be seen.
+enum class Cards { normal, small, detail };
+
+struct Row {
+    std::string label; // or nothing
+    Cards cards = Cards::normal;
+    std::vector<Figure> figures;
+};
+
 struct Section {
+    std::string id; // what links call it
     std::string title;
     std::string text;
-    std::vector<Figure> figures;
+    std::vector<Row> rows;
 };
 
 struct Page {
