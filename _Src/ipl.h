@@ -359,3 +359,12 @@ void iplMedianFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols
 // Alpha stays. At depths of 8 and 16 bits and of floats.
 void iplColorMedianFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols,
                           int32_t nRows, int32_t anchorX, int32_t anchorY);
+// One of the eleven filters that QuibFixedFilter tells, in a window of 3 x 3 or 5 x 5
+// around the pixel, at all depths. Integers are saturated to their depth; at signed
+// depths and floats the high-pass filters add nothing to their differences. Floats are
+// summed in double, tap by tap and row by row, and a mean is the sum times the
+// reciprocal. Of bits, filters 0 to 5 give 1 where the value is not 0, 6 and 7 where
+// it is a half or more, 8 and 9 where the pixel is set and the mean below a half; 10
+// is iplCopy. Gives the engine's status, an earlier failure's too, which ends the call
+// before the filter's number is tested.
+int32_t iplFixedFilter(const IplImage* srcImage, IplImage* dstImage, int32_t filter);

@@ -9,6 +9,7 @@
 #include "kernels/composite.h"
 #include "kernels/convert.h"
 #include "kernels/convolve.h"
+#include "kernels/fixed.h"
 #include "kernels/gray.h"
 #include "kernels/layers.h"
 #include "kernels/mirror.h"
@@ -49,6 +50,7 @@ struct Kernels {
     ToneKernels tone;
     ScanKernels scan;
     GrayKernels gray;
+    FixedKernels fixed;
 };
 
 // The table in use: the best level that this processor has.

@@ -27,6 +27,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/composite.inl"
 #include "kernels/convert.inl"
 #include "kernels/convolve.inl"
+#include "kernels/fixed.inl"
 #include "kernels/gray.inl"
 #include "kernels/layers.inl"
 #include "kernels/mirror.inl"
@@ -64,6 +65,7 @@ constinit const Kernels table{
     .tone = toneKernels,
     .scan = scanKernels,
     .gray = grayKernels,
+    .fixed = fixedKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

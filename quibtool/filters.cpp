@@ -45,6 +45,15 @@ QuibStatus filterWindows(WindowFilter filter, const IplImage* src, IplImage** ou
 
 } // namespace
 
+QuibStatus QuibFixedFilter(const IplImage* src, IplImage** outHandle, int32_t filter)
+{
+    if (!QuibIsValid(src) || !outHandle)
+        return QUIB_BAD_ARGUMENT;
+    if (const QuibStatus status = createForFilter(src, outHandle))
+        return status;
+    return iplFixedFilter(src, *outHandle, filter) == IPL_StsOk ? QUIB_OK : QUIB_FAILED;
+}
+
 QuibStatus QuibMaxFilter(const IplImage* src, IplImage** outHandle, int32_t nCols, int32_t nRows,
                          int32_t anchorX, int32_t anchorY)
 {

@@ -689,6 +689,22 @@ QUIB_API QuibStatus QuibMedianFilter(const IplImage* src, IplImage** outHandle, 
 QUIB_API QuibStatus QuibColorMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
                                           int32_t nRows, int32_t anchorX, int32_t anchorY);
 
+/* One of eleven filters with a window of their own, the pixel in its middle:
+ *
+ *     0, 1   Prewitt's horizontal and vertical gradient, 3 x 3      absolute value
+ *     2, 3   Sobel's horizontal and vertical gradient, 3 x 3        absolute value
+ *     4, 5   Laplacian of 3 x 3 (8 and -1) and of 5 x 5 (24 and -1)  absolute value
+ *     6, 7   Gaussian of 3 x 3 and of 5 x 5 by binomial taps        halves up
+ *     8, 9   the pixel less the mean of 3 x 3 and of 5 x 5, plus 128
+ *     10     sharpening: 9 times the pixel less those around it
+ *
+ * A horizontal gradient is the difference of what lies right and left. Results are held
+ * to 0..255. 1 bit: 0 to 5 give 1 where the value is not 0, 6 and 7 where it is a half or
+ * more, 8 and 9 where the pixel is set and the mean below a half; 10 copies. QUIB_FAILED
+ * also where the engine's status is that of an earlier failure; the handle then holds the
+ * fill. Another number ends the process. */
+QUIB_API QuibStatus QuibFixedFilter(const IplImage* src, IplImage** outHandle, int32_t filter);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,6 +1,7 @@
-// The filters that are no weighted sums: order statistics of windows.
+// Filters of windows: order statistics, and those whose windows are fixed.
 #include "_Src/image/report.h"
 #include "_Src/walk/region.h"
+#include "_Src/window/fixed.h"
 #include "_Src/window/ranks.h"
 
 namespace
@@ -75,6 +76,20 @@ bool haveColours(const IplCaller& caller, const IplImage* srcImage, const IplIma
            ownRequire(caller, ownCoi(dstImage) == 0, "dstImage->roi->coi!=0");
 }
 
+bool areAlike(const IplCaller& caller, const IplImage* srcImage, const IplImage* dstImage)
+{
+    return ownImageIsGood(caller, srcImage) && ownImageIsGood(caller, dstImage) &&
+           ownRequire(caller, srcImage != dstImage, "(srcImage==dstImage)") &&
+           ownRequire(caller, srcImage->depth == dstImage->depth,
+                      "srcImage->depth!=dstImage->depth") &&
+           ownRequire(caller, srcImage->nChannels == dstImage->nChannels,
+                      "srcImage->nChannels!=dstImage->nChannels") &&
+           ownRequire(caller, srcImage->alphaChannel == dstImage->alphaChannel,
+                      "srcImage->alphaChannel!=dstImage->alphaChannel") &&
+           ownRequire(caller, srcImage->dataOrder == dstImage->dataOrder,
+                      "srcImage->dataOrder!=dstImage->dataOrder");
+}
+
 // --- Work --------------------------------------------------------------------------
 
 using WindowFilter = IplWindowEnd (*)(const IplImage* src, IplImage* dst, const IplWindow& window);
@@ -120,4 +135,19 @@ void iplColorMedianFilter(const IplImage* srcImage, IplImage* dstImage, int32_t 
     if (haveGoodWindow(caller, srcImage, dstImage, window) &&
         haveColours(caller, srcImage, dstImage))
         ownFilterVectorMedians(srcImage, dstImage, window);
+}
+
+int32_t iplFixedFilter(const IplImage* srcImage, IplImage* dstImage, int32_t filter)
+{
+    constexpr int32_t sharpen = 10;
+    const IplCaller caller{"iplFixedFilter", fileName};
+    if (!areAlike(caller, srcImage, dstImage) ||
+        !haveChannelsOfInterest(caller, IPL_BadCOI, srcImage, dstImage) ||
+        !ownRequire(caller, filter >= 0 && filter < ownFixedFilters, "Unknow filter."))
+        return iplGetStatus();
+    if (filter == sharpen && srcImage->depth == IPL_DEPTH_1U)
+        iplCopy(srcImage, dstImage);
+    else
+        ownFilterFixed(srcImage, dstImage, filter);
+    return iplGetStatus();
 }

@@ -4,6 +4,8 @@
 #include "tests/support/report.h"
 #include "tests/support/window.h"
 
+#include <cmath>
+
 namespace
 {
 
@@ -147,4 +149,87 @@ TEST(QuibRankFilters, AnOldFailureLeavesTheFill)
         for (int32_t x = 0; x < 5; ++x)
             EXPECT_EQ(element(out.get(), x, 2, 0), 0);
     }
+}
+
+// --- Fixed filters ---------------------------------------------------------------------
+
+namespace
+{
+
+Image fixedFiltered(const IplImage* src, int32_t filter)
+{
+    IplImage* out = nullptr;
+    EXPECT_EQ(QuibFixedFilter(src, &out, filter), QUIB_OK);
+    return Image(out);
+}
+
+} // namespace
+
+TEST(QuibFixedFilter, FiltersHandlesOfAllKinds)
+{
+    Random random(5);
+    for (const int32_t bitDepth : {1, 8, 24, 32}) {
+        const Image src = makeRandomHandle(37, 11, bitDepth, random);
+        const Image out = fixedFiltered(src.get(), 6);
+        ASSERT_NE(out, nullptr);
+        const Twin expected(out.get());
+        plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 3, 1, 1},
+                    [](const std::vector<double>& w) {
+                        const double sum =
+                            w[0] + w[2] + w[6] + w[8] + 2 * (w[1] + w[3] + w[5] + w[7]) + 4 * w[4];
+                        return std::floor(sum / 16 + 0.5);
+                    });
+        EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get())) << bitDepth;
+    }
+}
+
+TEST(QuibFixedFilter, FiltersARegionIntoTheCorner)
+{
+    Random random(6);
+    const Image src = makeRandomHandle(20, 10, 32, random);
+    setRoi(src.get(), 0, 5, 3, 4, 2);
+    const Image out = fixedFiltered(src.get(), 10);
+    EXPECT_EQ(out->roi, nullptr);
+    for (int32_t c = 0; c < 4; ++c)
+        EXPECT_EQ(element(out.get(), 4, 0, c), c == 3 ? 255 : 0);
+}
+
+TEST(QuibFixedFilter, GivesTheEnginesOutcome)
+{
+    const CleanStatus status;
+    Random random(7);
+    const Image src = makeRandomHandle(5, 5, 8, random);
+    for (int32_t filter = 0; filter <= 10; ++filter)
+        EXPECT_NE(fixedFiltered(src.get(), filter), nullptr);
+    for (const int32_t filter : {6, 11}) {
+        iplSetStatus(-10);
+        IplImage* out = nullptr;
+        EXPECT_EQ(QuibFixedFilter(src.get(), &out, filter), QUIB_FAILED);
+        const Image left(out);
+        ASSERT_NE(out, nullptr);
+        EXPECT_EQ(element(out, 2, 2, 0), 0);
+    }
+}
+
+TEST(QuibFixedFilter, AnUnknownFilterEndsTheProcess)
+{
+    const Image src = makeHandle(3, 3, 8);
+    IplImage* out = nullptr;
+    for (const int32_t filter : {11, -1})
+        EXPECT_REPORT(QuibFixedFilter(src.get(), &out, filter), -5, "iplFixedFilter",
+                      "Unknow filter.", "iplnlf");
+}
+
+TEST(QuibFixedFilter, RefusesBadArguments)
+{
+    const Image src = makeHandle(3, 3, 24);
+    IplImage* out = nullptr;
+    EXPECT_BAD_HANDLE(QuibFixedFilter(nullptr, &out, 0));
+    EXPECT_EQ(out, nullptr);
+    quibLastError[0] = 0;
+    EXPECT_EQ(QuibFixedFilter(src.get(), nullptr, 0), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(quibLastError[0], 0);
+    const Image words = makeImage(3, 3, 3, IPL_DEPTH_16U);
+    EXPECT_EQ(QuibFixedFilter(words.get(), &out, 0), QUIB_FAILED);
+    EXPECT_EQ(out, nullptr);
 }

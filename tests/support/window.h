@@ -169,6 +169,27 @@ inline Arrangement randomFilterImages(uint32_t depth, Random& random)
     return images;
 }
 
+// Two that have the same numbers of channels and of channels that take part; bits in
+// any orders if so wished.
+inline Arrangement randomAlikeImages(uint32_t depth, bool bitsInAnyOrder, Random& random)
+{
+    const bool bits = depth == IPL_DEPTH_1U;
+    const int32_t channels = bits ? 1 : random.between(1, 5);
+    const int32_t alpha = !bits && channels > 1 && random.coin() ? channels : 0;
+    const bool single = channels - (alpha ? 1 : 0) == 1;
+    const bool interest = !bits && random.coin();
+    const int32_t order = random.between(0, 1);
+    const auto image = [&] {
+        const int32_t coi =
+            interest && !(single && random.coin()) ? random.between(1, channels) : 0;
+        return imageOfShape(depth, bits && bitsInAnyOrder ? random.between(0, 1) : order,
+                            {channels, alpha, coi}, random);
+    };
+    Arrangement images{image(), nullptr, image()};
+    giveRandomBorders(images.a.get(), random);
+    return images;
+}
+
 inline void copyBorders(IplImage* to, const IplImage* from)
 {
     std::copy_n(from->BorderMode, 4, to->BorderMode);

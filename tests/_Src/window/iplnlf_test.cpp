@@ -58,21 +58,7 @@ FilterCall callOf(RankFilter filter)
 // As the rank filters take them: alike in channels and alpha.
 Arrangement randomRankImages(uint32_t depth, Random& random)
 {
-    const bool bits = depth == IPL_DEPTH_1U;
-    const int32_t channels = bits ? 1 : random.between(1, 5);
-    const int32_t alpha = !bits && channels > 1 && random.coin() ? channels : 0;
-    const bool single = channels - (alpha ? 1 : 0) == 1;
-    const bool interest = !bits && random.coin();
-    const int32_t order = random.between(0, 1);
-    const auto image = [&] {
-        const int32_t coi =
-            interest && !(single && random.coin()) ? random.between(1, channels) : 0;
-        return imageOfShape(depth, bits ? random.between(0, 1) : order, {channels, alpha, coi},
-                            random);
-    };
-    Arrangement images{image(), nullptr, image()};
-    giveRandomBorders(images.a.get(), random);
-    return images;
+    return randomAlikeImages(depth, true, random);
 }
 
 // Of few values, so that many are equal.
