@@ -214,8 +214,8 @@ int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_
 // to IPL_INTER_LINEAR below 4 and to IPL_INTER_NN below 2 pixels on an axis;
 // reductions to IPL_INTER_NN below 4, where less than one pixel would be left (the
 // result has one then), and, except IPL_INTER_SUPER, where both axes shrink by
-// whole numbers; bits always, but for the averages of IPL_INTER_SUPER. Zooms of an image of nothing but alpha do
-// nothing.
+// whole numbers; bits always, but for the averages of IPL_INTER_SUPER. Zooms of an image of nothing
+// but alpha do nothing.
 void iplZoom(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
              int32_t interpolate);
 void iplDecimate(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,
@@ -338,7 +338,8 @@ void iplConvolve2D(const IplImage* srcImage, IplImage* dstImage, OwnConvKernel* 
 void iplConvolveSep2D(const IplImage* srcImage, IplImage* dstImage, const OwnConvKernel* xKernel,
                       const OwnConvKernel* yKernel);
 
-// --- Window filters (iplnlf) ------------------------------------------------------
+// --- Window filters (iplnlf, iplblur, ipldext)
+// ------------------------------------------------------
 //
 // Each makes a pixel from those under a window of nCols x nRows pixels, in which it
 // stands at (anchorX, anchorY). Regions and masks pair up from their corners; windows
@@ -368,3 +369,23 @@ void iplColorMedianFilter(const IplImage* srcImage, IplImage* dstImage, int32_t 
 // is iplCopy. Gives the engine's status, an earlier failure's too, which ends the call
 // before the filter's number is tested.
 int32_t iplFixedFilter(const IplImage* srcImage, IplImage* dstImage, int32_t filter);
+
+// The mean of the elements under a window of nCols x nRows pixels, in which the pixel
+// stands at (anchorX, anchorY), at all depths, in each channel but alpha or in the
+// channels of interest. Integers are rounded to nearest, halves up; a bit is 1 where at
+// least half of them are; floats are summed in double, and the sum is multiplied by the
+// reciprocal of their number. Regions and masks pair up from their corners; windows read
+// what lies around a region, and around the image what its border modes make. May work
+// in place. Images that are none, or not of one depth, are left alone.
+void iplBlur(const IplImage* srcImage, IplImage* dstImage, int32_t nCols, int32_t nRows,
+             int32_t anchorX, int32_t anchorY);
+// Blurs the source as iplBlur does with a window of xMaskSize x yMaskSize pixels, 0
+// counting as 1, the pixel at half its size; then reduces it by xDst / xSrc and
+// yDst / ySrc as iplDecimate does, with IPL_INTER_NN, _LINEAR or _CUBIC. Equal factors
+// are no reduction: the blurred pixels are then those of the common region where both
+// masks let them be written. Of images without channels of interest that differ in their
+// number of channels, as many take part as both have. At unsigned depths and floats. Not
+// in place.
+void iplDecimateBlur(const IplImage* srcImage, IplImage* dstImage, int32_t xDst, int32_t xSrc,
+                     int32_t yDst, int32_t ySrc, int32_t interpolate, int32_t xMaskSize,
+                     int32_t yMaskSize);

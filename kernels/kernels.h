@@ -6,6 +6,7 @@
 #include "kernels/area.h"
 #include "kernels/bits.h"
 #include "kernels/block.h"
+#include "kernels/box.h"
 #include "kernels/composite.h"
 #include "kernels/convert.h"
 #include "kernels/convolve.h"
@@ -51,6 +52,7 @@ struct Kernels {
     ScanKernels scan;
     GrayKernels gray;
     FixedKernels fixed;
+    BoxKernels box;
 };
 
 // The table in use: the best level that this processor has.

@@ -24,6 +24,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/area.inl"
 #include "kernels/bits.inl"
 #include "kernels/block.inl"
+#include "kernels/box.inl"
 #include "kernels/composite.inl"
 #include "kernels/convert.inl"
 #include "kernels/convolve.inl"
@@ -66,6 +67,7 @@ constinit const Kernels table{
     .scan = scanKernels,
     .gray = grayKernels,
     .fixed = fixedKernels,
+    .box = boxKernels,
 };
 
 } // namespace quib::QUIB_LEVEL

@@ -1,6 +1,8 @@
 #include "_Src/ipl.h"
 #include "quibtool/filterops.h"
+#include "quibtool/pixelops.h"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace quib;
@@ -44,6 +46,34 @@ QuibStatus filterWindows(WindowFilter filter, const IplImage* src, IplImage** ou
 }
 
 } // namespace
+
+QuibStatus QuibBlur(const IplImage* src, IplImage** outHandle, int32_t nCols, int32_t nRows,
+                    int32_t anchorX, int32_t anchorY)
+{
+    if (!QuibIsValid(src) || !outHandle)
+        return QUIB_BAD_ARGUMENT;
+    ownCloneForOperation(src, nullptr, outHandle);
+    iplBlur(src, *outHandle, nCols, nRows, anchorX, anchorY);
+    return QUIB_OK;
+}
+
+QuibStatus QuibDecimateBlur(const IplImage* src, IplImage* dst, int32_t interpolate,
+                            int32_t xMaskSize, int32_t yMaskSize)
+{
+    if (!QuibIsValid(src))
+        return QUIB_BAD_ARGUMENT;
+    if (!QuibIsValid(dst))
+        return QUIB_BAD_ARGUMENT;
+    QuibInfo info{};
+    QuibGetInfo(src, &info);
+    const int32_t rows = std::min(yMaskSize, info.height / 2);
+    const int32_t columns = std::min(xMaskSize, info.width / 2);
+    if (rows < 1 || columns < 1)
+        return QuibCopy(src, &dst);
+    iplDecimateBlur(src, dst, info.width, info.width, info.height, info.height, interpolate,
+                    columns, rows);
+    return QUIB_OK;
+}
 
 QuibStatus QuibFixedFilter(const IplImage* src, IplImage** outHandle, int32_t filter)
 {

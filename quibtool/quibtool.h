@@ -689,6 +689,23 @@ QUIB_API QuibStatus QuibMedianFilter(const IplImage* src, IplImage** outHandle, 
 QUIB_API QuibStatus QuibColorMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
                                           int32_t nRows, int32_t anchorX, int32_t anchorY);
 
+/* The mean of the window's elements, rounded to nearest, halves up; 1 bit: whether at
+ * least half of them are set. The time does not depend on the window: sums run on from
+ * pixel to pixel and from row to row. Stores a clone of src, whose pixels stay where a
+ * region, a mask, a channel of interest or an alpha channel leaves them out; a region is
+ * blurred where it lies. Ends the process for an anchor outside the window. */
+QUIB_API QuibStatus QuibBlur(const IplImage* src, IplImage** outHandle, int32_t nCols,
+                             int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+/* Writes src, blurred by a window of xMaskSize x yMaskSize pixels with the pixel at half
+ * its size, into dst: the common part of the images' regions, where their masks let it.
+ * The sizes are lowered to half of the width and of the height of src; if one is then below
+ * 1, the result is that of QuibCopy, which takes no heed of the size of dst. interpolate is
+ * 0, 1 or 2, and makes no difference. QUIB_BAD_ARGUMENT for an unreadable handle; the same
+ * image on both sides and whatever else the engine refuses end the process. */
+QUIB_API QuibStatus QuibDecimateBlur(const IplImage* src, IplImage* dst, int32_t interpolate,
+                                     int32_t xMaskSize, int32_t yMaskSize);
+
 /* One of eleven filters with a window of their own, the pixel in its middle:
  *
  *     0, 1   Prewitt's horizontal and vertical gradient, 3 x 3      absolute value

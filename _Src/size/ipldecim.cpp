@@ -85,8 +85,10 @@ int32_t chooseMode(const IplImage* src, const IplFactors& factors, int32_t srcWi
     return interpolate;
 }
 
-void decimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
-              const IplFactors& factors, int32_t interpolate)
+} // namespace
+
+void ownDecimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
+                 const IplFactors& factors, int32_t interpolate)
 {
     int32_t srcHeight = 0;
     int32_t srcWidth = 0;
@@ -115,12 +117,10 @@ void decimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
     ownStoreTiles(caller, &scaling, dst);
 }
 
-} // namespace
-
 void iplDecimate(IplImage* src, IplImage* dst, int32_t xDst, int32_t xSrc, int32_t yDst,
                  int32_t ySrc, int32_t interpolate)
 {
     const IplFactors factors{xDst, xSrc, yDst, ySrc};
     if (mayDecimate({"Decimate", fileName}, src, dst, factors, interpolate))
-        decimate({"iplDecimate", fileName}, src, dst, factors, interpolate);
+        ownDecimate({"iplDecimate", fileName}, src, dst, factors, interpolate);
 }

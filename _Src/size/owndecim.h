@@ -1,4 +1,4 @@
-// The kernels' drivers of iplDecimate.
+// The work of iplDecimate, and the kernels' drivers.
 #pragma once
 
 #include "_Src/size/scaling.h"
@@ -13,3 +13,8 @@ bool ownDecimateSamples(const IplScaling& scaling, const IplFactors& factors, in
 // nearest, halves up. A bit is set when the average, which is exact too, is 0.5 or
 // more. False if there is no memory.
 bool ownDecimateAreas(const IplScaling& scaling, const IplFactors& factors);
+
+// What iplDecimate does with images and factors that have passed its checks; each image
+// works on equally many channels. Reports what fails.
+void ownDecimate(const IplCaller& caller, const IplImage* src, const IplImage* dst,
+                 const IplFactors& factors, int32_t interpolate);

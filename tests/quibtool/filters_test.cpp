@@ -233,3 +233,177 @@ TEST(QuibFixedFilter, RefusesBadArguments)
     EXPECT_EQ(QuibFixedFilter(words.get(), &out, 0), QUIB_FAILED);
     EXPECT_EQ(out, nullptr);
 }
+
+// --- Blur ------------------------------------------------------------------------------
+
+namespace
+{
+
+Image blurred(const IplImage* src, const PlainWindow& window)
+{
+    IplImage* out = nullptr;
+    EXPECT_EQ(QuibBlur(src, &out, window.nCols, window.nRows, window.anchorX, window.anchorY),
+              QUIB_OK);
+    return Image(out);
+}
+
+double plainMean(const std::vector<double>& window)
+{
+    double sum = 0;
+    for (const double value : window)
+        sum += value;
+    const double n = static_cast<double>(window.size());
+    return std::floor((2 * sum + n) / (2 * n));
+}
+
+} // namespace
+
+TEST(QuibBlur, BlursHandlesOfAllKinds)
+{
+    Random random(8);
+    for (const int32_t bitDepth : {1, 8, 24, 32}) {
+        for (int i = 0; i < 30; ++i) {
+            const Image src = makeRandomHandleUpTo(60, 30, bitDepth, random);
+            const PlainWindow window = randomPlainWindow(20, random);
+            const Image out = blurred(src.get(), window);
+            ASSERT_NE(out, nullptr);
+            const Twin expected(src.get());
+            plainFilter(plainJob(src.get(), nullptr, expected.get()), window, plainMean);
+            EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get())) << bitDepth;
+        }
+    }
+}
+
+TEST(QuibBlur, KeepsWhatARegionOrAMaskLeavesOut)
+{
+    Random random(9);
+    for (const int32_t bitDepth : {1, 8, 24, 32}) {
+        for (const bool masked : {false, true}) {
+            const Image src = makeRandomHandle(20, 10, bitDepth, random);
+            setRoi(src.get(), 0, 5, 3, 9, 4);
+            if (masked)
+                giveRandomMask(src.get(), 20, 10, random);
+            const Image out = blurred(src.get(), {3, 3, 1, 1});
+            ASSERT_NE(out->roi, nullptr);
+            EXPECT_EQ(out->roi->xOffset, 5);
+            EXPECT_EQ(out->maskROI, nullptr);
+            const Twin expected(src.get());
+            plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 3, 1, 1}, plainMean);
+            EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get())) << bitDepth;
+        }
+    }
+}
+
+TEST(QuibBlur, KeepsAlphaAndChannelsOfNoInterest)
+{
+    Random random(10);
+    const Image src = makeRandomHandle(20, 10, 32, random);
+    src->alphaChannel = 4;
+    const Image out = blurred(src.get(), {3, 3, 1, 1});
+    setRoi(src.get(), 2, 0, 0, 20, 10);
+    const Image second = blurred(src.get(), {3, 3, 1, 1});
+    for (int32_t x = 0; x < 20; ++x) {
+        EXPECT_EQ(element(out.get(), x, 4, 3), element(src.get(), x, 4, 3));
+        for (int32_t c = 0; c < 4; ++c)
+            EXPECT_EQ(element(second.get(), x, 4, c), element((c == 1 ? out : src).get(), x, 4, c));
+    }
+}
+
+TEST(QuibBlur, RefusesBadArguments)
+{
+    const Image src = makeHandle(3, 3, 24);
+    IplImage* out = nullptr;
+    EXPECT_BAD_HANDLE(QuibBlur(nullptr, &out, 3, 3, 1, 1));
+    EXPECT_EQ(out, nullptr);
+    quibLastError[0] = 0;
+    EXPECT_EQ(QuibBlur(src.get(), nullptr, 3, 3, 1, 1), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(quibLastError[0], 0);
+    EXPECT_REPORT(QuibBlur(src.get(), &out, 3, 3, 3, 1), -5, "iplBlur",
+                  "(anchorX>=nCols||anchorY>=nRows)", "iplblur");
+}
+
+TEST(QuibBlur, ARecordThatCannotBeClonedDoesNoHarm)
+{
+    const CleanStatus status;
+    const Image bad = wrappedHandle();
+    IplImage* out = nullptr;
+    EXPECT_EQ(QuibBlur(bad.get(), &out, 3, 3, 1, 1), QUIB_OK);
+    EXPECT_EQ(out, nullptr);
+}
+
+TEST(QuibBlur, DeeperRecordsAreBlurredToo)
+{
+    Random random(11);
+    for (const uint32_t depth : {IPL_DEPTH_16U, IPL_DEPTH_8S, IPL_DEPTH_32S}) {
+        const Image src = makeImage(13, 9, 3, depth);
+        randomise(src.get(), random);
+        const Image out = blurred(src.get(), {3, 5, 1, 2});
+        const Twin expected(src.get());
+        plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 5, 1, 2}, plainMean);
+        EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get()));
+    }
+}
+
+// --- Decimation with a blur --------------------------------------------------------------
+
+TEST(QuibDecimateBlur, IsABlur)
+{
+    Random random(12);
+    for (const int32_t bitDepth : {1, 8, 24, 32}) {
+        const Image src = makeRandomHandle(31, 12, bitDepth, random);
+        const Image dst = makeRandomHandle(31, 12, bitDepth, random);
+        const Twin expected(dst.get());
+        plainFilter(plainJob(src.get(), nullptr, expected.get()), {4, 3, 2, 1}, plainMean);
+        EXPECT_EQ(QuibDecimateBlur(src.get(), dst.get(), IPL_INTER_CUBIC, 4, 3), QUIB_OK);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get())) << bitDepth;
+    }
+}
+
+TEST(QuibDecimateBlur, LowersTheSizesToHalfOfTheImage)
+{
+    Random random(13);
+    const Image src = makeRandomHandle(10, 9, 8, random);
+    const Image dst = makeHandle(10, 9, 8);
+    const Twin expected(dst.get());
+    plainFilter(plainJob(src.get(), nullptr, expected.get()), {5, 4, 2, 2}, plainMean);
+    EXPECT_EQ(QuibDecimateBlur(src.get(), dst.get(), 0, 1000, 1000), QUIB_OK);
+    EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+}
+
+TEST(QuibDecimateBlur, CopiesWhereASizeIsBelowOne)
+{
+    Random random(14);
+    const Image src = makeRandomHandle(10, 9, 24, random);
+    for (const auto& [x, y] : {std::pair(0, 3), std::pair(3, 0), std::pair(-7, 3)}) {
+        const Image dst = makeHandle(10, 9, 24);
+        // No mode is wrong for a copy.
+        EXPECT_EQ(QuibDecimateBlur(src.get(), dst.get(), 77, x, y), QUIB_OK);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(src.get()));
+    }
+    const Image thin = makeRandomHandle(1, 9, 24, random);
+    const Image dst = makeHandle(1, 9, 24);
+    EXPECT_EQ(QuibDecimateBlur(thin.get(), dst.get(), 0, 3, 3), QUIB_OK);
+    EXPECT_EQ(bytesOf(dst.get()), bytesOf(thin.get()));
+}
+
+TEST(QuibDecimateBlur, RefusesBadArguments)
+{
+    const Image src = makeHandle(8, 8, 24);
+    const Image dst = makeHandle(8, 8, 24);
+    EXPECT_BAD_HANDLE(QuibDecimateBlur(nullptr, dst.get(), 0, 3, 3));
+    EXPECT_BAD_HANDLE(QuibDecimateBlur(src.get(), nullptr, 0, 3, 3));
+    EXPECT_REPORT(QuibDecimateBlur(src.get(), dst.get(), 3, 3, 3), -5, "iplDecimateBlur",
+                  "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && interpolate "
+                  "!= IPL_INTER_CUBIC",
+                  "ipldext");
+    EXPECT_REPORT(QuibDecimateBlur(src.get(), src.get(), 0, 3, 3), -5, "iplDecimateBlur",
+                  "This function isn`t in-plase function", "ipldext");
+}
+
+TEST(QuibDecimateBlur, ABadRecordIsCopiedNorBlurred)
+{
+    const CleanStatus status;
+    const Image bad = wrappedHandle();
+    const Image dst = makeHandle(8, 8, 24);
+    EXPECT_EQ(QuibDecimateBlur(bad.get(), dst.get(), 0, 0, 0), badSize);
+}
