@@ -97,9 +97,11 @@ void showEdges(Demo& demo)
 
 void showCorners(Demo& demo)
 {
-    beginSection(demo, "corners", "Drag its corners",
-                 "The picture goes onto any quadrangle. Where a perspective exists it is drawn by "
-                 "that; a concave one is filled by scanlines.");
+    beginSection(
+        demo, "corners", "Drag its corners",
+        "The picture goes onto any quadrangle. Where a perspective exists it is drawn by "
+        "that; a concave one is filled by scanlines. In the viewer, W lets the mouse drag the "
+        "corners.");
     showDrag(demo);
     showInterpolations(demo);
     showEdges(demo);

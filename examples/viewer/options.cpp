@@ -1,6 +1,6 @@
 #include "examples/viewer/options.h"
 
-#include "examples/viewer/view.h"
+#include "examples/viewer/keys.h"
 
 #include <cstdio>
 #include <cstring>
@@ -10,11 +10,15 @@ namespace
 
 constexpr char usage[] =
     "viewer [PICTURE.bmp] [--size WIDTHxHEIGHT] [--view X,Y,ZOOM] [--mode 0|1|2]\n"
-    "       [--frame FILE.bmp]\n"
+    "       [--keys KEYS] [--drag X,Y,X,Y] [--frame FILE.bmp]\n"
     "\n"
-    "Drag to move the picture, turn the wheel to zoom, press M for the next mode,\n"
-    "F to fit the picture, Escape to leave. --view puts the point X, Y of the\n"
-    "picture under the window's corner; --frame writes the first frame to a file.\n";
+    "Drag to move the picture, turn the wheel to zoom, press K to see what each key\n"
+    "does, W to drag the picture's corners, U to undo, Escape to leave. A file that is\n"
+    "dropped on the window is opened.\n"
+    "\n"
+    "--view puts the point X, Y of the picture under the window's corner. --keys and\n"
+    "then --drag do what a hand would before the first frame; --frame writes that to a\n"
+    "file.\n";
 
 bool readSize(const char* text, Options* options)
 {
@@ -37,6 +41,14 @@ bool readView(const char* text, Options* options)
            options->zoom > 0;
 }
 
+bool readDrag(const char* text, Options* options)
+{
+    double* drag = options->drag;
+    char rest = 0;
+    options->isDragged = true;
+    return std::sscanf(text, "%lf,%lf,%lf,%lf%c", drag, drag + 1, drag + 2, drag + 3, &rest) == 4;
+}
+
 bool readMode(const char* text, Options* options)
 {
     options->mode = text[0] - '0';
@@ -51,6 +63,12 @@ bool readOption(const std::string& name, const char* value, Options* options)
         return readView(value, options);
     if (name == "--mode")
         return readMode(value, options);
+    if (name == "--drag")
+        return readDrag(value, options);
+    if (name == "--keys") {
+        options->keys = value;
+        return !options->keys.empty();
+    }
     options->frameFile = value;
     return name == "--frame" && !options->frameFile.empty();
 }
@@ -74,6 +92,24 @@ bool readOptions(int argc, char** argv, Options* options, std::string* problem)
     return true;
 }
 
+// What a hand would do.
+bool actOut(const Options& options, View* view, std::string* problem)
+{
+    for (const char key : options.keys) {
+        const char capital = key >= 'a' && key <= 'z' ? static_cast<char>(key - 'a' + 'A') : key;
+        if (!pressKey(view, capital)) {
+            *problem = std::string("--keys: there is no key ") + key;
+            return false;
+        }
+    }
+    if (options.isDragged) {
+        pressMouse(view, options.drag[0], options.drag[1]);
+        moveMouse(view, options.drag[2], options.drag[3]);
+        releaseMouse(view);
+    }
+    return true;
+}
+
 bool drawFirstFrame(const Options& options, View* view, std::string* problem)
 {
     const std::string picture = options.picture.empty() ? QUIB_EXAMPLE_PICTURE : options.picture;
@@ -85,6 +121,8 @@ bool drawFirstFrame(const Options& options, View* view, std::string* problem)
         placeView(view, options.x, options.y, options.zoom);
     else
         fitPicture(view);
+    if (!actOut(options, view, problem))
+        return false;
     // Once for a time to show.
     renderFrame(view);
     renderFrame(view);

@@ -16,6 +16,9 @@ struct Options {
     double y = 0;
     double zoom = 1;
     int32_t mode = 1;
+    std::string keys; // pressed before the first frame, and then
+    bool isDragged = false;
+    double drag[4] = {};   // a drag from a point of the frame to another
     std::string frameFile; // where the first frame goes, if anywhere
 };
 

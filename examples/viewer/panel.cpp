@@ -14,7 +14,7 @@ constexpr int32_t advance = (glyphWidth + 1) * scale;
 constexpr int32_t lineHeight = (glyphHeight + 3) * scale;
 constexpr int32_t inset = 12;
 constexpr double cornerRadius = 12;
-constexpr int32_t columns = 12;
+constexpr size_t leastColumns = 12;
 constexpr uint32_t fillColor = 0xFF281C10u;
 constexpr uint32_t textColor = 0xFFF0F0F0u;
 constexpr uint32_t opacity = 70; // percent
@@ -64,6 +64,7 @@ constexpr Glyph glyphs[] = {
     {'9', {0x0E, 0x11, 0x11, 0x0F, 0x01, 0x02, 0x0C}},
     {'.', {0x00, 0x00, 0x00, 0x00, 0x00, 0x0C, 0x0C}},
     {'-', {0x00, 0x00, 0x00, 0x1F, 0x00, 0x00, 0x00}},
+    {'+', {0x00, 0x04, 0x04, 0x1F, 0x04, 0x04, 0x00}},
 };
 
 uint8_t* rowOf(const Handle& handle, int32_t y)
@@ -113,7 +114,7 @@ void drawGlyph(const Panel& panel, const Glyph& glyph, int32_t left, int32_t top
 void drawLine(const Panel& panel, const std::string& text, int32_t top)
 {
     int32_t left = inset;
-    for (size_t i = 0; i < std::min(text.size(), size_t{columns}); ++i, left += advance) {
+    for (size_t i = 0; i < text.size(); ++i, left += advance) {
         const Glyph* glyph =
             std::find_if(std::begin(glyphs), std::end(glyphs),
                          [&](const Glyph& known) { return known.character == text[i]; });
@@ -127,9 +128,12 @@ void drawLine(const Panel& panel, const std::string& text, int32_t top)
 void writePanel(Panel* panel, const std::vector<std::string>& lines)
 {
     const int32_t count = static_cast<int32_t>(lines.size());
-    const int32_t width = 2 * inset + columns * advance;
+    size_t columns = leastColumns;
+    for (const std::string& line : lines)
+        columns = std::max(columns, line.size());
+    const int32_t width = 2 * inset + static_cast<int32_t>(columns) * advance;
     const int32_t height = 2 * inset + count * lineHeight;
-    if (!panel->pixels || panel->pixels->height != height)
+    if (!panel->pixels || panel->pixels->height != height || panel->pixels->width != width)
         makePanel(panel, width, height);
     QuibFillColor(panel->pixels.get(), fillColor, nullptr);
     QuibSetAlpha(panel->pixels.get(), panel->shape.get(), opacity);

@@ -1,6 +1,8 @@
 #include "examples/viewer/view.h"
 
 #include "examples/support/bitmapfile.h"
+#include "examples/viewer/corners.h"
+#include "examples/viewer/keys.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -61,12 +63,22 @@ void drawPicture(View* view)
 
 std::vector<std::string> panelLines(const View& view)
 {
-    const char* modes[] = {"NEAREST", "LINEAR", "SMOOTH"};
+    const char* modes[] = {"NEAREST", "LINEAR", view.corners.areShown ? "CUBIC" : "SMOOTH"};
     char zoom[32];
     char time[32];
     std::snprintf(zoom, sizeof zoom, "ZOOM %.3f", view.zoom);
     std::snprintf(time, sizeof time, "%.2f MS", view.milliseconds);
-    return {modes[view.mode], zoom, time};
+    std::vector<std::string> lines{modes[view.mode], zoom, time};
+    if (view.corners.areShown)
+        lines[0] = isConvex(view.corners) ? lines[0] + " WARP" : "CONCAVE WARP";
+    else if (!view.edit.empty())
+        lines.push_back(view.edit);
+    if (view.showsKeys)
+        for (const std::string& line : keyLines())
+            lines.push_back(line);
+    else
+        lines.push_back("K FOR KEYS");
+    return lines;
 }
 
 // The frame's middle stays over the picture.
@@ -108,6 +120,10 @@ bool openPicture(View* view, const std::string& file, std::string* problem)
     }
     QuibSetAlphaS(picture.get(), nullptr, 255);
     view->picture = std::move(picture);
+    view->corners = {};
+    view->turn = {};
+    view->past.clear();
+    view->edit.clear();
     return true;
 }
 
@@ -150,6 +166,36 @@ void fitPicture(View* view)
               (view->picture->height - height / zoom) / 2, zoom);
 }
 
+void pressMouse(View* view, double frameX, double frameY)
+{
+    view->isDragged = true;
+    view->mouseX = frameX;
+    view->mouseY = frameY;
+    view->corners.held = view->corners.areShown ? cornerAt(*view, frameX, frameY) : -1;
+}
+
+bool moveMouse(View* view, double frameX, double frameY)
+{
+    const double right = frameX - view->mouseX;
+    const double down = frameY - view->mouseY;
+    view->mouseX = frameX;
+    view->mouseY = frameY;
+    if (!view->isDragged || (right == 0 && down == 0))
+        return false;
+    if (view->corners.held < 0) {
+        pan(view, right, down);
+        return true;
+    }
+    moveCorner(view, right / view->zoom, down / view->zoom);
+    return true;
+}
+
+void releaseMouse(View* view)
+{
+    view->isDragged = false;
+    view->corners.held = -1;
+}
+
 void placeView(View* view, double x, double y, double zoom)
 {
     view->x = x;
@@ -166,8 +212,13 @@ void nextMode(View* view)
 void renderFrame(View* view)
 {
     const auto start = std::chrono::steady_clock::now();
-    makeCanvas(view);
-    drawPicture(view);
+    if (view->corners.areShown) {
+        QuibFillColor(view->frame.get(), backdrop, nullptr);
+        drawCorners(view);
+    } else {
+        makeCanvas(view);
+        drawPicture(view);
+    }
     writePanel(&view->panel, panelLines(*view));
     // Heights grow upwards from the frame's top row.
     const QuibPoint corner{panelInset, -panelInset};

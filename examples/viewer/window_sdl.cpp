@@ -1,10 +1,13 @@
 // The viewer's window where SDL2 makes windows.
+#include "examples/viewer/keys.h"
 #include "examples/viewer/options.h"
 #include "examples/viewer/view.h"
 
 #include <SDL.h>
 
 #include <cstdio>
+#include <cstring>
+#include <string>
 
 namespace
 {
@@ -21,15 +24,23 @@ void show(SDL_Window* window, const View& view)
     SDL_UpdateWindowSurface(window);
 }
 
+// Letters and digits have their codes in ASCII.
 bool handleKey(SDL_Keycode key, View* view)
 {
-    if (key == SDLK_m)
-        nextMode(view);
-    else if (key == SDLK_f)
+    const bool isLetter = key >= SDLK_a && key <= SDLK_z;
+    return key < 128 && pressKey(view, static_cast<char>(isLetter ? key - 'a' + 'A' : key));
+}
+
+bool openDropped(char* file, View* view)
+{
+    std::string problem;
+    const bool opened = openPicture(view, file, &problem);
+    if (opened)
         fitPicture(view);
     else
-        return false;
-    return true;
+        std::fprintf(stderr, "viewer: %s\n", problem.c_str());
+    SDL_free(file);
+    return opened;
 }
 
 void handleWheel(int notches, View* view)
@@ -44,11 +55,18 @@ void handleWheel(int notches, View* view)
 bool handleEvent(const SDL_Event& event, View* view)
 {
     switch (event.type) {
+    case SDL_MOUSEBUTTONDOWN:
+        if (event.button.button == SDL_BUTTON_LEFT)
+            pressMouse(view, event.button.x, event.button.y);
+        return false;
+    case SDL_MOUSEBUTTONUP:
+        if (event.button.button == SDL_BUTTON_LEFT)
+            releaseMouse(view);
+        return false;
     case SDL_MOUSEMOTION:
-        if (!(event.motion.state & SDL_BUTTON_LMASK))
-            return false;
-        pan(view, event.motion.xrel, event.motion.yrel);
-        return true;
+        return moveMouse(view, event.motion.x, event.motion.y);
+    case SDL_DROPFILE:
+        return openDropped(event.drop.file, view);
     case SDL_MOUSEWHEEL:
         handleWheel(event.wheel.y, view);
         return true;
@@ -91,6 +109,29 @@ void runWindow(SDL_Window* window, View* view)
     }
 }
 
+// Without a display SDL may pick a driver that shows nothing, and wait for a hand
+// that never comes.
+bool hasDisplay()
+{
+    const char* const driver = SDL_GetCurrentVideoDriver();
+    const bool isSeen = std::strcmp(driver, "offscreen") != 0 && std::strcmp(driver, "dummy") != 0;
+    return isSeen || SDL_getenv("SDL_VIDEODRIVER") != nullptr;
+}
+
+bool openScreen()
+{
+    if (SDL_Init(SDL_INIT_VIDEO) != 0) {
+        std::fprintf(stderr, "viewer: %s\n", SDL_GetError());
+        return false;
+    }
+    if (hasDisplay())
+        return true;
+    std::fprintf(stderr, "viewer: there is no display to open a window on; "
+                         "--frame FILE.bmp writes what it would show\n");
+    SDL_Quit();
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -101,10 +142,8 @@ int main(int argc, char** argv)
         return *status;
     // The frame is made in memory already: no graphics processor is needed.
     SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
-    if (SDL_Init(SDL_INIT_VIDEO) != 0) {
-        std::fprintf(stderr, "viewer: %s\n", SDL_GetError());
+    if (!openScreen())
         return 1;
-    }
     SDL_Window* window =
         SDL_CreateWindow("QuibTool viewer", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED,
                          options.width, options.height, SDL_WINDOW_RESIZABLE);

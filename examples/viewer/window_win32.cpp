@@ -1,15 +1,19 @@
 // The viewer's window on Windows, painted by QuibDrawToHDC.
+#include "examples/viewer/keys.h"
 #include "examples/viewer/options.h"
 #include "examples/viewer/view.h"
 
 #include <windows.h>
+
+#include <shellapi.h>
 #include <windowsx.h>
+
+#include <string>
 
 namespace
 {
 
 View view;
-POINT lastMouse;
 
 void redraw(HWND window)
 {
@@ -25,13 +29,10 @@ void paint(HWND window)
     EndPaint(window, &area);
 }
 
-void drag(HWND window, WPARAM buttons, POINT mouse)
+void drag(HWND window, POINT mouse)
 {
-    if (buttons & MK_LBUTTON) {
-        pan(&view, mouse.x - lastMouse.x, mouse.y - lastMouse.y);
+    if (moveMouse(&view, mouse.x, mouse.y))
         redraw(window);
-    }
-    lastMouse = mouse;
 }
 
 void zoom(HWND window, int units, POINT screen)
@@ -47,12 +48,22 @@ void pressKey(HWND window, WPARAM key)
         DestroyWindow(window);
         return;
     }
-    if (key == 'M')
-        nextMode(&view);
-    else if (key == 'F')
-        fitPicture(&view);
-    else
+    // Letters and digits have their codes in ASCII.
+    if (key < 128 && pressKey(&view, static_cast<char>(key)))
+        redraw(window);
+}
+
+void openDropped(HWND window, HDROP dropped)
+{
+    char file[MAX_PATH] = "";
+    DragQueryFileA(dropped, 0, file, sizeof file);
+    DragFinish(dropped);
+    std::string problem;
+    if (!openPicture(&view, file, &problem)) {
+        MessageBoxA(window, problem.c_str(), "QuibTool viewer", MB_OK | MB_ICONWARNING);
         return;
+    }
+    fitPicture(&view);
     redraw(window);
 }
 
@@ -77,19 +88,23 @@ LRESULT CALLBACK handleMessage(HWND window, UINT message, WPARAM wParam, LPARAM 
         return 1;
     case WM_LBUTTONDOWN:
         SetCapture(window);
-        lastMouse = at;
+        pressMouse(&view, at.x, at.y);
         return 0;
     case WM_LBUTTONUP:
         ReleaseCapture();
+        releaseMouse(&view);
         return 0;
     case WM_MOUSEMOVE:
-        drag(window, wParam, at);
+        drag(window, at);
         return 0;
     case WM_MOUSEWHEEL:
         zoom(window, GET_WHEEL_DELTA_WPARAM(wParam), at);
         return 0;
     case WM_KEYDOWN:
         pressKey(window, wParam);
+        return 0;
+    case WM_DROPFILES:
+        openDropped(window, reinterpret_cast<HDROP>(wParam));
         return 0;
     case WM_SIZE:
         changeSize(window, LOWORD(lParam), HIWORD(lParam));
@@ -127,6 +142,7 @@ int main(int argc, char** argv)
     const HWND window = makeWindow(options.width, options.height);
     if (!window)
         return 1;
+    DragAcceptFiles(window, TRUE);
     ShowWindow(window, SW_SHOWNORMAL);
     MSG message;
     while (GetMessageA(&message, nullptr, 0, 0) > 0) {

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # screenshot_test.sh DIRECTORY PICTURE PROGRAM [WRAPPER...]
 #
-# Starts the viewer with a fixed view on a display without a screen, takes a
-# picture of the display, and compares the window with the frame that the viewer
-# says it made. Both stay in DIRECTORY, as frame.bmp and screen.png.
+# Starts the viewer on a display without a screen, with a fixed view and then with a
+# filter, a warp and a dragged corner, takes a picture of the display each time, and
+# compares the window with the frame that the viewer says it made. They stay in
+# DIRECTORY, as frame.bmp and screen.png and as warped-frame.bmp and warped-screen.png.
 # Exit status 77: skipped, for want of a tool. With a Wine session around, the
 # program is a Windows one and the display is the session's.
 set -uo pipefail
@@ -23,7 +24,7 @@ command -v python3 >/dev/null || skip 'Python is not installed'
 [[ -n ${QUIB_SCREEN:-} ]] || command -v Xvfb >/dev/null || skip 'Xvfb is not installed'
 
 mkdir -p "$directory" && cd "$directory" || exit 1
-rm -f frame.bmp screen.png display
+rm -f ./*frame.bmp ./*screen.png display
 server='' viewer=''
 end_all() {
     [[ -z $viewer ]] || kill -- -"$viewer" 2>/dev/null
@@ -54,25 +55,41 @@ else
     screen=$directory/Xvfb_screen0
 fi
 
-# In a process group of its own, so that it ends with all that it started.
-set -m
-"$@" "$program" "$drive$picture" --size 960x640 --view 21.3,14.6,2.35 --mode 2 \
-    --frame "$drive$directory/frame.bmp" </dev/null >viewer.log 2>&1 &
-viewer=$!
-set +m
+# shows PREFIX OPTIONS...: whether the window of a viewer with these options shows
+# what it wrote to PREFIXframe.bmp.
+shows() {
+    local prefix=$1 began=$SECONDS result='the viewer wrote no frame' shown=1
+    shift
+    # In a process group of its own, so that it ends with all that it started.
+    set -m
+    "${command[@]}" "$drive$picture" --size 960x640 "$@" \
+        --frame "$drive$directory/${prefix}frame.bmp" </dev/null >"${prefix}viewer.log" 2>&1 &
+    viewer=$!
+    set +m
+    # It takes a while to show: look again until it does.
+    while ((SECONDS - began < 120)); do
+        if [[ -s ${prefix}frame.bmp ]]; then
+            result=$("$compare" "${prefix}frame.bmp" "$screen" "${prefix}screen.png" 2>&1) && {
+                shown=0
+                break
+            }
+        fi
+        kill -0 "$viewer" 2>/dev/null || break
+        sleep 0.5
+    done
+    echo "$result"
+    [[ $shown == 0 ]] || cat "${prefix}viewer.log"
+    kill -- -"$viewer" 2>/dev/null
+    wait "$viewer" 2>/dev/null
+    viewer=''
+    return $shown
+}
 
-# It takes a while to show: look again until it does.
-result='the viewer wrote no frame'
-while ((SECONDS < 120)); do
-    if [[ -s frame.bmp ]]; then
-        result=$("$compare" frame.bmp "$screen" screen.png 2>&1) && {
-            echo "$result"
-            exit 0
-        }
-    fi
-    kill -0 "$viewer" 2>/dev/null || break
-    sleep 0.5
-done
-echo "$result"
-cat viewer.log
-exit 1
+command=("$@" "$program")
+shows '' --view 21.3,14.6,2.35 --mode 2 || exit 1
+shows warped- --keys 5KW --drag 862,574,520,330 || exit 1
+cmp -s frame.bmp warped-frame.bmp && {
+    echo 'both frames are the same'
+    exit 1
+}
+exit 0

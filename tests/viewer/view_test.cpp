@@ -1,3 +1,6 @@
+#include "examples/viewer/corners.h"
+#include "examples/viewer/edits.h"
+#include "examples/viewer/keys.h"
 #include "examples/viewer/view.h"
 
 #include "tests/support/images.h"
@@ -7,7 +10,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -221,4 +226,162 @@ TEST(View, SaysWhyItCannotOpenAFile)
     EXPECT_FALSE(openPicture(&view, file, &problem));
     EXPECT_FALSE(saveFrame(makeView(9, 9, 9, 9), scratchFile("no/such/folder/frame.bmp")));
     std::remove(file.c_str());
+}
+
+TEST(View, EditsByKeyAndTakesThemBackOneByOne)
+{
+    View view = makeView(60, 50, 300, 200);
+    std::vector<std::vector<uint8_t>> pictures;
+    const std::string edits = "12345678BDCTSGNIHVXYZR";
+    for (const char key : edits) {
+        pictures.push_back(bytesOf(view.picture.get()));
+        ASSERT_TRUE(pressKey(&view, key)) << key;
+        EXPECT_NE(bytesOf(view.picture.get()), pictures.back()) << key;
+        renderFrame(&view);
+        // The last sixteen are kept.
+        if (pictures.size() == 8) {
+            for (; !pictures.empty(); pictures.pop_back()) {
+                pressKey(&view, 'U');
+                EXPECT_EQ(bytesOf(view.picture.get()), pictures.back());
+            }
+        }
+    }
+    EXPECT_FALSE(pressKey(&view, 'Q'));
+    EXPECT_FALSE(pressKey(&view, '\r'));
+}
+
+TEST(View, UndoesNothingWhenThereIsNothing)
+{
+    View view = makeView(20, 20, 300, 200);
+    const std::vector<uint8_t> before = bytesOf(view.picture.get());
+    pressKey(&view, 'U');
+    EXPECT_EQ(bytesOf(view.picture.get()), before);
+    for (int edit = 0; edit < 20; ++edit)
+        pressKey(&view, 'N');
+    for (int undone = 0; undone < 20; ++undone)
+        pressKey(&view, 'U');
+    EXPECT_EQ(view.past.size(), 0u);
+}
+
+TEST(View, EditsTheSmallestPictures)
+{
+    for (const int32_t size : {1, 2, 3, 4, 5})
+        for (const char key : std::string("12345678BDCTSGNIHVXYZRWMFKU")) {
+            View view = makeView(size, size, 64, 48);
+            pressKey(&view, key);
+            renderFrame(&view);
+            EXPECT_GE(view.picture->width, 1) << key << size;
+        }
+}
+
+TEST(View, TurnsFromWhereItStarted)
+{
+    View view = makeView(60, 50, 300, 200);
+    IplImage* expected = nullptr;
+    ASSERT_EQ(QUIBRotate3D(30, view.picture.get(), &expected, 2), QUIB_OK);
+    const Handle owner(expected);
+    QuibSetAlphaS(expected, nullptr, 255);
+    for (int turn = 0; turn < 3; ++turn)
+        pressKey(&view, 'Y');
+    EXPECT_EQ(bytesOf(view.picture.get()), bytesOf(expected));
+    // One turn is one edit.
+    pressKey(&view, 'U');
+    EXPECT_EQ(view.picture->width, 60);
+    EXPECT_TRUE(view.past.empty());
+}
+
+TEST(View, WarpsOntoDraggedCorners)
+{
+    View view = makeView(240, 160, 300, 200);
+    pressKey(&view, 'W');
+    // Fitted, and then a notch further away: 240 by 160 pixels of the frame.
+    EXPECT_DOUBLE_EQ(view.zoom, 1);
+    renderFrame(&view);
+    EXPECT_EQ(pixel(view.frame, 250, 100), pixel(view.picture, 220, 80));
+    EXPECT_EQ(pixel(view.frame, 269, 179), 0xFF3050C8u) << "the knob";
+    pressMouse(&view, 270, 181);
+    EXPECT_TRUE(moveMouse(&view, 220, 151));
+    EXPECT_FALSE(moveMouse(&view, 220, 151));
+    releaseMouse(&view);
+    EXPECT_FALSE(moveMouse(&view, 10, 10)) << "let go";
+    EXPECT_DOUBLE_EQ(view.corners.quad[2][0], 239 - 50);
+    EXPECT_DOUBLE_EQ(view.corners.quad[2][1], 159 - 30);
+    EXPECT_TRUE(isConvex(view.corners));
+    renderFrame(&view);
+    EXPECT_EQ(pixel(view.frame, 269, 179), 0xFF302C28u) << "the backdrop";
+    EXPECT_EQ(pixel(view.frame, 219, 149), 0xFF3050C8u) << "the knob";
+    std::vector<std::vector<uint8_t>> frames;
+    for (int mode = 0; mode < 3; ++mode, nextMode(&view)) {
+        renderFrame(&view);
+        frames.push_back(bytesOf(view.frame.get()));
+    }
+    EXPECT_NE(frames[0], frames[1]);
+    EXPECT_NE(frames[1], frames[2]);
+}
+
+TEST(View, FillsConcaveCornersAndKeepsTheWarp)
+{
+    View view = makeView(240, 160, 300, 200);
+    const std::vector<uint8_t> before = bytesOf(view.picture.get());
+    pressKey(&view, 'W');
+    pressKey(&view, 'W');
+    EXPECT_EQ(bytesOf(view.picture.get()), before) << "nothing was moved";
+    EXPECT_TRUE(view.past.empty());
+    pressKey(&view, 'W');
+    pressMouse(&view, 269, 179);
+    moveMouse(&view, 269 - 170, 179 - 110);
+    releaseMouse(&view);
+    EXPECT_FALSE(isConvex(view.corners));
+    renderFrame(&view);
+    EXPECT_EQ(pixel(view.frame, 260, 170), 0xFF302C28u) << "the backdrop";
+    pressKey(&view, 'W');
+    EXPECT_EQ(view.picture->width, 240);
+    EXPECT_EQ(pixel(view.picture, 230, 150), 0xFF000000u) << "outside the warp";
+    pressKey(&view, 'U');
+    EXPECT_EQ(bytesOf(view.picture.get()), before);
+}
+
+TEST(View, HoldsCornersInReach)
+{
+    View view = makeView(240, 160, 300, 200);
+    pressKey(&view, 'W');
+    pressMouse(&view, 30, 20);
+    moveMouse(&view, -1e9, 1e9);
+    EXPECT_DOUBLE_EQ(view.corners.quad[0][0], -240);
+    EXPECT_DOUBLE_EQ(view.corners.quad[0][1], 320);
+    renderFrame(&view);
+}
+
+TEST(View, DrawsCornersAnywhere)
+{
+    Random random(7);
+    View view = makeView(37, 29, 90, 70);
+    pressKey(&view, 'W');
+    const double places[] = {0, 36, 28, -37, 0.5, 36.5, 100, 18, 14, 28.000001};
+    for (int turn = 0; turn < 3000; ++turn) {
+        for (auto& corner : view.corners.quad)
+            for (double& place : corner)
+                place = places[random.between(0, static_cast<int32_t>(std::size(places)) - 1)];
+        renderFrame(&view);
+        nextMode(&view);
+    }
+    EXPECT_TRUE(view.corners.areShown);
+}
+
+TEST(View, TellsTheKeysInItsPanel)
+{
+    View view = makeView(500, 400, 300, 200);
+    renderFrame(&view);
+    const int32_t low = view.panel.pixels->height;
+    pressKey(&view, 'K');
+    renderFrame(&view);
+    EXPECT_GT(view.panel.pixels->height, low);
+    std::string all;
+    for (const std::string& line : keyLines())
+        all += line + "\n";
+    for (const char* text : {"DRAG MOVE", "WHEEL ZOOM", "W CORNERS", "U UNDO", "ESC LEAVE"})
+        EXPECT_NE(all.find(text), std::string::npos) << text;
+    pressKey(&view, 'K');
+    renderFrame(&view);
+    EXPECT_EQ(view.panel.pixels->height, low);
 }
