@@ -2,6 +2,8 @@
 
 #include "kernels/kernels.h"
 
+#include <cstring>
+
 void ownSetBits(uint8_t* row, int32_t start, int32_t count, bool value)
 {
     if (count <= 0)
@@ -19,12 +21,32 @@ void ownCopyBits(uint8_t* dst, int32_t dstStart, const uint8_t* src, int32_t src
                                   static_cast<size_t>(count), 1, 0);
 }
 
+namespace
+{
+
+uint8_t packTail(const uint8_t* bytes, int32_t count)
+{
+    uint32_t packed = 0;
+    for (int32_t k = 0; k < count; ++k)
+        packed |= static_cast<uint32_t>(bytes[k] << (7 - k));
+    return static_cast<uint8_t>(packed);
+}
+
+// The product's top byte: each byte comes to its own bit, and no two bits meet.
+uint8_t packEight(const uint8_t* bytes)
+{
+    uint64_t eight;
+    std::memcpy(&eight, bytes, sizeof eight);
+    return static_cast<uint8_t>(eight * 0x8040201008040201u >> 56);
+}
+
+} // namespace
+
 void ownPackBits(uint8_t* bits, const uint8_t* bytes, int32_t count)
 {
-    for (int32_t i = 0; i < count; i += 8) {
-        uint32_t packed = 0;
-        for (int32_t k = 0; k < 8; ++k)
-            packed = packed << 1 | (i + k < count ? bytes[i + k] : 0);
-        bits[i >> 3] = static_cast<uint8_t>(packed);
-    }
+    int32_t i = 0;
+    for (; i + 8 <= count; i += 8)
+        bits[i >> 3] = packEight(bytes + i);
+    if (i < count)
+        bits[i >> 3] = packTail(bytes + i, count - i);
 }
