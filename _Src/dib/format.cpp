@@ -35,6 +35,9 @@ OwnMask alphaAbove(const OwnMask* colourMasks)
 
 void ownReadMasks(const OwnDib& dib, OwnDibFormat* format)
 {
+    // 24-bit pixels have none, and their block may be shorter than three of them.
+    if (dib.header.biBitCount == 24)
+        return;
     const bool is16 = dib.header.biBitCount == 16;
     // In the order red, green, blue, as the block holds them.
     uint32_t bits[3] = {0xFF0000, 0x00FF00, 0x0000FF};

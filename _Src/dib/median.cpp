@@ -251,6 +251,8 @@ int32_t chooseColours(const Histogram& histogram, const IplImage* image, RGBQUAD
 int32_t makeTable(const IplImage* image, RGBQUAD* table, int32_t limit)
 {
     if (image->depth == IPL_DEPTH_1U) {
+        if (limit < 2)
+            return 0;
         table[0] = {};
         table[1] = {255, 255, 255, 0};
         return 2;

@@ -6,7 +6,8 @@
 
 OwnPalette ownPaletteOf(const OwnDib& dib)
 {
-    const size_t told = ownPaletteSize(dib.header);
+    const size_t possible = size_t{1} << dib.header.biBitCount;
+    const size_t told = std::min<size_t>(ownPaletteSize(dib.header), possible);
     const size_t held = ownHeldBytes(dib.block, sizeof dib.header, told * sizeof(RGBQUAD));
     return {dib.block.start + sizeof dib.header, static_cast<int32_t>(held / sizeof(RGBQUAD))};
 }

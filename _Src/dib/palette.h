@@ -14,7 +14,8 @@ struct OwnPalette {
     int32_t size;
 };
 
-// The bitmap's own table, without the entries that its block does not hold.
+// The bitmap's own table, without the entries that its block does not hold or no
+// pixel of 1, 4 or 8 bits can tell.
 OwnPalette ownPaletteOf(const OwnDib& dib);
 
 // The index of the nearest colour by the sum of squared differences, the lowest
@@ -28,6 +29,6 @@ int32_t ownStandardPalette(const OwnDib& dib, bool gray);
 
 // Writes a table of at most 2 to the power biBitCount entries that fits the
 // image's colours, by median cut (Heckbert 1982), and gives its size, which
-// becomes biClrUsed. 0 on failure: bit counts above 8, a channelSeq that is no
-// colour order, no memory.
+// becomes biClrUsed. 0 on failure: bit counts above 8, no room for the two colours of
+// bits, a channelSeq that is no colour order, no memory.
 int32_t ownMedianCutPalette(OwnDib* dib, const IplImage* image);

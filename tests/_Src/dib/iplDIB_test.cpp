@@ -630,3 +630,37 @@ TEST(IplConvertToDIB, RefusesToDither)
     expectToRefused(image.get(), dibHeader(4, 4, 2), 2, 0, -5,
                     "Parameter biBitCount of DIB-image have illegal value");
 }
+
+TEST(IplConvertToDIB, TakesTheLengthOfATableOnlyAsFarAsItsPixelsTell)
+{
+    // A table of 32,768 colours, of which the sixth is the image's.
+    const Image image = makeImage(9, 1, 3, IPL_DEPTH_8U);
+    std::memset(image->imageData, 0x60, static_cast<size_t>(image->imageSize));
+    Bytes dib = emptyDib(dibHeader(9, 1, 1, 0, 0x8000));
+    put32(dib, 40, 0x00404040);
+    put32(dib, 44, 0x00FFFFFF);
+    put32(dib, 60, 0x00606060);
+    const GuardedBytes block(dib);
+    EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), 1, 0), 0);
+    EXPECT_EQ(block.bytes(), dib) << "the first colour is nearer than the second";
+}
+
+TEST(IplConvertToDIB, MakesNoTableForBitsThatHasNoRoom)
+{
+    const Image image = makeImage(4, 4, 1, IPL_DEPTH_1U);
+    const Bytes dib = dibWith(dibHeader(4, 4, 0), Bytes(4, 0xEE));
+    const GuardedBytes block(dib);
+    expectToRefused(image.get(), dibHeader(4, 4, 0), 1, 2, -3, "Error of creating medcut palette");
+    const ReportsReturn returning;
+    EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), 1, 2), -3);
+    EXPECT_EQ(block.bytes(), dib);
+}
+
+TEST(IplConvertToDIB, ReadsNoMasksOf24BitPixels)
+{
+    const Image image = makeImage(1, 1, 3, IPL_DEPTH_8U);
+    const GuardedBytes block(dibWith(dibHeader(1, 1, 24, 3), Bytes(4)));
+    std::memset(image->imageData, 7, 3);
+    EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), 1, 0), 3);
+    EXPECT_EQ(Bytes(block.data() + 40, block.data() + 44), (Bytes{7, 7, 7, 0}));
+}

@@ -230,9 +230,11 @@ inline void plainPut(Bytes& out, const PlainDib& dib, int32_t x, int32_t y, cons
     };
     const auto get = [&out](size_t offset) { return offset < out.size() ? out[offset] : 0u; };
     const size_t tableBytes = dib.bytes.size() > 40 ? dib.bytes.size() - 40 : 0;
-    const uint32_t told = static_cast<uint32_t>((dibStart(dib.header) - 40) / 4);
-    const uint32_t entries = std::min(told, static_cast<uint32_t>(tableBytes / 4));
     const int32_t bits = dib.header.biBitCount;
+    uint32_t told = static_cast<uint32_t>((dibStart(dib.header) - 40) / 4);
+    if (bits <= 8)
+        told = std::min(told, 1u << bits); // as many as a pixel can tell
+    const uint32_t entries = std::min(told, static_cast<uint32_t>(tableBytes / 4));
     uint32_t word = 0;
     if (bits == 16 || bits == 32)
         for (int32_t c = 0; c < (bits == 16 ? 3 : 4); ++c) {
