@@ -192,11 +192,12 @@ void iplAlphaComposite(const IplImage* srcImageA, const IplImage* srcImageB, Ipl
 void iplConvertFromDIB(const tagBITMAPINFOHEADER* dib, IplImage* image);
 // Converts an image with a pixel block into a packed bitmap with a prepared
 // header and room for its rows. Gives biCompression, or for a compressed bitmap
-// 1; after a report, the status. dither is one of IPL_DITHER_NONE 1, _FS 2,
-// _JJH 4, _STUCKEY 8, _BAYER 16, of which only the first is there; and
+// 1; after a report, the status. dither is one of the five of iplReduceBits; other
+// than IPL_DITHER_NONE, it first reduces the channels but alpha to 2, 16, 32 or 256
+// levels at biBitCount 1, 4, 16 or above; 2 levels are for one channel only.
 // paletteConversion 0 keeps the colour table, 1 writes a standard one, 2 one made
-// for the image, which sets biClrUsed and wants room for 2 to the power
-// biBitCount colours.
+// for the image as it is given, which sets biClrUsed and wants room for 2 to the
+// power biBitCount colours.
 int32_t iplConvertToDIB(const IplImage* image, tagBITMAPINFOHEADER* dib, int32_t dither,
                         int32_t paletteConversion);
 
@@ -303,6 +304,32 @@ void iplColorToGray(const IplImage* src, IplImage* dst);
 // different origins change places, so that the picture keeps its top.
 void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t ZeroScale,
                       int32_t OneScale);
+
+// --- Fewer levels (iplredb) --------------------------------------------------------
+
+// Reduces src to `levels` levels, evenly spread over the range of its depth, and
+// writes them spread over the range of dst's, which has no more bits. ditherType
+// chooses a pixel's level: IPL_DITHER_FS, IPL_DITHER_JJH and IPL_DITHER_STUCKEY take
+// the nearest and diffuse its error over the neighbours to the right and below (R. W.
+// Floyd and L. Steinberg, "An adaptive algorithm for spatial greyscale", 1976; J. F.
+// Jarvis, C. N. Judice and W. H. Ninke, "A survey of techniques for the display of
+// continuous tone pictures on bilevel displays", 1976; P. Stucki, "MECCA - a
+// multiple-error correction computation algorithm for bi-level image hardcopy
+// reproduction", 1981); IPL_DITHER_BAYER compares with a matrix of 8 x 8 thresholds
+// (B. E. Bayer, "An optimum method for two-level rendition of continuous-tone
+// pictures", 1973), from the corner of the region on. `noise`, 0 to 100, is the
+// per cent of a level's height by which the choice is shifted up or down at random,
+// with the same numbers in each call. IPL_DITHER_NONE keeps the high bits of src's
+// elements, whatever the other two arguments are.
+// Depths are unsigned or IPL_DEPTH_32S; the range of the latter is from 0 on, and that
+// of floats, taken for 32 unsigned bits, up to 2^32 - 1. levels is at most 2 to the
+// power of dst's bits (31 for IPL_DEPTH_32S), plus 1. Both agree in data order and
+// alpha channel, and dst has no more channels than src, and one only if src has.
+// As many pixels as the regions and masks of both have in common, paired from their
+// corners, in the channels but alpha or those of interest. Not in place. Where the
+// engine's status is that of an earlier failure, nothing is done.
+void iplReduceBits(const IplImage* srcImage, IplImage* dstImage, int32_t noise, int32_t ditherType,
+                   int32_t levels);
 
 // --- Convolution (iplcnv2d, iplCSep2) --------------------------------------------
 

@@ -40,6 +40,13 @@
 #define IPL_SIDE_LEFT 2
 #define IPL_SIDE_RIGHT 3
 
+/* What an image of fewer levels gets in the place of its lost ones. */
+#define IPL_DITHER_NONE 1
+#define IPL_DITHER_FS 2      /* diffused errors: Floyd and Steinberg */
+#define IPL_DITHER_JJH 4     /* Jarvis, Judice and Ninke */
+#define IPL_DITHER_STUCKEY 8 /* Stucki */
+#define IPL_DITHER_BAYER 16  /* ordered thresholds: Bayer */
+
 /* The mode argument of a tile callback. */
 #define IPL_GET_TILE_TO_READ 1
 #define IPL_GET_TILE_TO_WRITE 2

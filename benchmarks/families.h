@@ -13,4 +13,5 @@ void addPsdCases();
 void addFilterCases();
 void addTurnCases();
 void addConvolveCases();
+void addDitherCases();
 void addWarpCases();

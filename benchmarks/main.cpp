@@ -278,6 +278,7 @@ int main(int argc, char** argv)
     addFilterCases();
     addTurnCases();
     addConvolveCases();
+    addDitherCases();
     addWarpCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())

@@ -10,6 +10,7 @@
 #include "kernels/composite.h"
 #include "kernels/convert.h"
 #include "kernels/convolve.h"
+#include "kernels/dither.h"
 #include "kernels/fixed.h"
 #include "kernels/gray.h"
 #include "kernels/layers.h"
@@ -47,6 +48,7 @@ struct Kernels {
     RankKernels rank;
     MirrorKernels mirror;
     ConvolveKernels convolve;
+    DitherKernels dither;
     WarpKernels warp;
     ToneKernels tone;
     ScanKernels scan;

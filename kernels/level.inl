@@ -28,6 +28,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/composite.inl"
 #include "kernels/convert.inl"
 #include "kernels/convolve.inl"
+#include "kernels/dither.inl"
 #include "kernels/fixed.inl"
 #include "kernels/gray.inl"
 #include "kernels/layers.inl"
@@ -62,6 +63,7 @@ constinit const Kernels table{
     .rank = rankKernels,
     .mirror = mirrorKernels,
     .convolve = convolveKernels,
+    .dither = ditherKernels,
     .warp = warpKernels,
     .tone = toneKernels,
     .scan = scanKernels,
