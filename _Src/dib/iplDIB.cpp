@@ -4,6 +4,7 @@
 #include "_Src/dib/format.h"
 #include "_Src/dib/imagerows.h"
 #include "_Src/dib/ownrle.h"
+#include "_Src/image/pitch.h"
 #include "_Src/image/report.h"
 
 #include <algorithm>
@@ -344,22 +345,67 @@ bool preparePalette(const IplCaller& caller, OwnDib* dib, const IplImage* image,
     }
 }
 
-// The engine cannot reduce an image's levels, so nothing but no dither at all
-// is left to do.
-void refuseDither(const IplCaller& caller, const BITMAPINFOHEADER& dib)
+// The levels that a bitmap's pixels can have in each channel, as far as the
+// converter tells them apart; 0 for a bit count that cannot be converted.
+int32_t levelsOf(const BITMAPINFOHEADER& dib)
 {
     switch (dib.biBitCount) {
     case 1:
+        return 2;
     case 4:
-    case 8:
+        return 16;
     case 16:
+        return 32;
+    case 8:
     case 24:
     case 32:
-        return ownReport(caller, IPL_StsInternal, "Dithering can't be produced");
+        return 256;
     default:
-        return ownReport(caller, IPL_StsBadArg,
-                         "Parameter biBitCount of DIB-image have illegal value");
+        return 0;
     }
+}
+
+// Reduces the image as a bitmap is made of it, whatever its region, mask and row
+// pitch; alpha goes over as it is.
+void reduceImage(const IplImage* image, IplImage* reduced, int32_t dither, int32_t levels)
+{
+    IplImage from = *image;
+    from.roi = nullptr;
+    from.maskROI = nullptr;
+    if (!from.tileInfo)
+        from.widthStep = ownWidthStep(image, image->width);
+    iplReduceBits(&from, reduced, 0, dither, levels);
+    if (image->alphaChannel == 0)
+        return;
+    IplROI alpha{image->alphaChannel, 0, 0, image->width, image->height};
+    from.roi = &alpha;
+    reduced->roi = &alpha;
+    iplReduceBits(&from, reduced, 0, IPL_DITHER_NONE, levels);
+    reduced->roi = nullptr;
+}
+
+// A new image of as many levels as the bitmap can show; null after a report.
+IplImage* ditheredImage(const IplCaller& caller, const BITMAPINFOHEADER& dib, const IplImage* image,
+                        int32_t dither)
+{
+    const int32_t levels = levelsOf(dib);
+    if (!ownRequire(caller, levels != 0, "Parameter biBitCount of DIB-image have illegal value"))
+        return nullptr;
+    IplImage* temporary = iplCreateImageHeader(
+        image->nChannels, image->alphaChannel, levels == 2 ? IPL_DEPTH_1U : IPL_DEPTH_8U,
+        image->colorModel, image->channelSeq, image->dataOrder, image->origin, image->align,
+        image->width, image->height, nullptr, nullptr, nullptr, nullptr);
+    if (!temporary) {
+        ownReport(caller, IPL_StsNoMem, "Not enough memory to allocate header for temporal image");
+        return nullptr;
+    }
+    iplAllocateImage(temporary, 0, 0);
+    reduceImage(image, temporary, dither, levels);
+    if (iplGetStatus() == IPL_StsOk)
+        return temporary;
+    iplDeallocate(temporary, IPL_IMAGE_ALL);
+    ownReport(caller, IPL_StsInternal, "Dithering can't be produced");
+    return nullptr;
 }
 
 bool chooseExport(const IplCaller& caller, const OwnDib& dib, const IplImage* image, Export* plan)
@@ -403,6 +449,17 @@ void exportRows(const Export& plan, const IplImage* image, const OwnDib& dib)
     }
 }
 
+int32_t exportImage(const IplCaller& caller, const IplImage* image, OwnDib* dib)
+{
+    Export plan;
+    if (!chooseExport(caller, *dib, image, &plan))
+        return iplGetStatus();
+    exportRows(plan, image, *dib);
+    if (ownIsCompressed(dib->header))
+        return ownCompressRLE(dib);
+    return static_cast<int32_t>(dib->header.biCompression);
+}
+
 } // namespace
 
 int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_t dither,
@@ -422,17 +479,14 @@ int32_t ownConvertToDIB(const IplImage* image, void* block, size_t bytes, int32_
         return iplGetStatus();
     if (dib.header.biBitCount < 16 && !preparePalette(caller, &dib, image, paletteConversion))
         return iplGetStatus();
-    if (dither != 1) {
-        refuseDither(caller, dib.header);
+    if (dither == IPL_DITHER_NONE)
+        return exportImage(caller, image, &dib);
+    IplImage* dithered = ditheredImage(caller, dib.header, image, dither);
+    if (!dithered)
         return iplGetStatus();
-    }
-    Export plan;
-    if (!chooseExport(caller, dib, image, &plan))
-        return iplGetStatus();
-    exportRows(plan, image, dib);
-    if (ownIsCompressed(dib.header))
-        return ownCompressRLE(&dib);
-    return static_cast<int32_t>(dib.header.biCompression);
+    const int32_t result = exportImage(caller, dithered, &dib);
+    iplDeallocate(dithered, IPL_IMAGE_ALL);
+    return result;
 }
 
 int32_t iplConvertToDIB(const IplImage* image, BITMAPINFOHEADER* dib, int32_t dither,

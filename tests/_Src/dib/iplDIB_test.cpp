@@ -2,6 +2,7 @@
 
 #include "tests/_Src/dib/plain_dib.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/plain_reduction.h"
 #include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
 
@@ -619,18 +620,6 @@ TEST(IplConvertToDIB, RefusesOtherArguments)
     expectToRefused(image.get(), header, 1, 2, -3, "Error of creating medcut palette");
 }
 
-// Nothing reduces the levels of an image yet, so that no dither can be had.
-TEST(IplConvertToDIB, RefusesToDither)
-{
-    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
-    for (const int32_t dither : {2, 4, 8, 16})
-        for (const int32_t bits : {1, 4, 8, 16, 24, 32})
-            expectToRefused(image.get(), dibHeader(4, 4, bits), dither, 0, -3,
-                            "Dithering can't be produced");
-    expectToRefused(image.get(), dibHeader(4, 4, 2), 2, 0, -5,
-                    "Parameter biBitCount of DIB-image have illegal value");
-}
-
 TEST(IplConvertToDIB, TakesTheLengthOfATableOnlyAsFarAsItsPixelsTell)
 {
     // A table of 32,768 colours, of which the sixth is the image's.
@@ -663,4 +652,176 @@ TEST(IplConvertToDIB, ReadsNoMasksOf24BitPixels)
     std::memset(image->imageData, 7, 3);
     EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), 1, 0), 3);
     EXPECT_EQ(Bytes(block.data() + 40, block.data() + 44), (Bytes{7, 7, 7, 0}));
+}
+
+// --- Dither --------------------------------------------------------------------------
+
+namespace
+{
+
+constexpr int32_t dithers[] = {IPL_DITHER_FS, IPL_DITHER_JJH, IPL_DITHER_STUCKEY, IPL_DITHER_BAYER};
+
+int32_t levelsAt(int32_t bits)
+{
+    return bits == 1 ? 2 : bits == 4 ? 16 : bits == 16 ? 32 : 256;
+}
+
+// The image that a bitmap of these bits is made of, with the alpha of the original.
+Image plainDithered(const IplImage* image, int32_t ditherType, int32_t bits)
+{
+    const uint32_t depth = bits == 1 ? IPL_DEPTH_1U : IPL_DEPTH_8U;
+    Image result = makeImage(image->width, image->height, image->nChannels, depth, image->dataOrder,
+                             image->align, image->alphaChannel, image->origin);
+    std::memcpy(result->channelSeq, image->channelSeq, 4);
+    plainReduce(image, result.get(), ditherType, levelsAt(bits));
+    for (int32_t i = 0; image->alphaChannel && i < image->width * image->height; ++i) {
+        const int32_t x = i % image->width;
+        const int32_t y = i / image->width;
+        const double alpha = element(image, x, y, 3);
+        putElement(result.get(), x, y, 3, image->depth == IPL_DEPTH_16U ? alpha / 256 : alpha);
+    }
+    return result;
+}
+
+} // namespace
+
+TEST(IplConvertToDIB, DithersARowToBlackAndWhite)
+{
+    // As the errors of Floyd and Steinberg go: 100, 143.75 and 51.328125.
+    const Image image = makeImage(3, 1, 1, IPL_DEPTH_8U);
+    std::memset(image->imageData, 100, 3);
+    Bytes dib = emptyDib(dibHeader(3, 1, 1));
+    put32(dib, 44, 0x00FFFFFF);
+    const GuardedBytes block(dib);
+    EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), IPL_DITHER_FS, 0), 0);
+    EXPECT_EQ(block.bytes()[48], 0x40);
+}
+
+TEST(IplConvertToDIB, DithersAllFormatsAsThePlainForm)
+{
+    Random random(14);
+    for (int32_t round = 0; round < 800; ++round) {
+        const Bytes dib = randomBitmap(random);
+        const PlainDib plain(dib);
+        const int32_t height = static_cast<int32_t>(dibRows(plain.header));
+        const int32_t bits = plain.header.biBitCount;
+        Image image = randomImage(plain.header.biWidth, height, random, true);
+        if (image->depth == IPL_DEPTH_1U || (bits == 1 && image->nChannels > 1))
+            continue;
+        const int32_t dither = dithers[random.between(0, 3)];
+        const Image source = plainDithered(image.get(), dither, bits);
+        Bytes expected = dib;
+        for (int32_t y = 0; y < height; ++y)
+            for (int32_t x = 0; x < plain.header.biWidth; ++x)
+                plainPut(expected, plain, x, y, plainFetch(source.get(), x, y));
+        // Whatever the image's region, mask and pitch.
+        setRoi(image.get(), 1, 0, 0, 1, 1);
+        giveRandomMask(image.get(), 5, 3, random);
+        image->widthStep += 4;
+        const GuardedPixels guarded(image.get());
+        const GuardedBytes block(dib);
+        ASSERT_EQ(iplConvertToDIB(image.get(), block.dib(), dither, 0),
+                  static_cast<int32_t>(plain.header.biCompression));
+        ASSERT_EQ(block.bytes(), expected) << bits << " bits, dither " << dither;
+    }
+}
+
+TEST(IplConvertToDIB, MakesATableForTheImageBeforeItIsDithered)
+{
+    // Two grays that no 16 levels have.
+    const Image image = makeImage(8, 8, 1, IPL_DEPTH_8U);
+    std::memset(image->imageData, 100, 32);
+    std::memset(image->imageData + 32, 200, 32);
+    const GuardedBytes block(emptyDib(dibHeader(8, 8, 4)));
+    EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), IPL_DITHER_BAYER, 2), 0);
+    EXPECT_EQ(block.header().biClrUsed, 2u);
+    const Bytes bytes = block.bytes();
+    EXPECT_EQ(get32(bytes, 40), 0x646464u);
+    EXPECT_EQ(get32(bytes, 44), 0xC8C8C8u);
+    // The rows' top half is dark: they lie upside down.
+    EXPECT_EQ(Bytes(bytes.begin() + 48, bytes.begin() + 64), Bytes(16, 0x11));
+    EXPECT_EQ(Bytes(bytes.begin() + 64, bytes.begin() + 80), Bytes(16, 0x00));
+    // A standard one has the levels themselves.
+    const GuardedBytes standard(emptyDib(dibHeader(8, 8, 4)));
+    EXPECT_EQ(iplConvertToDIB(image.get(), standard.dib(), IPL_DITHER_FS, 1), 0);
+    const Image levels = plainDithered(image.get(), IPL_DITHER_FS, 4);
+    for (int32_t x = 0; x < 8; ++x)
+        EXPECT_EQ(standard.bytes()[static_cast<size_t>(104 + 28 + x / 2)] >> (x % 2 ? 0 : 4) & 15,
+                  element(levels.get(), x, 0, 0) / 17);
+}
+
+TEST(IplConvertToDIB, CompressesWhatItHasDithered)
+{
+    const Image image = makeImage(64, 4, 1, IPL_DEPTH_8U);
+    std::memset(image->imageData, 255, 256);
+    Bytes dib = emptyDib(dibHeader(64, 4, 8, 1, 2));
+    put32(dib, 44, 0x00FFFFFF);
+    const GuardedBytes block(dib);
+    EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), IPL_DITHER_STUCKEY, 0), 1);
+    EXPECT_EQ(block.header().biSizeImage, 4u * 4 + 2);
+}
+
+TEST(IplConvertToDIB, RefusesToDitherForOtherBitCounts)
+{
+    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    for (const int32_t bits : {0, 2, 12, 48})
+        expectToRefused(image.get(), dibHeader(4, 4, bits), 2, 0, -5,
+                        "Parameter biBitCount of DIB-image have illegal value");
+}
+
+TEST(IplConvertToDIB, RefusesToDitherAfterAnEarlierFailure)
+{
+    const CleanStatus clean;
+    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    Bytes dib = emptyDib(dibHeader(4, 4, 24));
+    BITMAPINFOHEADER* address = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
+    for (const int32_t status : {-12, 5}) {
+        iplSetStatus(status);
+        EXPECT_REPORT(iplConvertToDIB(image.get(), address, IPL_DITHER_FS, 0), -3,
+                      "iplConvertToDIB", "Dithering can't be produced", fileName);
+    }
+    EXPECT_EQ(iplConvertToDIB(image.get(), address, IPL_DITHER_NONE, 0), 0);
+}
+
+TEST(IplConvertToDIB, RefusesToDitherColoursToBits)
+{
+    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    Bytes dib = emptyDib(dibHeader(4, 4, 1));
+    BITMAPINFOHEADER* address = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
+    const RecordedReports reports;
+    iplConvertToDIB(image.get(), address, IPL_DITHER_FS, 0);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{-16, "iplCreateImageHeader", "Incorrect data-ins", "iplalloc"},
+                                   {-4, "iplConvertToDIB",
+                                    "Not enough memory to allocate header for temporal image",
+                                    fileName}}));
+}
+
+TEST(IplConvertToDIB, RefusesToDitherBits)
+{
+    const Image image = makeImage(4, 4, 1, IPL_DEPTH_1U);
+    Bytes dib = emptyDib(dibHeader(4, 4, 8));
+    BITMAPINFOHEADER* address = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
+    const RecordedReports reports;
+    EXPECT_EQ(iplConvertToDIB(image.get(), address, IPL_DITHER_FS, 0), -3);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{
+                  {-5, "iplReduceBits", "( (srcImage->depth == IPL_DEPTH_1U ))", "iplredb"},
+                  {-3, "iplConvertToDIB", "Dithering can't be produced", fileName}}));
+}
+
+TEST(IplConvertToDIB, FreesWhatItDitheredIntoWhenMemoryEnds)
+{
+    const Image image = makeImage(40, 9, 4, IPL_DEPTH_8U, 0, 4, 4);
+    Bytes dib = emptyDib(dibHeader(40, 9, 32));
+    BITMAPINFOHEADER* address = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
+    int32_t passing = 0;
+    for (bool failed = true; failed; ++passing) {
+        const RecordedReports reports;
+        const FailingAllocation failing(passing);
+        const int32_t status = iplConvertToDIB(image.get(), address, IPL_DITHER_FS, 0);
+        failed = failing.asked() > passing;
+        ASSERT_EQ(status < 0, failed) << passing;
+    }
+    EXPECT_GT(passing, 5);
 }
