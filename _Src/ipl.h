@@ -314,7 +314,7 @@ void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t Zero
 // Floyd and L. Steinberg, "An adaptive algorithm for spatial greyscale", 1976; J. F.
 // Jarvis, C. N. Judice and W. H. Ninke, "A survey of techniques for the display of
 // continuous tone pictures on bilevel displays", 1976; P. Stucki, "MECCA - a
-// multiple-error correction computation algorithm for bi-level image hardcopy
+// multiple-error correcting computation algorithm for bi-level image hardcopy
 // reproduction", 1981); IPL_DITHER_BAYER compares with a matrix of 8 x 8 thresholds
 // (B. E. Bayer, "An optimum method for two-level rendition of continuous-tone
 // pictures", 1973), from the corner of the region on. `noise`, 0 to 100, is the

@@ -111,7 +111,10 @@ void importToImage(FuzzChoices& choices, const Dib& dib)
 
 void exportImage(FuzzChoices& choices, const Dib& dib)
 {
-    const int32_t dither = choices.choose(16) == 0 ? 2 : 1;
+    constexpr int32_t dithers[] = {IPL_DITHER_FS, IPL_DITHER_JJH, IPL_DITHER_STUCKEY,
+                                   IPL_DITHER_BAYER};
+    const uint32_t place = choices.choose(16);
+    const int32_t dither = place < 4 ? dithers[place] : IPL_DITHER_NONE;
     const int32_t paletteConversion = static_cast<int32_t>(choices.choose(3));
     IplImage* image = makeImage(choices, dib, true);
     const FuzzBlock block(dib.bytes, dib.size);

@@ -376,22 +376,22 @@ TEST(IplReduceBits, ReadsPixelsThatAreItsResultsToo)
 TEST(IplReduceBits, WalksTheSmallerOfBothSizes)
 {
     Random random(975);
-    const Image small = makeImage(5, 4, 1, IPL_DEPTH_8U);
-    const Image large = makeImage(9, 7, 1, IPL_DEPTH_8U);
-    randomise(large.get(), random);
-    iplReduceBits(large.get(), small.get(), 0, IPL_DITHER_FS, 2);
+    const Image lesser = makeImage(5, 4, 1, IPL_DEPTH_8U);
+    const Image larger = makeImage(9, 7, 1, IPL_DEPTH_8U);
+    randomise(larger.get(), random);
+    iplReduceBits(larger.get(), lesser.get(), 0, IPL_DITHER_FS, 2);
     Image part = makeImage(5, 4, 1, IPL_DEPTH_8U);
     for (int32_t y = 0; y < 4; ++y)
-        std::memcpy(rowOf(part.get(), y), rowOf(large.get(), y), 5);
-    EXPECT_EQ(valuesOf(small.get()),
+        std::memcpy(rowOf(part.get(), y), rowOf(larger.get(), y), 5);
+    EXPECT_EQ(valuesOf(lesser.get()),
               valuesOf(reduced(part.get(), IPL_DITHER_FS, 2, IPL_DEPTH_8U).get()));
-    const std::vector<uint8_t> before = bytesOf(large.get());
-    iplReduceBits(small.get(), large.get(), 0, IPL_DITHER_NONE, 0);
+    const std::vector<uint8_t> before = bytesOf(larger.get());
+    iplReduceBits(lesser.get(), larger.get(), 0, IPL_DITHER_NONE, 0);
     for (int32_t y = 0; y < 7; ++y)
         for (int32_t x = 0; x < 9; ++x)
-            EXPECT_EQ(element(large.get(), x, y, 0), x < 5 && y < 4
-                                                         ? element(small.get(), x, y, 0)
-                                                         : before[static_cast<size_t>(12 * y + x)]);
+            EXPECT_EQ(element(larger.get(), x, y, 0),
+                      x < 5 && y < 4 ? element(lesser.get(), x, y, 0)
+                                     : before[static_cast<size_t>(12 * y + x)]);
 }
 
 TEST(IplReduceBits, LeavesAlphaAsItIs)
