@@ -23,6 +23,10 @@ struct ConvertKernels {
     void (*opaqueFrom32)(uint8_t* dst, const uint8_t* src, size_t count, RowsAhead ahead);
     // Bytes B, G, R, x into B, G, R.
     void (*to24)(uint8_t* dst, const uint8_t* src, size_t count);
+    // Gray bytes into B, G, R.
+    void (*grayTo24)(uint8_t* dst, const uint8_t* src, size_t count);
+    // Gray bytes into B, G, R, x, where x keeps what it was.
+    void (*grayUnderAlpha)(uint8_t* dst, const uint8_t* src, size_t count);
 };
 
 } // namespace quib

@@ -118,10 +118,27 @@ void opaqueFrom32(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t
         storeWord(dst + i * 4, loadWord(src + i * 4) | opaque);
 }
 
+void grayTo24(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count)
+{
+    for (; count > 0; --count, ++src, dst += 3) {
+        dst[0] = *src;
+        dst[1] = *src;
+        dst[2] = *src;
+    }
+}
+
+void grayUnderAlpha(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        storeWord(dst + i * 4, src[i] * 0x010101u | (loadWord(dst + i * 4) & opaque));
+}
+
 constexpr ConvertKernels convertKernels{
     .opaqueFrom24 = opaqueFrom24,
     .opaqueFrom32 = opaqueFrom32,
     .to24 = to24,
+    .grayTo24 = grayTo24,
+    .grayUnderAlpha = grayUnderAlpha,
 };
 
 } // namespace

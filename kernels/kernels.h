@@ -15,6 +15,7 @@
 #include "kernels/gray.h"
 #include "kernels/layers.h"
 #include "kernels/mirror.h"
+#include "kernels/pack16.h"
 #include "kernels/pixel.h"
 #include "kernels/rank.h"
 #include "kernels/scan.h"
@@ -55,6 +56,7 @@ struct Kernels {
     GrayKernels gray;
     FixedKernels fixed;
     BoxKernels box;
+    Pack16Kernels pack16;
 };
 
 // The table in use: the best level that this processor has.

@@ -33,6 +33,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/gray.inl"
 #include "kernels/layers.inl"
 #include "kernels/mirror.inl"
+#include "kernels/pack16.inl"
 #include "kernels/pixel.inl"
 #include "kernels/rank.inl"
 #include "kernels/scan.inl"
@@ -70,6 +71,7 @@ constinit const Kernels table{
     .gray = grayKernels,
     .fixed = fixedKernels,
     .box = boxKernels,
+    .pack16 = pack16Kernels,
 };
 
 } // namespace quib::QUIB_LEVEL

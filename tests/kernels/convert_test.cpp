@@ -81,3 +81,16 @@ TEST(ConvertKernels, To24DropsTheFourthByte)
     checkRows([](const quib::ConvertKernels& k) { return k.to24; }, 4, 3,
               [](const uint8_t* pixel, size_t channel) { return pixel[channel]; });
 }
+
+TEST(ConvertKernels, GrayTo24RepeatsTheByte)
+{
+    checkRows([](const quib::ConvertKernels& k) { return k.grayTo24; }, 1, 3,
+              [](const uint8_t* pixel, size_t) { return *pixel; });
+}
+
+TEST(ConvertKernels, GrayUnderAlphaLeavesTheFourthByte)
+{
+    checkRows(
+        [](const quib::ConvertKernels& k) { return k.grayUnderAlpha; }, 1, 4,
+        [](const uint8_t* pixel, size_t channel) { return channel == 3 ? uint8_t{0xA5} : *pixel; });
+}
