@@ -1,8 +1,8 @@
 #include "_Src/ipl.h"
 #include "kernels/kernels.h"
-#include "platform/ddraw.h"
 #include "quibtool/blockwalk.h"
 #include "quibtool/handle.h"
+#include "quibtool/surface/locked.h"
 
 #include <algorithm>
 
@@ -37,13 +37,6 @@ QuibStatus interlaceHandle(const IplImage* handle, uint32_t mode)
     return QUIB_OK;
 }
 
-// Whether a locked surface has a row and an address space for all of them.
-bool hasRows(const DDSURFACEDESC& description)
-{
-    return description.lpSurface && description.lPitch > 0 && description.dwHeight > 1 &&
-           description.dwHeight <= PTRDIFF_MAX / static_cast<uint64_t>(description.lPitch);
-}
-
 QuibStatus interlaceSurface(IDirectDrawSurface* surface, uint32_t mode)
 {
     if (!surface)
@@ -52,9 +45,9 @@ QuibStatus interlaceSurface(IDirectDrawSurface* surface, uint32_t mode)
     description.dwSize = sizeof description;
     if (surface->Lock(nullptr, &description, DDLOCK_WAIT, nullptr) != 0)
         return QUIB_BAD_ARGUMENT;
-    if (hasRows(description))
-        repeatField(static_cast<uint8_t*>(description.lpSurface),
-                    static_cast<size_t>(description.lPitch), description.dwHeight, mode);
+    const LockedSurface locked = ownReadDescription(description);
+    if (locked.rows.bytesLeft > locked.rows.step)
+        repeatField(locked.rows.row, locked.rows.step, locked.height, mode);
     surface->Unlock(nullptr);
     return QUIB_OK;
 }

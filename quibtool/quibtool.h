@@ -48,6 +48,10 @@ extern "C" {
 #define QUIB_DIB_BAD_DEPTH ((QuibStatus)0x80000102u)  /* biBitCount not 1, 8, 24 or 32 */
 #define QUIB_DIB_MISMATCH ((QuibStatus)0x80000103u)   /* the bitmap does not fit the handle */
 
+#define QUIB_SURFACE_BAD_WIDTH ((QuibStatus)0x80000200u)  /* not as wide as the handle */
+#define QUIB_SURFACE_BAD_HEIGHT ((QuibStatus)0x80000201u) /* not as high as the handle */
+#define QUIB_SURFACE_BAD_DEPTH ((QuibStatus)0x80004005u)  /* bits per pixel not served */
+
 /* right and bottom are exclusive. Functions that take a rectangle by address
  * clip it to the image in place. */
 typedef struct QuibRect {
@@ -506,6 +510,64 @@ QUIB_API QuibStatus QuibColorToGray(IplImage* src, IplImage** dst);
  * the process. */
 QUIB_API QuibStatus QuibBitonalToGray(IplImage* src, IplImage** dst, int32_t zeroScale,
                                       int32_t oneScale);
+
+/* ---- Drawing surfaces ------------------------------------------------------- */
+
+/* Between a handle and a DirectDraw surface of the same size, which the caller owns
+ * and must not hold locked: it is locked here for as long as it takes, and the
+ * description that the lock gives is believed. Nothing outside lPitch x dwHeight
+ * bytes of the surface and the handle's pixel block is touched, so nothing at all of
+ * a surface whose lPitch is not positive.
+ *
+ * All return QUIB_BAD_ARGUMENT for a bad handle and a null surface, a failed check of
+ * the record, and QUIB_SURFACE_BAD_WIDTH or QUIB_SURFACE_BAD_HEIGHT for a surface of
+ * another size, one that does not lock included. */
+
+struct IDirectDrawSurface;
+struct IDirectDrawSurface7;
+
+/* Draws a handle in the surface's format. A size that differs leaves the surface
+ * locked.
+ *
+ * Colours: rows move as they stand where a pixel has as many bytes on the surface as
+ * the handle has channels. Else 24-bit surfaces get bytes B, G, R of four-byte pixels,
+ * 32-bit ones B, G, R, 255 of three-byte pixels, and 16-bit ones what the masks leave
+ * of the upper bits of R, G and B; other surfaces are left as they are.
+ *
+ * Gray, for handles of one channel: on 24-bit and 32-bit surfaces each byte becomes B,
+ * G and R, a fourth byte stays. On 16-bit surfaces it goes under the three masks, and
+ * every row takes as many pixels as there are rows: a wide image is cut at the right,
+ * a tall one needs a square's worth of surface to look right. Others stay. */
+QUIB_API QuibStatus Quib2Surface(const IplImage* handle, struct IDirectDrawSurface* surface);
+
+/* The same by the format that the surface tells before it is locked; a size that
+ * differs then leaves it unlocked. 16-bit surfaces are drawn as by QuibToSurf_16, 5-6-5
+ * if the green mask is 0x07E0 and 5-5-5 if not; on the others every handle counts as
+ * one of colours. The failure of GetSurfaceDesc; QUIB_SURFACE_BAD_DEPTH for a surface
+ * of other than 16, 24 and 32 bits; QUIB_BAD_ARGUMENT for a handle of other than 8, 16,
+ * 24 and 32 bits and a 16-bit surface. */
+QUIB_API QuibStatus Quib2Surface7(IplImage* handle, struct IDirectDrawSurface7* surface);
+
+/* Reads a surface of 24 or 32 bits into a handle of three or four channels. A fourth
+ * byte becomes 255 in the handle. Where the sizes of a pixel agree, rows move in words
+ * of four bytes, each of which gets 255 in its last byte: so do 24-bit pixels, and up
+ * to three bytes at the end of a row (of the block, if rows are as long) do not move.
+ * QUIB_BAD_ARGUMENT for other surfaces and handles. Whatever is refused after the lock
+ * leaves the surface locked. */
+QUIB_API QuibStatus Surface2Quib(struct IDirectDrawSurface* surface, IplImage* handle);
+
+/* Draws a handle of 24 or 32 bits in 16 bits a pixel: the upper 5, 6 and 5 bits of R, G
+ * and B, or with is565 0 the upper 5 of each. No masks are read. Rows of odd width are
+ * drawn but for the last pixel: that goes the other way, from the last four bytes of
+ * the surface's row, packed, to the last two of the handle's. Rows of 24 bits do so with
+ * the last pixel, or the last two of an even width, from three bytes each, and with B
+ * and R exchanged. A 16-bit handle's rows are copied. An 8-bit handle is not drawn: it
+ * takes the surface's bytes as gray, packed, up to the end of its pixel block.
+ *
+ * QUIB_BAD_ARGUMENT for a handle of another depth, a record that fails its check and a
+ * surface of other than 16 bits. No refusal leaves the surface locked. */
+QUIB_API QuibStatus QuibToSurf_16(IplImage* handle, struct IDirectDrawSurface* surface,
+                                  int32_t is565);
 
 /* ---- Fields of video frames ----------------------------------------------- */
 

@@ -5,6 +5,7 @@
 #include "platform/ddraw.h"
 #include "tests/support/guarded_buffer.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -46,12 +47,19 @@ public:
     }
 
     Description layout{}; // what is described, but for the size
+    // What a lock describes once there have been `changesAfter` of them.
+    Description later{};
+    int changesAfter = INT32_MAX;
+    HRESULT descriptionResult = 0;
     HRESULT lockResult = 0;
     bool describesOnFailure = false; // whether a failing lock gives a description too
     int locks = 0;
     int unlocks = 0;
     int descriptions = 0;
-    bool calledWell = true; // with the arguments and the description to be expected
+    bool calledWell = true;      // with the arguments and the description to be expected
+    bool calledWithZeros = true; // in the descriptions, but for sizes and flags
+    bool lockedWithoutFlags = true;
+    uint32_t flagsOfDescription = 0; // as GetSurfaceDesc was called with
 
 private:
     struct Object {
@@ -61,18 +69,24 @@ private:
 
     static MemorySurface* self(void* object) { return static_cast<Object*>(object)->surface; }
 
-    void describe(Description* description)
+    void describe(Description* description, bool isFirst = false)
     {
         calledWell = calledWell && description->dwSize == sizeof(Description);
-        *description = layout;
+        constexpr size_t head = sizeof description->dwSize + sizeof description->dwFlags;
+        const uint8_t* bytes = reinterpret_cast<const uint8_t*>(description);
+        calledWithZeros = calledWithZeros && std::all_of(bytes + head, bytes + sizeof *description,
+                                                         [](uint8_t value) { return value == 0; });
+        *description = locks < changesAfter || isFirst ? layout : later;
         description->dwSize = sizeof(Description);
     }
 
     static HRESULT STDMETHODCALLTYPE getSurfaceDesc(void* object, Description* description)
     {
-        ++self(object)->descriptions;
-        self(object)->describe(description);
-        return DD_OK;
+        MemorySurface* surface = self(object);
+        ++surface->descriptions;
+        surface->flagsOfDescription = description->dwFlags;
+        surface->describe(description, true);
+        return surface->descriptionResult;
     }
 
     static HRESULT STDMETHODCALLTYPE lock(void* object, RECT* rect, Description* description,
@@ -80,6 +94,7 @@ private:
     {
         MemorySurface* surface = self(object);
         surface->calledWell = surface->calledWell && !rect && !event && flags == DDLOCK_WAIT;
+        surface->lockedWithoutFlags = surface->lockedWithoutFlags && description->dwFlags == 0;
         if (surface->lockResult == 0 || surface->describesOnFailure)
             surface->describe(description);
         if (surface->lockResult == 0)
