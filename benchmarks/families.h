@@ -15,3 +15,4 @@ void addTurnCases();
 void addConvolveCases();
 void addDitherCases();
 void addWarpCases();
+void addSurfaceCases();

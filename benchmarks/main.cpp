@@ -280,6 +280,7 @@ int main(int argc, char** argv)
     addConvolveCases();
     addDitherCases();
     addWarpCases();
+    addSurfaceCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)
