@@ -11,6 +11,7 @@ void addCompositeCases();
 void addPixelCases();
 void addPsdCases();
 void addFilterCases();
+void addBlurCases();
 void addTurnCases();
 void addConvolveCases();
 void addDitherCases();

@@ -276,6 +276,7 @@ int main(int argc, char** argv)
     addPixelCases();
     addPsdCases();
     addFilterCases();
+    addBlurCases();
     addTurnCases();
     addConvolveCases();
     addDitherCases();

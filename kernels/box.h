@@ -11,7 +11,7 @@ namespace quib
 // The types of elements and of the sums of columns that are kept for them, by which
 // functions are chosen below.
 enum BoxKind : size_t {
-    boxBytes,     // uint8_t, uint16_t
+    boxBytes,     // uint8_t, uint16_t: up to 128 rows
     boxTallBytes, // uint8_t, uint32_t
     boxWords,     // uint16_t, uint32_t
     boxManyBytes, // uint8_t, uint64_t
@@ -37,7 +37,7 @@ struct BoxWindow {
 
 // Elements past the last that are read or written but do not count, in the sums of
 // columns and of windows.
-constexpr size_t boxSlack = 4;
+constexpr size_t boxSlack = 32;
 
 struct BoxKernels {
     // Takes a row out of the sums of `count` columns, unless it is null, and another

@@ -14,8 +14,8 @@ namespace
 // elements, have 31 bits.
 constexpr uint64_t mostInBytes = uint64_t{1} << 23;
 constexpr uint64_t mostInWords = uint64_t{1} << 15;
-// The most rows of bytes whose sums have 16 bits.
-constexpr int32_t mostRowsInWords = 257;
+// The most rows of bytes whose sums differ by less than 2^15.
+constexpr int32_t mostRowsInWords = 128;
 // Up to here a float tells the quotients of bytes' sums apart.
 constexpr uint64_t mostInFloats = uint64_t{1} << 14;
 
