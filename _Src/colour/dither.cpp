@@ -224,7 +224,7 @@ void Reducer::makeBand(const IplWindowRow& row, int32_t channel)
         readStrand(rows[r], row.rows[r], strandOf(reduction.src->depth, row, channel));
     }
     diffuse({rows, reduction.noise == 0 ? nullptr : offsets, static_cast<size_t>(row.width),
-             errorsOf(2 * channel), errorsOf(2 * channel + 1), levels});
+             errorsOf(int64_t{2} * channel), errorsOf(int64_t{2} * channel + 1), levels});
     for (int64_t r = 0; r < bandRows; ++r)
         writeStrand(madeRow(r), strandOf(reduction.dst->depth, row, channel), rows[r], levels.most);
 }
