@@ -14,9 +14,16 @@ namespace quib
 enum RankType { RANK_U8, RANK_S8, RANK_U16, RANK_S16, RANK_S32, RANK_INTEGERS, RANK_F32 = 5 };
 constexpr size_t rankTypes = 6;
 
-// The columns of a window of bytes as histograms: 16 counts of high halves, then
-// one for each of the 256 values.
+// Of a row of columns of bytes, each column's histograms: how many bytes have each high
+// half or a higher one, 15 first, for column after column; then, for one high half after
+// the other and column after column, how many of its bytes have each low half or a
+// higher one.
 constexpr size_t rankBins = 16 + 256;
+// The numbers that a row of `columns` columns needs while windows are looked at.
+constexpr size_t rankSums(size_t columns)
+{
+    return (columns + 1) * 256;
+}
 
 struct RankKernels {
     // By type: stores the larger (smaller) of a and b in `count` elements of dst.
@@ -33,15 +40,17 @@ struct RankKernels {
                                    void* scratch);
 
     // Takes a row out of the histograms of `count` columns, unless it is null, and
-    // another into them. All bytes are counted as byte ^ flip.
+    // puts another in. All bytes are counted as byte ^ flip.
     void (*moveColumns)(uint16_t* columns, const uint8_t* leaving, const uint8_t* entering,
                         size_t count, uint8_t flip);
-    // The element of index `rank`, in ascending order, of windows of nCols columns,
-    // of which the first starts at columns[0]: width windows, of stride channels
-    // each. No window holds more than 32767 elements. [Perreault and Hebert, Median
-    // Filtering in Constant Time, IEEE Transactions on Image Processing 16(9), 2007]
+    // The element of index `rank`, the largest first, of windows of nCols columns, of
+    // which the first starts at the first column: width windows, of stride channels
+    // each, in (width + nCols - 1) * stride columns. No window holds more than 65535
+    // elements. Time does not depend on the window's size. `scratch` holds
+    // rankSums(width + nCols - 1) numbers. [Perreault and Hebert, Median Filtering in
+    // Constant Time, IEEE Transactions on Image Processing 16(9), 2007]
     void (*rankRow)(uint8_t* dst, const uint16_t* columns, size_t width, size_t stride,
-                    size_t nCols, uint32_t rank, uint8_t flip);
+                    size_t nCols, uint32_t rank, uint8_t flip, uint16_t* scratch);
 
     // By type, but for RANK_S32: the vector medians of windows of n pixels of three
     // elements: the first pixel of those whose distances from all others, sums of

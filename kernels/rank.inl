@@ -253,132 +253,205 @@ void medianRow(void* dst, const void* const* rows, size_t count, size_t stride, 
 
 // --- Ranks by histograms ---------------------------------------------------------------
 
-void moveColumns(uint16_t* columns, const uint8_t* leaving, const uint8_t* entering, size_t count,
-                 uint8_t flip)
-{
-    for (size_t i = 0; i < count; ++i, columns += rankBins) {
-        if (leaving) {
-            const size_t old = leaving[i] ^ flip;
-            --columns[old >> 4];
-            --columns[16 + old];
-        }
-        const size_t value = entering[i] ^ flip;
-        ++columns[value >> 4];
-        ++columns[16 + value];
-    }
-}
+constexpr size_t binCount = 16;
 
-// 16 counts.
+// How many values are in each bin or in a higher one, the highest bin first. Such sums
+// add up like counts, and the bin of a rank is found in them without a search.
 struct Bins {
-    static constexpr size_t vectors = 32 / wide;
+    static constexpr size_t vectors = binCount * 2 / wide;
     U16<> v[vectors];
 };
 
-QUIB_INLINE void addBins(Bins* bins, const uint16_t* counts)
+QUIB_INLINE Bins loadBins(const uint16_t* sums)
 {
+    Bins bins;
     for (size_t i = 0; i < Bins::vectors; ++i)
-        bins->v[i] += load<U16<>>(counts + i * lanesOf<U16<>>);
-}
-
-QUIB_INLINE void subtractBins(Bins* bins, const uint16_t* counts)
-{
-    for (size_t i = 0; i < Bins::vectors; ++i)
-        bins->v[i] -= load<U16<>>(counts + i * lanesOf<U16<>>);
-}
-
-template<size_t count>
-QUIB_INLINE U16<16> lowEight(const U16<> (&v)[count])
-{
-    if constexpr (count == 1)
-        return lowHalf(v[0]);
-    else
-        return v[0];
-}
-
-template<size_t count>
-QUIB_INLINE U16<16> highEight(const U16<> (&v)[count])
-{
-    if constexpr (count == 1)
-        return highHalf(v[0]);
-    else
-        return v[1];
-}
-
-QUIB_INLINE U16<16> runningSums(U16<16> v)
-{
-    const U16<16> zero{};
-    v += onward<7>(zero, v);
-    v += onward<6>(zero, v);
-    v += onward<4>(zero, v);
-    return v;
-}
-
-// The bin that the element of index `*rank` is in, from which on `*rank` then counts.
-QUIB_INLINE size_t findBin(const Bins& bins, uint32_t* rank)
-{
-    // sums[1 + i] counts bins 0 to i; sums[0] none.
-    uint16_t sums[1 + 16];
-    sums[0] = 0;
-    const U16<16> low = runningSums(lowEight(bins.v));
-    const U16<16> high = runningSums(highEight(bins.v)) + spread<U16<16>>(low[7]);
-    store(sums + 1, low);
-    store(sums + 9, high);
-    const I16<16> limit = spread<I16<16>>(static_cast<int16_t>(*rank));
-    const uint32_t passed = topBits(as<U8<16>>(as<I16<16>>(low) <= limit)) |
-                            topBits(as<U8<16>>(as<I16<16>>(high) <= limit)) << 16;
-    const size_t bin = static_cast<size_t>(__builtin_ctzll(~static_cast<uint64_t>(passed))) / 2;
-    *rank -= sums[bin];
-    return bin;
-}
-
-constexpr size_t neverBrought = ~static_cast<size_t>(0);
-
-// The histogram of 16 values in the window at x, from that in the window at `from`.
-QUIB_INLINE Bins bringTo(size_t x, size_t nCols, const uint16_t* values, size_t step, Bins bins,
-                         size_t from)
-{
-    if (from == neverBrought || (x - from) * 2 > nCols) {
-        bins = {};
-        for (size_t j = x; j < x + nCols; ++j)
-            addBins(&bins, values + j * step);
-        return bins;
-    }
-    for (size_t j = from; j < x; ++j) {
-        addBins(&bins, values + (j + nCols) * step);
-        subtractBins(&bins, values + j * step);
-    }
+        bins.v[i] = load<U16<>>(sums + i * lanesOf<U16<>>);
     return bins;
 }
 
-// One channel's windows. A histogram of 16 values is brought to the window when it is
-// needed.
-QUIB_INLINE void rankChannel(uint8_t* dst, const uint16_t* columns, size_t width, size_t stride,
-                             size_t nCols, uint32_t rank, uint8_t flip)
+QUIB_INLINE void storeBins(uint16_t* sums, const Bins& bins)
 {
-    const size_t step = stride * rankBins;
-    Bins coarse{};
-    Bins fine[16];
-    size_t broughtTo[16];
-    for (size_t k = 0; k < 16; ++k)
-        broughtTo[k] = neverBrought;
-    for (size_t j = 0; j + 1 < nCols; ++j)
-        addBins(&coarse, columns + j * step);
-    for (size_t x = 0; x < width; ++x) {
-        addBins(&coarse, columns + (x + nCols - 1) * step);
-        uint32_t inBin = rank;
-        const size_t k = findBin(coarse, &inBin);
-        fine[k] = bringTo(x, nCols, columns + 16 + 16 * k, step, fine[k], broughtTo[k]);
-        broughtTo[k] = x;
-        dst[x * stride] = static_cast<uint8_t>((k * 16 + findBin(fine[k], &inBin)) ^ flip);
-        subtractBins(&coarse, columns + x * step);
+    for (size_t i = 0; i < Bins::vectors; ++i)
+        store(sums + i * lanesOf<U16<>>, bins.v[i]);
+}
+
+QUIB_INLINE Bins operator+(Bins a, const Bins& b)
+{
+    for (size_t i = 0; i < Bins::vectors; ++i)
+        a.v[i] += b.v[i];
+    return a;
+}
+
+QUIB_INLINE Bins operator-(Bins a, const Bins& b)
+{
+    for (size_t i = 0; i < Bins::vectors; ++i)
+        a.v[i] -= b.v[i];
+    return a;
+}
+
+struct alignas(64) BinSteps {
+    uint16_t sums[2 * binCount];
+    constexpr BinSteps() : sums{}
+    {
+        for (size_t i = binCount; i < 2 * binCount; ++i)
+            sums[i] = 1;
+    }
+};
+constexpr BinSteps binSteps;
+
+// One value, in this bin.
+QUIB_INLINE Bins oneIn(size_t bin)
+{
+    return loadBins(binSteps.sums + 1 + bin);
+}
+
+// How many bins are above the one that has the element of index `rank`.
+QUIB_INLINE size_t binsAbove(const Bins& bins, uint16_t rank)
+{
+    size_t above = 0;
+    for (size_t i = 0; i < Bins::vectors; ++i)
+        above += lanesUpTo(bins.v[i], rank);
+    return above;
+}
+
+template<bool rowLeaves>
+QUIB_INLINE void moveColumnsOf(uint16_t* coarse, const uint8_t* leaving, const uint8_t* entering,
+                               size_t count, uint8_t flip)
+{
+    const size_t pitch = count * binCount;
+    uint16_t* fine = coarse + pitch;
+    for (size_t i = 0; i < count; ++i, coarse += binCount, fine += binCount) {
+        const size_t value = entering[i] ^ flip;
+        Bins halves = loadBins(coarse) + oneIn(value / binCount);
+        if constexpr (rowLeaves) {
+            const size_t old = leaving[i] ^ flip;
+            halves = halves - oneIn(old / binCount);
+            uint16_t* const bins = fine + old / binCount * pitch;
+            storeBins(bins, loadBins(bins) - oneIn(old % binCount));
+        }
+        storeBins(coarse, halves);
+        uint16_t* const bins = fine + value / binCount * pitch;
+        storeBins(bins, loadBins(bins) + oneIn(value % binCount));
+    }
+}
+
+void moveColumns(uint16_t* columns, const uint8_t* leaving, const uint8_t* entering, size_t count,
+                 uint8_t flip)
+{
+    if (leaving)
+        moveColumnsOf<true>(columns, leaving, entering, count, flip);
+    else
+        moveColumnsOf<false>(columns, leaving, entering, count, flip);
+}
+
+// The columns of one channel.
+struct RankColumns {
+    const uint16_t* coarse;
+    size_t step;  // from a column to the next one
+    size_t pitch; // to the same column's 16 values of the next high half
+    size_t nCols;
+    // For each high half, sums over the columns from some one on to the first,
+    // second ... that is known; windows are differences of two. A sum may wrap round.
+    uint16_t* sums;
+    size_t sumsPitch;
+    size_t known[binCount];
+};
+
+// Makes the sums of a high half known that the windows at columns x to end - nCols need.
+QUIB_INLINE void extendSums(RankColumns* columns, size_t half, size_t x, size_t end)
+{
+    size_t from = columns->known[half];
+    uint16_t* const sums = columns->sums + half * columns->sumsPitch;
+    Bins sum{};
+    if (from < x)
+        storeBins(sums + (from = x) * binCount, sum);
+    else
+        sum = loadBins(sums + from * binCount);
+    const uint16_t* fine = columns->coarse + (1 + half) * columns->pitch + from * columns->step;
+    for (; from < end; ++from, fine += columns->step) {
+        sum = sum + loadBins(fine);
+        storeBins(sums + (from + 1) * binCount, sum);
+    }
+    columns->known[half] = end;
+}
+
+constexpr size_t rankedTogether = 64;
+
+// In which high halves the windows' elements are, and their ranks among those that
+// have the same one.
+struct CoarseRanks {
+    uint8_t halves[rankedTogether];
+    uint16_t ranks[rankedTogether];
+    uint32_t used; // bit by bit
+};
+
+// `window` holds the columns of the window at x but its last one.
+QUIB_INLINE Bins findHalves(CoarseRanks* found, const RankColumns& columns, Bins window, size_t x,
+                            size_t count, uint16_t rank)
+{
+    const uint16_t* leaving = columns.coarse + x * columns.step;
+    const uint16_t* entering = leaving + (columns.nCols - 1) * columns.step;
+    uint16_t before[1 + binCount];
+    before[0] = 0;
+    found->used = 0;
+    for (size_t i = 0; i < count; ++i, leaving += columns.step, entering += columns.step) {
+        window = window + loadBins(entering);
+        storeBins(before + 1, window);
+        const size_t above = binsAbove(window, rank);
+        const size_t half = binCount - 1 - above;
+        found->halves[i] = static_cast<uint8_t>(half);
+        found->ranks[i] = static_cast<uint16_t>(rank - before[above]);
+        found->used |= 1u << half;
+        window = window - loadBins(leaving);
+    }
+    return window;
+}
+
+QUIB_INLINE uint8_t findValue(const RankColumns& columns, size_t half, size_t x, uint16_t rank)
+{
+    const uint16_t* sums = columns.sums + half * columns.sumsPitch + x * binCount;
+    const Bins window = loadBins(sums + columns.nCols * binCount) - loadBins(sums);
+    return static_cast<uint8_t>(half * binCount + binCount - 1 - binsAbove(window, rank));
+}
+
+QUIB_INLINE void rankChannel(uint8_t* dst, size_t stride, RankColumns columns, size_t width,
+                             uint16_t rank, uint8_t flip)
+{
+    for (size_t half = 0; half < binCount; ++half) {
+        columns.known[half] = 0;
+        storeBins(columns.sums + half * columns.sumsPitch, {});
+    }
+    Bins window{};
+    for (size_t j = 0; j + 1 < columns.nCols; ++j)
+        window = window + loadBins(columns.coarse + j * columns.step);
+    CoarseRanks found;
+    for (size_t x = 0; x < width; x += rankedTogether) {
+        const size_t count = width - x < rankedTogether ? width - x : rankedTogether;
+        window = findHalves(&found, columns, window, x, count, rank);
+        for (uint32_t used = found.used; used != 0; used &= used - 1)
+            extendSums(&columns, static_cast<size_t>(__builtin_ctz(used)), x,
+                       x + count + columns.nCols - 1);
+        for (size_t i = 0; i < count; ++i)
+            dst[(x + i) * stride] =
+                findValue(columns, found.halves[i], x + i, found.ranks[i]) ^ flip;
     }
 }
 
 void rankRow(uint8_t* dst, const uint16_t* columns, size_t width, size_t stride, size_t nCols,
-             uint32_t rank, uint8_t flip)
+             uint32_t rank, uint8_t flip, uint16_t* scratch)
 {
+    const size_t pixels = width + nCols - 1;
     for (size_t c = 0; c < stride; ++c)
-        rankChannel(dst + c, columns + c * rankBins, width, stride, nCols, rank, flip);
+        rankChannel(dst + c, stride,
+                    {.coarse = columns + c * binCount,
+                     .step = stride * binCount,
+                     .pitch = pixels * stride * binCount,
+                     .nCols = nCols,
+                     .sums = scratch,
+                     .sumsPitch = (pixels + 1) * binCount,
+                     .known = {}},
+                    width, static_cast<uint16_t>(rank), flip);
 }
 
 // --- Vector medians ----------------------------------------------------------------------

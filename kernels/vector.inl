@@ -635,6 +635,21 @@ QUIB_INLINE uint32_t topBits(V v)
     return bits;
 }
 
+// How many lanes are at most `limit`, when none is less than the one before it.
+template<class V>
+QUIB_INLINE size_t lanesUpTo(V ascending, uint16_t limit)
+{
+    static_assert(hasLanes<V, uint16_t> && sizeof(V) <= 32);
+    const V limits = spread<V>(limit);
+#if defined(QUIB_HAS_AVX2) && defined(__AVX512VL__) && defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 32)
+        return static_cast<size_t>(
+            __builtin_popcount(_mm256_cmple_epu16_mask((__m256i)ascending, (__m256i)limits)));
+#endif
+    const uint64_t passed = topBits(as<WithLanes<uint8_t, V>>(ascending <= limits));
+    return static_cast<size_t>(__builtin_ctzll(~passed)) / 2;
+}
+
 // --- Widening and packing ------------------------------------------------------------
 
 // Unsigned lanes of twice the size, from the low or high half of each part.

@@ -189,18 +189,23 @@ IplWindowEnd countBits(IplWindowJob job, const IplWindow& window)
 
 // So many columns' histograms stay in a second-level cache.
 constexpr int32_t histogramColumns = 512;
-constexpr int64_t mostInHistogram = 32767;
+constexpr int64_t mostInHistogram = 65535;
+// Of wider windows with that many elements a single column has few.
+constexpr int32_t widestOfColumns = 4096;
 
 IplWindowEnd rankByColumns(IplWindowJob job, const IplWindow& window, uint8_t flip)
 {
     ++job.reach.top; // the row that leaves
-    job.stripColumns = histogramColumns;
+    job.stripColumns = std::max(histogramColumns / job.src->nChannels, window.nCols);
     const Shape shape(job, window);
     const IplScratch<uint16_t> columns(shape.mostElements * static_cast<int64_t>(quib::rankBins));
-    const uint32_t rank = static_cast<uint32_t>(window.nCols * window.nRows / 2);
+    const IplScratch<uint16_t> sums(
+        static_cast<int64_t>(quib::rankSums(static_cast<size_t>(shape.mostElements))));
+    // From the largest element on.
+    const uint32_t rank = static_cast<uint32_t>((window.nCols * window.nRows - 1) / 2);
     const quib::RankKernels& kernels = quib::kernels().rank;
     return ownFilterWindows(job, [&](const IplWindowRow& row) {
-        if (!columns.data)
+        if (!columns.data || !sums.data)
             return false;
         const size_t count = shape.elements(row);
         if (row.y == 0)
@@ -211,7 +216,7 @@ IplWindowEnd rankByColumns(IplWindowJob job, const IplWindow& window, uint8_t fl
                                 shape.start(row, r), count, flip);
         kernels.rankRow(static_cast<uint8_t*>(row.result), columns.data,
                         static_cast<size_t>(row.width), static_cast<size_t>(row.channels),
-                        static_cast<size_t>(window.nCols), rank, flip);
+                        static_cast<size_t>(window.nCols), rank, flip, sums.data);
         return true;
     });
 }
@@ -415,7 +420,7 @@ IplWindowEnd ownFilterMedians(const IplImage* src, IplImage* dst, const IplWindo
         return ownFilterWindows(job, SlidingHistogram<int16_t>(job, window));
     if (type == quib::RANK_S32)
         return selectMedians(job, window);
-    if (int64_t{window.nCols} * window.nRows <= mostInHistogram)
+    if (window.nCols <= widestOfColumns && int64_t{window.nCols} * window.nRows <= mostInHistogram)
         return rankByColumns(job, window, type == quib::RANK_S8 ? 0x80 : 0);
     return type == quib::RANK_S8 ? ownFilterWindows(job, SlidingHistogram<int8_t>(job, window))
                                  : ownFilterWindows(job, SlidingHistogram<uint8_t>(job, window));

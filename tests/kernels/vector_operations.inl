@@ -98,6 +98,15 @@ constexpr VectorOperation anyWidth[] = {
     OPERATION("roundedDown", F32, U8, roundedDown(a)),
     OPERATION("squareRoots", F32, U8, squareRoots(a * a)),
     OPERATION("topBits", U8, U8, spread<U32<n>>(topBits(a))),
+    VectorOperation{"lanesUpTo", n,
+                    [](uint8_t* out, const uint8_t* a, const uint8_t* b) {
+                        U16<n> ascending = load<U16<n>>(a);
+                        for (size_t i = 1; i < n / 2; ++i)
+                            if (ascending[i] < ascending[i - 1])
+                                ascending[i] = ascending[i - 1];
+                        const size_t lanes = lanesUpTo(ascending, load<U16<n>>(b)[0]);
+                        store(out, spread<U32<n>>(static_cast<uint32_t>(lanes)));
+                    }},
     VectorOperation{"gather U32", n,
                     [](uint8_t* out, const uint8_t* a, const uint8_t* b) {
                         int32_t offsets[n / 4];

@@ -313,6 +313,14 @@ void addChoices(std::map<std::string, PlainForm>& forms)
             bits |= uint32_t{a[i] >= 128} << i;
         return bytesOf(std::vector<uint32_t>(a.size() / 4, bits));
     }};
+    forms["lanesUpTo"] = {[](const Memory& a, const Memory& b) {
+        const std::vector<uint16_t> ascending = lanes<uint16_t>(a);
+        const uint16_t limit = lanes<uint16_t>(b)[0];
+        uint32_t count = 0;
+        while (count < ascending.size() && ascending[count] <= limit)
+            ++count;
+        return bytesOf(std::vector<uint32_t>(a.size() / 4, count));
+    }};
 }
 
 void addPacks(std::map<std::string, PlainForm>& forms)

@@ -276,9 +276,11 @@ TEST(RankFilters, WindowsPastTheImageAreThePlainOnes)
             fillTelling(src.get(), random);
             giveRandomBorders(src.get(), random);
             const Arrangement images{std::move(src), nullptr, std::move(dst)};
-            // Past what the histograms of columns hold, too.
-            for (const PlainWindow& window :
-                 {PlainWindow{41, 37, 3, 30}, PlainWindow{190, 180, 189, 0}})
+            std::vector<PlainWindow> windows{{41, 37, 3, 30}, {190, 180, 189, 0}};
+            // Past what the histograms of columns hold.
+            if (depth == IPL_DEPTH_8U || depth == IPL_DEPTH_8S)
+                windows.insert(windows.end(), {{257, 256, 100, 255}, {5000, 1, 7, 0}});
+            for (const PlainWindow& window : windows)
                 ASSERT_NO_FATAL_FAILURE(expectPlainFilter(images, window, callOf(filter.filter),
                                                           plainOf(filter, depth)));
         }
