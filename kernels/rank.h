@@ -59,6 +59,10 @@ struct RankKernels {
     // `channels` elements apart. `scratch` holds n * rankScratch bytes.
     void (*vectorMedian[rankTypes])(void* dst, const void* const* planes, size_t n, size_t width,
                                     size_t channels, void* scratch);
+    // The same for windows of 3 x 3 pixels in whose rows pixels lie side by side: their
+    // planes are the row's first ones, read one or two elements further on.
+    void (*vectorMedian3[rankTypes])(void* dst, const void* const* planes, size_t n, size_t width,
+                                     size_t channels, void* scratch);
 };
 
 // A total of 8 bytes for each of the windows that are looked at together.

@@ -528,6 +528,211 @@ void vectorMedian(void* dst, const void* const* planes, size_t n, size_t width, 
     vectorMedianRow(out, in, n, width, channels, static_cast<Sum*>(scratch));
 }
 
+// --- Vector medians of 3 x 3 pixels -------------------------------------------------------
+
+// Pixel i of the window is in row i / 3 and column i % 3.
+constexpr size_t nine = 9;
+
+// Windows that are looked at together: a row of distances fills whole vectors.
+constexpr size_t ninesTogether = 126;
+constexpr size_t ninesDistances = ninesTogether + 2;
+
+// The distances of the pixels of a row from those of the same or a later one that are as
+// far on: they serve all windows that have both.
+struct DistanceRow {
+    size_t row;
+    size_t rowsOn;
+    int32_t columnsOn;
+    // In the first window, the columns that pixels with such a neighbour have.
+    constexpr size_t firstColumn() const
+    {
+        return columnsOn < 0 ? static_cast<size_t>(-columnsOn) : 0;
+    }
+    constexpr size_t columns() const
+    {
+        return 3 - static_cast<size_t>(columnsOn < 0 ? -columnsOn : columnsOn);
+    }
+};
+
+constexpr size_t distanceRows = 3 * 2 + 2 * 5 + 5;
+
+struct DistanceRows {
+    DistanceRow rows[distanceRows];
+    uint8_t ofPair[nine][nine]; // the first pixel, the later one
+    constexpr DistanceRows() : rows{}, ofPair{}
+    {
+        size_t count = 0;
+        for (size_t row = 0; row < 3; ++row)
+            for (size_t rowsOn = 0; row + rowsOn < 3; ++rowsOn)
+                for (int32_t on = rowsOn == 0 ? 1 : -2; on <= 2; ++on)
+                    add(count++, {row, rowsOn, on});
+    }
+    constexpr void add(size_t index, DistanceRow distances)
+    {
+        rows[index] = distances;
+        for (size_t k = 0; k < distances.columns(); ++k) {
+            const size_t column = distances.firstColumn() + k;
+            const size_t other =
+                static_cast<size_t>(static_cast<int32_t>(column) + distances.columnsOn);
+            ofPair[distances.row * 3 + column][(distances.row + distances.rowsOn) * 3 + other] =
+                static_cast<uint8_t>(index);
+        }
+    }
+};
+constexpr DistanceRows distancesOfNine;
+
+template<class V>
+QUIB_INLINE void storeWidened(uint16_t* out, V low, V high)
+{
+    if constexpr (sizeof(V) == 16) {
+        store(out, low);
+        store(out + lanesOf<V>, high);
+    } else {
+        store(out, join(lowHalf(low), lowHalf(high)));
+        store(out + lanesOf<V>, join(highHalf(low), highHalf(high)));
+    }
+}
+
+// The distances of vectors of pixels at a and b, channel by channel.
+template<class T>
+QUIB_INLINE void storeDistances(uint16_t* out, const T* const* a, const T* const* b, size_t i,
+                                size_t j)
+{
+    using V = Vector<T, wide>;
+    U16<> low{};
+    U16<> high{};
+    for (size_t c = 0; c < 3; ++c) {
+        const V x = load<V>(a[c] + i);
+        const V y = load<V>(b[c] + j);
+        const U8<> distance = as<U8<>>(larger(x, y)) - as<U8<>>(smaller(x, y));
+        low += widenLow(distance);
+        high += widenHigh(distance);
+    }
+    storeWidened(out, low, high);
+}
+
+// `planes` are those of the window's first column, row by row.
+template<class T>
+QUIB_INLINE void makeDistances(uint16_t (*distances)[ninesDistances], const T* const* planes,
+                               size_t x)
+{
+    for (size_t index = 0; index < distanceRows; ++index) {
+        const DistanceRow& made = distancesOfNine.rows[index];
+        const T* const* a = planes + nine * made.row;
+        const T* const* b = planes + nine * (made.row + made.rowsOn);
+        const size_t from = x + made.firstColumn();
+        const size_t last = ninesTogether + made.columns() - 1 - wide;
+        for (size_t i = 0;; i = i + wide < last ? i + wide : last) {
+            const size_t at = from + i;
+            storeDistances(distances[index] + i, a, b, at,
+                           at + static_cast<size_t>(made.columnsOn));
+            if (i == last)
+                break;
+        }
+    }
+}
+
+// Which pixels of the windows have the least total.
+QUIB_INLINE I16<> leastOfNine(const uint16_t (*distances)[ninesDistances], size_t x)
+{
+    I16<> totals[nine] = {};
+#pragma GCC unroll 16
+    for (size_t a = 0; a < nine; ++a)
+#pragma GCC unroll 16
+        for (size_t b = a + 1; b < nine; ++b) {
+            const size_t index = distancesOfNine.ofPair[a][b];
+            const size_t shift = a % 3 - distancesOfNine.rows[index].firstColumn();
+            const I16<> distance = load<I16<>>(distances[index] + x + shift);
+            totals[a] += distance;
+            totals[b] += distance;
+        }
+    I16<> least = totals[0];
+    I16<> best{};
+#pragma GCC unroll 16
+    for (size_t i = 1; i < nine; ++i) {
+        const I16<> better = totals[i] < least;
+        best = select(better, spread<I16<>>(static_cast<int16_t>(i)), best);
+        least = smaller(totals[i], least);
+    }
+    return best;
+}
+
+template<class T>
+QUIB_INLINE U8<> pixelsOfNine(const T* const* planes, U8<> best, size_t x)
+{
+    U8<> pixels = load<U8<>>(planes[0] + x);
+#pragma GCC unroll 16
+    for (size_t i = 1; i < nine; ++i)
+        pixels = select(best == static_cast<uint8_t>(i), load<U8<>>(planes[3 * i] + x), pixels);
+    return pixels;
+}
+
+// Pixels of four bytes, the last one of which stays.
+QUIB_INLINE void storeFours(uint8_t* dst, U8<16> first, U8<16> second, U8<16> third)
+{
+    const auto put = [](uint8_t* to, U16<16> low, U16<16> high) {
+        constexpr uint32_t fourth = 0xFF000000u;
+        store(to, withBits(as<U32<16>>(interleaveLow(low, high)), load<U32<16>>(to), fourth));
+        store(to + 16,
+              withBits(as<U32<16>>(interleaveHigh(low, high)), load<U32<16>>(to + 16), fourth));
+    };
+    const U8<16> zero{};
+    put(dst, as<U16<16>>(interleaveLow(first, second)), as<U16<16>>(interleaveLow(third, zero)));
+    put(dst + 32, as<U16<16>>(interleaveHigh(first, second)),
+        as<U16<16>>(interleaveHigh(third, zero)));
+}
+
+template<class V>
+QUIB_INLINE void storeTriples(uint8_t* dst, const V (&pixels)[3], size_t channels)
+{
+    if (channels != 4) {
+        for (size_t i = 0; i < lanesOf<V>; ++i, dst += channels)
+            for (size_t c = 0; c < 3; ++c)
+                dst[c] = pixels[c][i];
+        return;
+    }
+    if constexpr (sizeof(V) == 16) {
+        storeFours(dst, pixels[0], pixels[1], pixels[2]);
+    } else {
+        storeFours(dst, lowHalf(pixels[0]), lowHalf(pixels[1]), lowHalf(pixels[2]));
+        storeFours(dst + 64, highHalf(pixels[0]), highHalf(pixels[1]), highHalf(pixels[2]));
+    }
+}
+
+template<class T>
+QUIB_INLINE void medianOfNines(uint8_t* dst, const T* const* planes, size_t x, size_t channels)
+{
+    uint16_t distances[distanceRows][ninesDistances];
+    makeDistances(distances, planes, x);
+    constexpr size_t last = ninesTogether - wide;
+    for (size_t i = 0;; i = i + wide < last ? i + wide : last) {
+        const I16<> low = leastOfNine(distances, i);
+        const I16<> high = leastOfNine(distances, i + lanesOf<I16<>>);
+        const U8<> best = inOrderOfPack(packToU8(low, high));
+        const U8<> pixels[3] = {pixelsOfNine(planes, best, x + i),
+                                pixelsOfNine(planes + 1, best, x + i),
+                                pixelsOfNine(planes + 2, best, x + i)};
+        storeTriples(dst + (x + i) * channels, pixels, channels);
+        if (i == last)
+            break;
+    }
+}
+
+template<class T>
+void vectorMedianOfNine(void* dst, const void* const* planes, size_t n, size_t width,
+                        size_t channels, void* scratch)
+{
+    if (width < ninesTogether)
+        return vectorMedian<T, uint32_t>(dst, planes, n, width, channels, scratch);
+    const T* const* in = reinterpret_cast<const T* const*>(planes);
+    const size_t last = width - ninesTogether;
+    for (size_t x = 0;; x = x + ninesTogether < last ? x + ninesTogether : last) {
+        medianOfNines(static_cast<uint8_t*>(dst), in, x, channels);
+        if (x == last)
+            break;
+    }
+}
+
 constexpr RankKernels rankKernels{
     .larger = {largerRow<uint8_t>, largerRow<int8_t>, largerRow<uint16_t>, largerRow<int16_t>,
                largerRow<int32_t>},
@@ -542,6 +747,9 @@ constexpr RankKernels rankKernels{
     .vectorMedian = {vectorMedian<uint8_t, uint32_t>, vectorMedian<int8_t, uint32_t>,
                      vectorMedian<uint16_t, uint64_t>, vectorMedian<int16_t, uint64_t>, nullptr,
                      vectorMedian<float, float>},
+    .vectorMedian3 = {vectorMedianOfNine<uint8_t>, vectorMedianOfNine<int8_t>,
+                      vectorMedian<uint16_t, uint64_t>, vectorMedian<int16_t, uint64_t>, nullptr,
+                      vectorMedian<float, float>},
 };
 
 } // namespace

@@ -57,12 +57,30 @@ void blend(uint8_t* dst, const uint8_t* src, const uint8_t* choice, size_t bytes
         dst[i] = static_cast<uint8_t>((dst[i] & ~choice[i]) | (src[i] & choice[i]));
 }
 
+// Every fourth byte, as far as whole vectors lie in the row; gives how many are done.
+size_t gatherFourths(uint8_t* out, const uint8_t* in, size_t count)
+{
+    using Words = I32<>;
+    constexpr size_t lanes = lanesOf<Words>;
+    size_t i = 0;
+    for (; i + 4 * lanes < count; i += 4 * lanes) {
+        Words v[4];
+        for (size_t k = 0; k < 4; ++k)
+            v[k] = load<Words>(in + 4 * (i + k * lanes)) & 0xFF;
+        store(out + i, inOrderOfTwoPacks(packToU8(packToI16(v[0], v[1]), packToI16(v[2], v[3]))));
+    }
+    return i;
+}
+
 template<class T>
 void gather(void* dst, const void* src, size_t stride, size_t count)
 {
     T* out = static_cast<T*>(dst);
     const T* in = static_cast<const T*>(src);
-    for (size_t i = 0; i < count; ++i)
+    size_t i = 0;
+    if constexpr (sizeof(T) == 1)
+        i = stride == 4 ? gatherFourths(out, in, count) : 0;
+    for (; i < count; ++i)
         out[i] = in[i * stride];
 }
 

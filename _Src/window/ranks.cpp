@@ -386,9 +386,11 @@ bool VectorMedians::operator()(const IplWindowRow& row) const
         for (int32_t k = 0; k < shape.window.nCols; ++k)
             for (size_t c = 0; c < 3; ++c)
                 *next++ = plane(row, r, c) + k * shape.elementBytes;
-    quib::kernels().rank.vectorMedian[type](row.result, planes.data, static_cast<size_t>(pixels),
-                                            static_cast<size_t>(row.width),
-                                            static_cast<size_t>(row.channels), scratch.data);
+    const quib::RankKernels& kernels = quib::kernels().rank;
+    const bool isThree = nRows == 3 && shape.window.nCols == 3;
+    const auto run = (isThree ? kernels.vectorMedian3 : kernels.vectorMedian)[type];
+    run(row.result, planes.data, static_cast<size_t>(pixels), static_cast<size_t>(row.width),
+        static_cast<size_t>(row.channels), scratch.data);
     return true;
 }
 

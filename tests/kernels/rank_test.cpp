@@ -256,6 +256,41 @@ void expectVectorMedians(const quib::RankKernels& rank, quib::RankType type, Vec
         << shape.n << " of " << shape.width << ", " << shape.channels;
 }
 
+// Rows of three channels, of windows of 3 x 3 pixels.
+template<class T>
+void expectMediansOfNine(const quib::RankKernels& rank, quib::RankType type, size_t width,
+                         size_t channels, Random& random)
+{
+    std::deque<Elements<T>> rows;
+    for (size_t i = 0; i < 9; ++i) {
+        rows.emplace_back(width + 2, random.coin() ? Guard::afterEnd : Guard::beforeStart);
+        rows.back().randomise(random);
+    }
+    std::vector<const T*> planes;
+    for (size_t i = 0; i < 27; ++i)
+        planes.push_back(rows[i / 9 * 3 + i % 3].data() + i / 3 % 3);
+    const std::vector<const void*> untyped(planes.begin(), planes.end());
+    const Elements<T> dst(width * channels);
+    const GuardedBuffer scratch(9 * quib::rankScratch);
+    std::vector<T> expected = dst.contents();
+    for (size_t x = 0; x < width; ++x) {
+        const size_t best = plainVectorMedian(planes, 9, x);
+        for (size_t c = 0; c < 3; ++c)
+            expected[x * channels + c] = planes[3 * best + c][x];
+    }
+    rank.vectorMedian3[type](dst.data(), untyped.data(), 9, width, channels, scratch.data());
+    ASSERT_EQ(std::memcmp(dst.data(), expected.data(), dst.buffer.size()), 0)
+        << width << ", " << channels;
+}
+
+template<class T>
+void expectMediansOfNine(const quib::RankKernels& rank, quib::RankType type, Random& random)
+{
+    for (size_t width = 1; width < 400; width += width < 270 ? 1 : 41)
+        for (const size_t channels : {3, 4})
+            ASSERT_NO_FATAL_FAILURE(expectMediansOfNine<T>(rank, type, width, channels, random));
+}
+
 template<class T>
 void expectVectorMediansOf(const quib::RankKernels& rank, quib::RankType type, Random& random)
 {
@@ -340,5 +375,17 @@ TEST(RankKernels, VectorMediansAreThePlainOnes)
         expectVectorMediansOf<uint16_t>(rank, quib::RANK_U16, random);
         expectVectorMediansOf<int16_t>(rank, quib::RANK_S16, random);
         expectVectorMediansOf<float>(rank, quib::RANK_F32, random);
+    });
+}
+
+TEST(RankKernels, VectorMediansOfNineAreThePlainOnes)
+{
+    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+        Random random(96);
+        expectMediansOfNine<uint8_t>(rank, quib::RANK_U8, random);
+        expectMediansOfNine<int8_t>(rank, quib::RANK_S8, random);
+        expectMediansOfNine<uint16_t>(rank, quib::RANK_U16, random);
+        expectMediansOfNine<int16_t>(rank, quib::RANK_S16, random);
+        expectMediansOfNine<float>(rank, quib::RANK_F32, random);
     });
 }

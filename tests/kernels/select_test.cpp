@@ -77,7 +77,7 @@ TEST(SelectKernels, GatherAndScatterStepOverTheOtherElements)
             const quib::StridedMoves& moves = size == 1   ? select.bytes
                                               : size == 2 ? select.words
                                                           : select.doubleWords;
-            for (size_t count = 1; count < 50; ++count) {
+            for (size_t count = 1; count < 150; ++count) {
                 const size_t stride = static_cast<size_t>(random.between(1, 6));
                 const GuardedBuffer spaced(((count - 1) * stride + 1) * size);
                 const GuardedBuffer dense(count * size);
