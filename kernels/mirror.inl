@@ -188,6 +188,151 @@ constexpr auto reverseTriples = reverseByLoop<3>;
 constexpr auto exchangeTriples = exchangeByLoop<3>;
 #endif
 
+// --- Large images ------------------------------------------------------------------------
+
+// So many bytes go past the caches: with their source, these would not hold them.
+constexpr size_t largeImage = 2'000'000;
+
+// How many bytes before an address that stream() takes.
+template<class V>
+QUIB_INLINE size_t bytesToAlignment(const void* address)
+{
+    return -reinterpret_cast<uintptr_t>(address) % sizeof(V);
+}
+
+// A row of `bytes` bytes of pixels whose size divides that of the vector, or as they
+// are if it is 0. Its start is aligned to a pixel.
+template<size_t pixelBytes>
+QUIB_INLINE void streamRow(uint8_t* dst, const uint8_t* src, size_t bytes)
+{
+    using V = U8<>;
+    const auto part = [&](size_t from, size_t count) {
+        if constexpr (pixelBytes == 0)
+            __builtin_memcpy(dst + from, src + from, count);
+        else
+            reverseByVectors<pixelBytes>(dst + from, src + bytes - from - count, count / pixelBytes,
+                                         pixelBytes);
+    };
+    const size_t toAlignment = bytesToAlignment<V>(dst);
+    const size_t head = toAlignment < bytes ? toAlignment : bytes;
+    part(0, head);
+    size_t done = head;
+    for (; done + sizeof(V) <= bytes; done += sizeof(V)) {
+        if constexpr (pixelBytes == 0)
+            stream(dst + done, load<V>(src + done));
+        else
+            stream(dst + done, reversed<pixelBytes>(load<V>(src + bytes - done - sizeof(V))));
+    }
+    part(done, bytes - done);
+}
+
+template<size_t pixelBytes>
+void streamRows(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep,
+                size_t bytes, size_t rows)
+{
+    for (size_t y = 0; y < rows; ++y, dst += dstStep, src += srcStep)
+        streamRow<pixelBytes>(dst, src, bytes);
+    endStreaming();
+}
+
+// Whether each row starts at a whole pixel of one, two ... bytes.
+bool areAligned(const uint8_t* dst, ptrdiff_t dstStep, size_t pixelBytes)
+{
+    return (reinterpret_cast<uintptr_t>(dst) | static_cast<uintptr_t>(dstStep)) % pixelBytes == 0;
+}
+
+void copyRows(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep, size_t bytes,
+              size_t rows)
+{
+    if (bytes * rows >= largeImage)
+        return streamRows<0>(dst, dstStep, src, srcStep, bytes, rows);
+    for (size_t y = 0; y < rows; ++y, dst += dstStep, src += srcStep)
+        __builtin_memmove(dst, src, bytes);
+}
+
+// --- Columns into rows -----------------------------------------------------------------
+
+// The vectors that hold 4 pixels, of each of so many rows that these fill a row.
+constexpr size_t tileRows = wide / 4;
+
+// `lanes` rows of four pixels into four rows.
+QUIB_INLINE void transposeTile(U32<> (&v)[4], const uint8_t* src, ptrdiff_t srcStep)
+{
+    for (ptrdiff_t j = 0; j < 4; ++j) {
+        if constexpr (wide == 16)
+            __builtin_memcpy(&v[j], src + j * srcStep, wide);
+        else
+            v[j] = join(load<U32<wide / 2>>(src + j * srcStep),
+                        load<U32<wide / 2>>(src + (j + 4) * srcStep));
+    }
+    using Pairs = U64<>;
+    const Pairs low01 = as<Pairs>(interleaveLow(v[0], v[1]));
+    const Pairs low23 = as<Pairs>(interleaveLow(v[2], v[3]));
+    const Pairs high01 = as<Pairs>(interleaveHigh(v[0], v[1]));
+    const Pairs high23 = as<Pairs>(interleaveHigh(v[2], v[3]));
+    v[0] = as<U32<>>(interleaveLow(low01, low23));
+    v[1] = as<U32<>>(interleaveHigh(low01, low23));
+    v[2] = as<U32<>>(interleaveLow(high01, high23));
+    v[3] = as<U32<>>(interleaveHigh(high01, high23));
+}
+
+void transposePixels(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep,
+                     size_t columns, size_t rows)
+{
+    for (size_t i = 0; i < rows; ++i, dst += dstStep, src += 4)
+        for (size_t j = 0; j < columns; ++j)
+            __builtin_memcpy(dst + 4 * j, src + static_cast<ptrdiff_t>(j) * srcStep, 4);
+}
+
+// The columns of dst that are made at a time fill a line of the caches.
+constexpr size_t stripColumns = 16;
+
+template<bool streams>
+QUIB_INLINE void transposeStrip(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src,
+                                ptrdiff_t srcStep, size_t rows)
+{
+    size_t i = 0;
+    for (; i + 4 <= rows; i += 4, dst += 4 * dstStep, src += 16) {
+        constexpr size_t tiles = stripColumns / tileRows;
+        U32<> v[tiles][4];
+        for (size_t k = 0; k < tiles; ++k)
+            transposeTile(v[k], src + static_cast<ptrdiff_t>(k * tileRows) * srcStep, srcStep);
+        for (size_t r = 0; r < 4; ++r)
+            for (size_t k = 0; k < tiles; ++k) {
+                uint8_t* const to = dst + static_cast<ptrdiff_t>(r) * dstStep + k * wide;
+                if constexpr (streams)
+                    stream(to, v[k][r]);
+                else
+                    store(to, v[k][r]);
+            }
+    }
+    transposePixels(dst, dstStep, src, srcStep, stripColumns, rows - i);
+}
+
+void transpose(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep,
+               size_t columns, size_t rows)
+{
+    const bool streams =
+        columns * rows * 4 >= largeImage && areAligned(dst, dstStep, 4) && dstStep % wide == 0;
+    size_t done = streams ? bytesToAlignment<U8<64>>(dst) / 4 : 0;
+    done = done < columns ? done : columns;
+    transposePixels(dst, dstStep, src, srcStep, done, rows);
+    for (; done + stripColumns <= columns; done += stripColumns) {
+        uint8_t* const to = dst + 4 * done;
+        const uint8_t* const from = src + static_cast<ptrdiff_t>(done) * srcStep;
+        if (streams)
+            transposeStrip<true>(to, dstStep, from, srcStep, rows);
+        else
+            transposeStrip<false>(to, dstStep, from, srcStep, rows);
+    }
+    transposePixels(dst + 4 * done, dstStep, src + static_cast<ptrdiff_t>(done) * srcStep, srcStep,
+                    columns - done, rows);
+    if (streams)
+        endStreaming();
+}
+
+// --- Forms ---------------------------------------------------------------------------------
+
 struct MirrorForms {
     void (*reverse)(uint8_t* dst, const uint8_t* src, size_t pixels, size_t pixelBytes);
     void (*exchange)(uint8_t* a, uint8_t* b, size_t pixels, size_t pixelBytes);
@@ -213,6 +358,21 @@ const MirrorForms& mirrorForms(size_t pixelBytes)
 void reverse(uint8_t* dst, const uint8_t* src, size_t pixels, size_t pixelBytes)
 {
     mirrorForms(pixelBytes).reverse(dst, src, pixels, pixelBytes);
+}
+
+void reverseRows(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep,
+                 size_t pixels, size_t pixelBytes, size_t rows)
+{
+    const size_t bytes = pixels * pixelBytes;
+    if (bytes * rows >= largeImage && areAligned(dst, dstStep, pixelBytes)) {
+        if (pixelBytes == 4)
+            return streamRows<4>(dst, dstStep, src, srcStep, bytes, rows);
+        if (pixelBytes == 1)
+            return streamRows<1>(dst, dstStep, src, srcStep, bytes, rows);
+    }
+    const auto run = mirrorForms(pixelBytes).reverse;
+    for (size_t y = 0; y < rows; ++y, dst += dstStep, src += srcStep)
+        run(dst, src, pixels, pixelBytes);
 }
 
 void exchange(uint8_t* a, uint8_t* b, size_t pixels, size_t pixelBytes)
@@ -281,6 +441,9 @@ void reverseBits(BitRows<uint8_t> dst, BitRows<const uint8_t> src, size_t width,
 
 constexpr MirrorKernels mirrorKernels{
     .reverse = reverse,
+    .reverseRows = reverseRows,
+    .copyRows = copyRows,
+    .transpose = transpose,
     .exchange = exchange,
     .swap = swapBytes,
     .reverseBits = reverseBits,

@@ -137,22 +137,20 @@ void moveBits(const MirrorJob& job)
 
 void movePixels(const MirrorJob& job)
 {
-    const quib::Kernels& kernels = quib::kernels();
+    const quib::MirrorKernels& mirror = quib::kernels().mirror;
     const size_t width = static_cast<size_t>(job.dst.width);
     const int32_t height = job.dst.height;
+    const size_t rows = static_cast<size_t>(height);
     const size_t pixelBytes = pixelBytesOf(job.src);
     const ptrdiff_t srcStep = job.flips.rows ? -job.src.step : job.src.step;
     for (int32_t plane = 0; plane < job.dst.raster.planes; ++plane) {
         const uint8_t* src = regionPixels(job.src, plane, job.flips.rows ? height - 1 : 0);
         uint8_t* dst = regionPixels(job.dst.raster, plane, 0);
         if (!job.flips.columns) {
-            kernels.block.moveRows(dst, job.dst.raster.step, src, srcStep, width * pixelBytes,
-                                   static_cast<size_t>(height));
+            mirror.copyRows(dst, job.dst.raster.step, src, srcStep, width * pixelBytes, rows);
             continue;
         }
-        for (int32_t y = 0; y < height; ++y)
-            kernels.mirror.reverse(dst + y * job.dst.raster.step, src + y * srcStep, width,
-                                   pixelBytes);
+        mirror.reverseRows(dst, job.dst.raster.step, src, srcStep, width, pixelBytes, rows);
     }
 }
 

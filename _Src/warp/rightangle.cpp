@@ -2,6 +2,7 @@
 
 #include "_Src/walk/bits.h"
 #include "_Src/walk/raster.h"
+#include "kernels/kernels.h"
 
 namespace
 {
@@ -78,9 +79,29 @@ void moveBlock(const Move& move, int32_t plane, int64_t left, int64_t right)
     }
 }
 
+// Rows that become columns, of pixels that are one element of four bytes.
+void moveColumns(const Move& move)
+{
+    // The destination's rows in the order of the source's columns.
+    const bool ascends = move.turn.xPerY > 0;
+    const int64_t y = ascends ? move.y.first : move.y.last;
+    const ptrdiff_t dstStep = ascends ? move.dst.step : -move.dst.step;
+    for (int32_t plane = 0; plane < move.dst.planes; ++plane) {
+        uint8_t* to = move.dst.row(plane, static_cast<int32_t>(y)) + move.x.first * 4;
+        const uint32_t* from = sourcePixel<uint32_t>(move, plane, move.x.first, y);
+        quib::kernels().mirror.transpose(to, dstStep, reinterpret_cast<const uint8_t*>(from),
+                                         move.turn.yPerX * move.src.step,
+                                         static_cast<size_t>(move.x.last - move.x.first + 1),
+                                         static_cast<size_t>(move.y.last - move.y.first + 1));
+    }
+}
+
 template<class Element>
 void moveElements(const Move& move)
 {
+    const bool areElements = move.src.stride == 1 && move.dst.stride == 1;
+    if (sizeof(Element) == 4 && areElements && move.turn.xPerX == 0)
+        return moveColumns(move);
     for (int32_t plane = 0; plane < move.dst.planes; ++plane)
         for (int64_t x = move.x.first; x <= move.x.last; x += blockWidth)
             moveBlock<Element>(move, plane, x, std::min(x + blockWidth - 1, move.x.last));

@@ -37,6 +37,84 @@ void forEachRow(Work work)
     });
 }
 
+// Rows that lie `step` bytes apart, the first one last where it is negative.
+struct Rows {
+    Rows(size_t rows, size_t bytes, ptrdiff_t itsStep, Guard guard)
+        : step(itsStep), buffer(rows == 0 ? 0 : (rows - 1) * distance() + bytes, guard),
+          first(buffer.data() + (step < 0 && rows > 0 ? (rows - 1) * distance() : 0))
+    {
+    }
+    size_t distance() const { return static_cast<size_t>(step < 0 ? -step : step); }
+    uint8_t* row(size_t y) const { return first + static_cast<ptrdiff_t>(y) * step; }
+
+    ptrdiff_t step;
+    GuardedBuffer buffer;
+    uint8_t* first;
+};
+
+struct RowsCase {
+    size_t rows;
+    size_t bytes;
+    ptrdiff_t dstStep;
+    ptrdiff_t srcStep;
+    Guard guard;
+};
+
+// Compares kernel(dst, src) with what plain(row) makes of each row.
+template<class Kernel, class Plain>
+void expectRows(const RowsCase& shape, Random& random, Kernel kernel, Plain plain)
+{
+    const Rows dst(shape.rows, shape.bytes, shape.dstStep, shape.guard);
+    const Rows src(shape.rows, shape.bytes, shape.srcStep, shape.guard);
+    random.fill(dst.buffer.data(), dst.buffer.size());
+    random.fill(src.buffer.data(), src.buffer.size());
+    Bytes expected = dst.buffer.contents();
+    for (size_t y = 0; y < shape.rows; ++y) {
+        const Bytes made = plain(Bytes(src.row(y), src.row(y) + shape.bytes));
+        std::copy(made.begin(), made.end(), expected.begin() + (dst.row(y) - dst.buffer.data()));
+    }
+    src.buffer.makeReadOnly();
+    kernel(dst, src);
+    ASSERT_TRUE(dst.buffer.contents() == expected) << shape.rows << " of " << shape.bytes;
+}
+
+// Few short rows, and so many that they go past the caches.
+template<class Work>
+void forEachRows(size_t pixelBytes, Random& random, Work work)
+{
+    for (const size_t rows : {0, 1, 5, 401}) {
+        for (int i = 0; i < (rows < 10 ? 40 : 2); ++i) {
+            const size_t pixels = static_cast<size_t>(
+                rows < 10 ? random.between(0, 90)
+                          : random.between(5200, 5300) / static_cast<int32_t>(pixelBytes));
+            const size_t bytes = pixels * pixelBytes;
+            // Of whole words, or of any size.
+            const size_t apart = random.coin() ? (bytes + 67) & ~size_t{31} : bytes + 5;
+            const ptrdiff_t step = static_cast<ptrdiff_t>(apart);
+            ASSERT_NO_FATAL_FAILURE(
+                work(RowsCase{rows, bytes, step, random.coin() ? step : -step, guards[i % 2]}));
+        }
+    }
+}
+
+// Pixel i of row j becomes pixel j of row i.
+void expectTransposed(const quib::MirrorKernels& mirror, const RowsCase& shape, size_t columns,
+                      Random& random)
+{
+    const Rows dst(shape.rows, columns * 4, shape.dstStep, shape.guard);
+    const Rows src(columns, shape.rows * 4, shape.srcStep, shape.guard);
+    random.fill(src.buffer.data(), src.buffer.size());
+    Bytes expected = dst.buffer.contents();
+    for (size_t i = 0; i < shape.rows; ++i)
+        for (size_t j = 0; j < columns; ++j)
+            std::copy_n(src.row(j) + 4 * i, 4,
+                        expected.begin() + (dst.row(i) - dst.buffer.data()) +
+                            static_cast<ptrdiff_t>(4 * j));
+    src.buffer.makeReadOnly();
+    mirror.transpose(dst.first, dst.step, src.first, src.step, columns, shape.rows);
+    ASSERT_TRUE(dst.buffer.contents() == expected) << columns << " x " << shape.rows;
+}
+
 bool bitAt(const uint8_t* bytes, size_t index)
 {
     return (bytes[index / 8] >> (7 - index % 8)) & 1;
@@ -83,6 +161,62 @@ TEST(MirrorKernels, ReverseTurnsTheOrderOfThePixelsRound)
             mirror.reverse(dst.data(), src.data(), pixels, pixelBytes);
             ASSERT_EQ(dst.contents(), plainReverse(src.contents(), pixelBytes));
         });
+}
+
+TEST(MirrorKernels, ReverseRowsReversesEachRow)
+{
+    forEachTable(&quib::Kernels::mirror, [](const quib::MirrorKernels& mirror) {
+        Random random(86);
+        for (const size_t pixelBytes : {1, 3, 4, 8})
+            forEachRows(pixelBytes, random, [&](const RowsCase& shape) {
+                expectRows(
+                    shape, random,
+                    [&](const Rows& dst, const Rows& src) {
+                        mirror.reverseRows(dst.first, dst.step, src.first, src.step,
+                                           shape.bytes / pixelBytes, pixelBytes, shape.rows);
+                    },
+                    [&](const Bytes& row) { return plainReverse(row, pixelBytes); });
+            });
+    });
+}
+
+TEST(MirrorKernels, CopyRowsCopiesEachRow)
+{
+    forEachTable(&quib::Kernels::mirror, [](const quib::MirrorKernels& mirror) {
+        Random random(87);
+        forEachRows(1, random, [&](const RowsCase& shape) {
+            expectRows(
+                shape, random,
+                [&](const Rows& dst, const Rows& src) {
+                    mirror.copyRows(dst.first, dst.step, src.first, src.step, shape.bytes,
+                                    shape.rows);
+                },
+                [](const Bytes& row) { return row; });
+        });
+    });
+}
+
+TEST(MirrorKernels, TransposeMakesColumnsOfRows)
+{
+    forEachTable(&quib::Kernels::mirror, [](const quib::MirrorKernels& mirror) {
+        Random random(88);
+        for (size_t columns = 0; columns < 50; ++columns)
+            for (size_t rows = 0; rows < 40; rows += rows < 10 ? 1 : 7) {
+                const ptrdiff_t dstStep =
+                    static_cast<ptrdiff_t>(columns * 4) + random.between(0, 9);
+                const ptrdiff_t srcStep = static_cast<ptrdiff_t>(rows * 4) + random.between(0, 9);
+                ASSERT_NO_FATAL_FAILURE(
+                    expectTransposed(mirror,
+                                     {rows, 0, random.coin() ? dstStep : -dstStep,
+                                      random.coin() ? srcStep : -srcStep, guards[random.coin()]},
+                                     columns, random));
+            }
+        // Past the caches, and where the rows' alignment does not permit that.
+        for (const ptrdiff_t dstStep : {3072, -3072, 3076, 3073})
+            ASSERT_NO_FATAL_FAILURE(expectTransposed(
+                mirror, {703, 0, dstStep, dstStep < 0 ? 2816 : -2820, guards[random.coin()]}, 767,
+                random));
+    });
 }
 
 TEST(MirrorKernels, ExchangeReversesBothRows)
