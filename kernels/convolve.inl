@@ -157,10 +157,67 @@ QUIB_INLINE void convolveWordPairs(int32_t* out, const ConvolveTerms& terms, int
         store(out + i + v * convolveLanes, sums[v] >> shift);
 }
 
+// Whether no sum of bytes leaves 16 bits, nor one of two products 15: that is so for
+// means.
+QUIB_INLINE bool areConvolveWeights(const ConvolveTerms& terms)
+{
+    int32_t total = 0;
+    for (size_t tap = 0; tap < terms.count; ++tap) {
+        total += terms.taps[tap];
+        if (terms.taps[tap] < 0 || terms.taps[tap] > 64 || total > 257)
+            return false;
+    }
+    return true;
+}
+
+QUIB_INLINE void storeConvolveWords(int32_t* out, U16<> words)
+{
+#if defined(QUIB_WIDE_VECTORS)
+    store(out, __builtin_convertvector(lowHalf(words), I32<>));
+    store(out + convolveLanes, __builtin_convertvector(highHalf(words), I32<>));
+#else
+    store(out, as<I32<>>(widenLow(words)));
+    store(out + convolveLanes, as<I32<>>(widenHigh(words)));
+#endif
+}
+
+QUIB_INLINE void convolveWeightedBytes(int32_t* out, const ConvolveTerms& terms, int32_t shift,
+                                       size_t i)
+{
+    U16<> low{};
+    U16<> high{};
+    for (size_t tap = 0; tap < terms.count; tap += looksUpBytes ? 2 : 1) {
+        const U8<> first = load<U8<>>(convolveElements<uint8_t>(terms, tap) + i);
+        if constexpr (looksUpBytes) {
+            const U8<> second = load<U8<>>(convolveElements<uint8_t>(terms, tap + 1) + i);
+            const I8<> taps = as<I8<>>(spread<U32<>>(terms.bytePairs[tap / 2]));
+            low += as<U16<>>(pairProductsOfBytes(interleaveLow(first, second), taps));
+            high += as<U16<>>(pairProductsOfBytes(interleaveHigh(first, second), taps));
+        } else {
+            const U16<> factor = spread<U16<>>(static_cast<uint16_t>(terms.taps[tap]));
+            low += widenLow(first) * factor;
+            high += widenHigh(first) * factor;
+        }
+    }
+    low >>= static_cast<uint16_t>(shift);
+    high >>= static_cast<uint16_t>(shift);
+#if defined(QUIB_WIDE_VECTORS)
+    storeConvolveWords(out + i, join(lowHalf(low), lowHalf(high)));
+    storeConvolveWords(out + i + wide / 2, join(highHalf(low), highHalf(high)));
+#else
+    storeConvolveWords(out + i, low);
+    storeConvolveWords(out + i + wide / 2, high);
+#endif
+}
+
 template<class Element>
 void convolveSums32(int32_t* out, const ConvolveTerms& terms, int32_t shift, size_t count)
 {
     const auto single = [&](size_t i) { out[i] = convolveSum<Element>(terms, i) >> shift; };
+    if constexpr (isSame<Element, uint8_t>)
+        if (terms.bytePairs && shift < 16 && count >= wide && areConvolveWeights(terms))
+            return inConvolveBlocks<wide>(
+                count, [&](size_t i) { convolveWeightedBytes(out, terms, shift, i); }, single);
     if constexpr (isSame<Element, uint8_t>)
         if (terms.wordPairs)
             return inConvolveBlocks<16>(

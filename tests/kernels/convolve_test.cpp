@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 using quib::ConvolveElement;
@@ -41,12 +42,18 @@ struct Rows {
 };
 
 struct Taps {
-    Taps(size_t count, int32_t most, Random& random)
+    Taps(size_t count, int32_t least, int32_t most, Random& random)
     {
-        for (size_t i = 0; i < count; ++i) {
-            values.push_back(random.between(-most, most));
-            floats.push_back(static_cast<float>(values.back()));
-        }
+        for (size_t i = 0; i < count; ++i)
+            values.push_back(random.between(least, most));
+        addForms();
+    }
+    explicit Taps(const std::vector<int32_t>& taps) : values(taps) { addForms(); }
+    void addForms()
+    {
+        const size_t count = values.size();
+        for (const int32_t value : values)
+            floats.push_back(static_cast<float>(value));
         for (size_t i = 0; i < count; i += 2) {
             const uint32_t first = static_cast<uint32_t>(values[i]);
             const uint32_t second = i + 1 < count ? static_cast<uint32_t>(values[i + 1]) : 0;
@@ -84,11 +91,11 @@ void forEachShape(Visit visit)
 
 // The sums of one function against those of 64 bits.
 template<class Element, class Sum, class Function>
-void expectSums(Function function, int32_t most)
+void expectSums(Function function, int32_t least, int32_t most)
 {
     forEachShape([&](Guard guard, size_t length, size_t count, Random& random) {
         const Rows<Element> rows(count, length, guard, random);
-        const Taps taps(count, most, random);
+        const Taps taps(count, least, most, random);
         const bool inPairs = random.coin();
         const int32_t shift = random.between(0, 31);
         const GuardedBuffer out(length * sizeof(Sum), guard);
@@ -103,12 +110,18 @@ void expectSums(Function function, int32_t most)
     });
 }
 
+template<class Element, class Sum, class Function>
+void expectSums(Function function, int32_t most)
+{
+    expectSums<Element, Sum>(function, -most, most);
+}
+
 template<class Element>
 void expectFloatSums(const ConvolveKernels& kernels, ConvolveElement element)
 {
     forEachShape([&](Guard guard, size_t length, size_t count, Random& random) {
         const Rows<Element> rows(count, length, guard, random);
-        const Taps taps(count, INT32_MAX, random);
+        const Taps taps(count, -INT32_MAX, INT32_MAX, random);
         const GuardedBuffer out(length * sizeof(float), guard);
         float* sums = out.as<float>();
         kernels.sumsFloat[element](sums, taps.terms(rows.addresses, false), 0.3f, length);
@@ -172,6 +185,31 @@ TEST(ConvolveKernels, SumsAreExact)
         expectSums<int8_t, int32_t>(kernels.sums32[quib::convolveS8], 1800000);
         expectSums<uint16_t, int32_t>(kernels.sums32[quib::convolveU16], 3600);
         expectSums<int16_t, int32_t>(kernels.sums32[quib::convolveS16], 7200);
+    });
+}
+
+TEST(ConvolveKernels, SumsOfWeightsAreExact)
+{
+    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+        const auto sums = kernels.sums32[quib::convolveU8];
+        expectSums<uint8_t, int32_t>(sums, 0, 28);
+        expectSums<uint8_t, int32_t>(sums, 0, 66);
+        expectSums<uint8_t, int32_t>(sums, -1, 20);
+        // The greatest that fit into 16 bits, and the least that do not.
+        const std::vector<uint8_t> white(70, 255);
+        const std::vector<const void*> rows(8, white.data());
+        for (const std::vector<int32_t>& taps : {std::vector<int32_t>{64, 64, 64, 64, 1},
+                                                 {64, 64, 64, 64, 2},
+                                                 {65, 63, 64, 65},
+                                                 {127, 127, 3},
+                                                 {64, 64, 64, 0, 64, 0, 1}}) {
+            const int32_t total = std::accumulate(taps.begin(), taps.end(), 0) * 255;
+            for (const int32_t shift : {0, 8, 15, 16, 31}) {
+                std::vector<int32_t> out(white.size());
+                sums(out.data(), Taps(taps).terms(rows, true), shift, out.size());
+                EXPECT_EQ(out, std::vector<int32_t>(out.size(), total >> shift)) << shift;
+            }
+        }
     });
 }
 
