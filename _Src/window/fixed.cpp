@@ -118,7 +118,7 @@ void FixedRows::addIntegers(const IplWindowRow& row, size_t count) const
 {
     const quib::FixedKernels& kernels = quib::kernels().fixed;
     // Sums are twice as wide as elements.
-    const ptrdiff_t pixelBytes = static_cast<ptrdiff_t>(row.channels) * 2 * elementBytes;
+    const ptrdiff_t pixelBytes = static_cast<ptrdiff_t>(2 * elementBytes * row.channels);
     Terms down;
     Terms across;
     for (int32_t k = 0; k < filter.size; ++k) {
