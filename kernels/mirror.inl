@@ -287,6 +287,15 @@ void transposePixels(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdif
 // The columns of dst that are made at a time fill a line of the caches.
 constexpr size_t stripColumns = 16;
 
+template<bool streams, class V>
+QUIB_INLINE void putTile(uint8_t* to, V v)
+{
+    if constexpr (streams)
+        stream(to, v);
+    else
+        store(to, v);
+}
+
 template<bool streams>
 QUIB_INLINE void transposeStrip(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src,
                                 ptrdiff_t srcStep, size_t rows)
@@ -298,13 +307,8 @@ QUIB_INLINE void transposeStrip(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* 
         for (size_t k = 0; k < tiles; ++k)
             transposeTile(v[k], src + static_cast<ptrdiff_t>(k * tileRows) * srcStep, srcStep);
         for (size_t r = 0; r < 4; ++r)
-            for (size_t k = 0; k < tiles; ++k) {
-                uint8_t* const to = dst + static_cast<ptrdiff_t>(r) * dstStep + k * wide;
-                if constexpr (streams)
-                    stream(to, v[k][r]);
-                else
-                    store(to, v[k][r]);
-            }
+            for (size_t k = 0; k < tiles; ++k)
+                putTile<streams>(dst + static_cast<ptrdiff_t>(r) * dstStep + k * wide, v[k][r]);
     }
     transposePixels(dst, dstStep, src, srcStep, stripColumns, rows - i);
 }
