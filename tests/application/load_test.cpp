@@ -1,83 +1,9 @@
 // Loads the shared library by name, as an application does, and works through
 // the names that it exports.
 #include "quibtool/quibtool.h"
+#include "tests/application/library.h"
 
 #include <gtest/gtest.h>
-
-#include <cstring>
-#include <stdexcept>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
-namespace
-{
-
-const char* const exportedNames[] = {
-#include "exported_names.inc"
-};
-
-class Library
-{
-public:
-#if defined(_WIN32)
-    Library() : module(LoadLibraryA("QuibTool.dll"))
-    {
-        if (!module)
-            throw std::runtime_error("QuibTool.dll cannot be loaded");
-    }
-    ~Library()
-    {
-        FreeLibrary(module);
-    }
-#else
-    Library() : module(dlopen("libQuibTool.so", RTLD_NOW | RTLD_LOCAL))
-    {
-        if (!module)
-            throw std::runtime_error(dlerror());
-    }
-    ~Library()
-    {
-        dlclose(module);
-    }
-#endif
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-
-    bool isLoaded() const
-    {
-        return module != nullptr;
-    }
-    bool has(const char* name) const
-    {
-        return address(name) != nullptr;
-    }
-    template<class Function>
-    Function* get(const char* name) const
-    {
-        return reinterpret_cast<Function*>(address(name));
-    }
-
-private:
-#if defined(_WIN32)
-    void (*address(const char* name) const)()
-    {
-        return reinterpret_cast<void (*)()>(GetProcAddress(module, name));
-    }
-    HMODULE module;
-#else
-    void* address(const char* name) const
-    {
-        return dlsym(module, name);
-    }
-    void* module;
-#endif
-};
-
-} // namespace
 
 // The exported function of the loaded library, with the header's own type.
 #define EXPORTED(name) (*library.get<decltype(name)>(#name))
@@ -126,12 +52,8 @@ TEST(LoadedLibrary, MakesFillsCopiesAndFreesAHandle)
 
 TEST(LoadedLibrary, WarpsUnderADecoratedName)
 {
-    // The one exported name that has this one inside.
-    const char* name = "";
-    for (const char* exported : exportedNames)
-        if (strstr(exported, "QUIBWarpPerspectiveQ_"))
-            name = exported;
-    EXPECT_STRNE(name, "QUIBWarpPerspectiveQ_");
+    const char* name = decoratedName("QUIBWarpPerspectiveQ_");
+    EXPECT_STRNE(name, "");
     const Library library;
     auto* warp = library.get<decltype(QUIBWarpPerspectiveQ_)>(name);
     ASSERT_NE(warp, nullptr) << name;
@@ -149,6 +71,28 @@ TEST(LoadedLibrary, WarpsUnderADecoratedName)
     EXPECT_EQ(pixel, 0xFF102030u);
     EXPECT_EQ(EXPORTED(QuibFree)(&src), QUIB_OK);
     EXPECT_EQ(EXPORTED(QuibFree)(&dst), QUIB_OK);
+}
+
+TEST(LoadedLibrary, ComparesSizesUnderADecoratedName)
+{
+    const char* name = decoratedName("QuibColorConversion");
+    EXPECT_STRNE(name, "");
+    const Library library;
+    EXPECT_FALSE(library.has("QuibColorConversion"));
+    auto* compare = library.get<decltype(QuibColorConversion)>(name);
+    ASSERT_NE(compare, nullptr) << name;
+
+    IplImage* a = nullptr;
+    IplImage* b = nullptr;
+    IplImage* c = nullptr;
+    ASSERT_EQ(EXPORTED(QuibCreate)(20, 10, 32, &a, 0), QUIB_OK);
+    ASSERT_EQ(EXPORTED(QuibCreate)(20, 10, 8, &b, 0), QUIB_OK);
+    ASSERT_EQ(EXPORTED(QuibCreate)(20, 11, 8, &c, 0), QUIB_OK);
+    EXPECT_EQ(compare(a, b), QUIB_OK);
+    EXPECT_EQ(compare(a, c), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(compare(nullptr, a), QUIB_BAD_ARGUMENT);
+    for (IplImage** handle : {&a, &b, &c})
+        EXPECT_EQ(EXPORTED(QuibFree)(handle), QUIB_OK);
 }
 
 TEST(LoadedLibrary, RefusesBadHandles)
