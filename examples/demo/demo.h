@@ -31,6 +31,12 @@ struct Call {
     Call with(const std::string& variable, int value) const;
 };
 #define CALL(...) (Call{#__VA_ARGS__, [&]() -> QuibStatus { return __VA_ARGS__; }})
+// The same of a function of the engine, which ends the process if it fails.
+#define ENGINE_CALL(...)                                                                           \
+    (Call{#__VA_ARGS__, [&]() -> QuibStatus {                                                      \
+              __VA_ARGS__;                                                                         \
+              return QUIB_OK;                                                                      \
+          }})
 
 // One call and then another.
 Call operator+(const Call& first, const Call& second);

@@ -27,6 +27,10 @@ void showArithmetic(Demo& demo);
 void showAlpha(Demo& demo);
 void showComposites(Demo& demo);
 
-// filters.cpp
+// convolution.cpp, windows.cpp
 void showConvolution(Demo& demo);
-void showRankFilters(Demo& demo);
+void showWindows(Demo& demo);
+
+// dithers.cpp, layers.cpp
+void showReducedBits(Demo& demo);
+void showLayers(Demo& demo);

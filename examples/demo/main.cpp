@@ -30,9 +30,11 @@ void writeAll(Demo& demo)
     showFields(demo);
     showArithmetic(demo);
     showConvolution(demo);
-    showRankFilters(demo);
+    showWindows(demo);
+    showReducedBits(demo);
     showAlpha(demo);
     showComposites(demo);
+    showLayers(demo);
     sendOut(demo);
 }
 

@@ -148,3 +148,9 @@ QuibRect detailOf(const IplImage* image, int width, int height)
     const int top = std::clamp(info.height * 29 / 100, 0, info.height - height) & ~1;
     return {left, top, left + width, top + height};
 }
+
+void replicateBorder(IplImage* image)
+{
+    for (int32_t& mode : image->BorderMode)
+        mode = IPL_BORDER_REPLICATE;
+}

@@ -38,3 +38,6 @@ Handle bitsOf(const IplImage* image);
 
 // The corner and size of what details are taken from: part of a side, even.
 QuibRect detailOf(const IplImage* image, int width, int height);
+
+// Windows read the nearest pixel outside the image.
+void replicateBorder(IplImage* image);

@@ -1,4 +1,4 @@
-// Filters: what a window makes of the pixels in it.
+// Convolutions with kernels of the program's own.
 #include "examples/demo/families.h"
 #include "examples/demo/tools.h"
 
@@ -20,37 +20,12 @@ Kernel makeKernel(int columns, int rows, const int32_t* values, int shift)
     return Kernel(kernel);
 }
 
-// Windows read the nearest pixel outside the image.
-void replicateBorder(IplImage* image)
-{
-    for (int32_t& mode : image->BorderMode)
-        mode = IPL_BORDER_REPLICATE;
-}
-
 Handle grayOf(IplImage* image)
 {
     IplImage* gray = nullptr;
     check(QuibColorToGray(image, &gray), "QuibColorToGray");
     replicateBorder(gray);
     return Handle(gray);
-}
-
-// The photograph with a pixel in twelve black or white, for medians to mend.
-Handle speckled(const IplImage* image)
-{
-    const QuibInfo info = infoOf(image);
-    Handle noisy = copyOf(image);
-    uint32_t state = 1;
-    for (int y = 0; y < info.height; ++y) {
-        uint8_t* row = rowOf(noisy.get(), y);
-        for (int x = 0; x < info.width; ++x) {
-            state = state * 1664525u + 1013904223u;
-            if ((state >> 24) % 12 == 0)
-                std::fill_n(row + x * 4, 3, static_cast<uint8_t>(state >> 23 & 1 ? 255 : 0));
-        }
-    }
-    replicateBorder(noisy.get());
-    return noisy;
 }
 
 } // namespace
@@ -107,32 +82,4 @@ void showConvolution(Demo& demo)
                      CALL(QuibConvolve2D(gray, &result, &kernel, 1, 0)) +
                      CALL(QuibDeleteConvKernel(kernel));
     showMade(demo, "A kernel asked and made again", &result, get);
-}
-
-void showRankFilters(Demo& demo)
-{
-    beginSection(demo, "ranks", "Filter it by rank",
-                 "The largest, the smallest and the middle value under a window; the colour median "
-                 "takes the pixel that differs least from all others.");
-    const Handle owner = copyOf(demo.image.get());
-    IplImage* image = owner.get();
-    replicateBorder(image);
-    IplImage* result = nullptr;
-    beginRow(demo, "", Cards::normal);
-    showMade(demo, "Largest of 7 × 7", &result, CALL(QuibMaxFilter(image, &result, 7, 7, 3, 3)));
-    showMade(demo, "Smallest of 7 × 7", &result, CALL(QuibMinFilter(image, &result, 7, 7, 3, 3)));
-    showMade(demo, "Median of 9 × 9", &result, CALL(QuibMedianFilter(image, &result, 9, 9, 4, 4)));
-    showMade(demo, "Largest of 21 × 1", &result, CALL(QuibMaxFilter(image, &result, 21, 1, 10, 0)));
-
-    beginRow(demo, "Specks mended", Cards::normal);
-    const Handle noisy = speckled(demo.image.get());
-    const Handle noisyColour = dropAlpha(noisy.get());
-    replicateBorder(noisyColour.get());
-    const IplImage* specks = noisy.get();
-    const IplImage* colour = noisyColour.get();
-    show(demo, specks, "A pixel in twelve spoilt", "", -1);
-    showMade(demo, "Median of 3 × 3", &result, CALL(QuibMedianFilter(specks, &result, 3, 3, 1, 1)));
-    showMade(demo, "Median of 5 × 5", &result, CALL(QuibMedianFilter(specks, &result, 5, 5, 2, 2)));
-    showMade(demo, "Colour median of 3 × 3", &result,
-             CALL(QuibColorMedianFilter(colour, &result, 3, 3, 1, 1)));
 }
