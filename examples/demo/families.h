@@ -31,6 +31,7 @@ void showComposites(Demo& demo);
 void showConvolution(Demo& demo);
 void showWindows(Demo& demo);
 
-// dithers.cpp, layers.cpp
+// dithers.cpp, layers.cpp, surfaces.cpp
 void showReducedBits(Demo& demo);
 void showLayers(Demo& demo);
+void showSurfaces(Demo& demo);

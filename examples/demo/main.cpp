@@ -35,6 +35,7 @@ void writeAll(Demo& demo)
     showAlpha(demo);
     showComposites(demo);
     showLayers(demo);
+    showSurfaces(demo);
     sendOut(demo);
 }
 
