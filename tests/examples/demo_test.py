@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """demo_test.py ROOT FOLDER PROGRAM: the demo writes a page of pictures into FOLDER.
 
-Its pictures are PNG files of the size that the page tells, no picture and no name is
-there twice, links lead somewhere, and all of it has a moderate size.
+Its pictures are PNG files of the size that the page tells, no name is there twice,
+links lead somewhere, all of it has a moderate size, and the page's index has every
+exported function.
 """
 
 import html.parser
@@ -44,9 +45,13 @@ def size_of(path):
     return tuple(str(side) for side in struct.unpack(">II", head[16:24]))
 
 
-def problems_of(folder):
+def problems_of(root, folder):
     """What is wrong with the page, a line each."""
-    page = Page((folder / "index.html").read_text(encoding="utf-8"))
+    text = (folder / "index.html").read_text(encoding="utf-8")
+    page = Page(text)
+    for name in (root / "quibtool/exports.txt").read_text(encoding="utf-8").split("\n"):
+        if name and not name.startswith("#") and f"<code>{name.split()[0]}</code></a>" not in text:
+            yield f"{name.split()[0]} is not in the index"
     if page.figures < 100:
         yield f"only {page.figures} figures"
     for file, width, height in page.pictures:
@@ -73,7 +78,7 @@ def main():
     shutil.rmtree(folder, ignore_errors=True)
     for picture, backdrop in (("cat.bmp", "cup.bmp"), ("cup.bmp", "cat.bmp")):
         subprocess.run([*sys.argv[3:], images / picture, images / backdrop, folder], check=True)
-        problems = list(problems_of(folder))
+        problems = list(problems_of(root, folder))
         print("\n".join(problems))
         if problems:
             sys.exit(f"{len(problems)} problems with the page of {picture}")
