@@ -27,6 +27,9 @@ struct ConvertKernels {
     void (*grayTo24)(uint8_t* dst, const uint8_t* src, size_t count);
     // Gray bytes into B, G, R, x, where x keeps what it was.
     void (*grayUnderAlpha)(uint8_t* dst, const uint8_t* src, size_t count);
+    // Rows of single channels, a byte each, into pixels of four bytes in that order.
+    void (*from4Planes)(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                        const uint8_t* third, const uint8_t* fourth, size_t count);
 };
 
 } // namespace quib

@@ -133,12 +133,37 @@ void grayUnderAlpha(uint8_t* __restrict dst, const uint8_t* __restrict src, size
         storeWord(dst + i * 4, src[i] * 0x010101u | (loadWord(dst + i * 4) & opaque));
 }
 
+void from4Planes(uint8_t* __restrict dst, const uint8_t* first, const uint8_t* second,
+                 const uint8_t* third, const uint8_t* fourth, size_t count)
+{
+    size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const U8<16> a = load<U8<16>>(first + i);
+        const U8<16> b = load<U8<16>>(second + i);
+        const U8<16> c = load<U8<16>>(third + i);
+        const U8<16> d = load<U8<16>>(fourth + i);
+        const U16<16> low[2] = {as<U16<16>>(interleaveLow(a, b)), as<U16<16>>(interleaveLow(c, d))};
+        const U16<16> high[2] = {as<U16<16>>(interleaveHigh(a, b)),
+                                 as<U16<16>>(interleaveHigh(c, d))};
+        uint8_t* to = dst + i * 4;
+        store(to, interleaveLow(low[0], low[1]));
+        store(to + 16, interleaveHigh(low[0], low[1]));
+        store(to + 32, interleaveLow(high[0], high[1]));
+        store(to + 48, interleaveHigh(high[0], high[1]));
+    }
+    for (; i < count; ++i) {
+        const uint8_t pixel[4] = {first[i], second[i], third[i], fourth[i]};
+        storeWord(dst + i * 4, loadWord(pixel));
+    }
+}
+
 constexpr ConvertKernels convertKernels{
     .opaqueFrom24 = opaqueFrom24,
     .opaqueFrom32 = opaqueFrom32,
     .to24 = to24,
     .grayTo24 = grayTo24,
     .grayUnderAlpha = grayUnderAlpha,
+    .from4Planes = from4Planes,
 };
 
 } // namespace

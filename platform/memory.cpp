@@ -1,13 +1,13 @@
 #include "platform/memory.h"
 
 #include "platform/handles.h"
+#include "platform/largepages.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <mutex>
 
 #if defined(__linux__)
-#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #else
@@ -76,23 +76,6 @@ static std::mutex blocksMutex;
 static Block* findBlock(HGLOBAL handle)
 {
     return static_cast<Block*>(findHandle(blocks, handle));
-}
-
-// Where the system has them on demand, large pages: one fault for each small page
-// costs as much as filling it.
-static void askForLargePages(void* address, SIZE_T size)
-{
-#if defined(MADV_HUGEPAGE)
-    constexpr uintptr_t largePage = uintptr_t{2} << 20;
-    const uintptr_t start = reinterpret_cast<uintptr_t>(address);
-    const uintptr_t first = (start + largePage - 1) & ~(largePage - 1);
-    const uintptr_t end = (start + size) & ~(largePage - 1);
-    if (size >= 2 * largePage && first < end)
-        madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
-#else
-    (void)address;
-    (void)size;
-#endif
 }
 
 static Block* makeBlock(UINT flags, SIZE_T size)

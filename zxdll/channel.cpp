@@ -12,9 +12,6 @@ namespace
 
 enum Coding : uint32_t { raw = 0, runLength = 1, deflated = 2, deflatedDifferences = 3 };
 
-// What may be written behind a row while its last run is copied.
-constexpr size_t slack = 16;
-
 uint64_t rowBytesOf(const Area& area, const ChannelFormat& format)
 {
     return static_cast<uint64_t>(area.width) * format.elementBytes;
@@ -26,7 +23,7 @@ bool runLengthsArePlausible(Bytes data, uint64_t rowBytes, uint64_t height, uint
     Bytes counts;
     if (height > data.left || !split(data, height * countBytes, &counts))
         return false;
-    const uint64_t least = (rowBytes + 127) / 128 * 2;
+    const uint64_t least = (rowBytes + longestRun - 1) / longestRun * 2;
     for (; counts.left > 0; skip(counts, countBytes)) {
         const uint64_t count = bigEndian(counts.next, countBytes);
         if (count < least || !skip(data, count))
@@ -37,21 +34,19 @@ bool runLengthsArePlausible(Bytes data, uint64_t rowBytes, uint64_t height, uint
 
 // --- Rows of runs ------------------------------------------------------------------
 
-void copyBy16(uint8_t* to, const uint8_t* from, size_t count)
+void copyRun(uint8_t* to, const uint8_t* from)
 {
-    for (size_t i = 0; i < count; i += 16)
-        std::memcpy(to + i, from + i, 16);
+    std::memcpy(to, from, longestRun);
 }
 
-void fillBy16(uint8_t* to, uint8_t value, size_t count)
+void fillRun(uint8_t* to, uint8_t value)
 {
-    for (size_t i = 0; i < count; i += 16)
-        std::memset(to + i, value, 16);
+    std::memset(to, value, longestRun);
 }
 
 // A run's length byte n, taken as signed: 0 to 127 stand for n + 1 bytes that
 // follow, -1 to -127 for 1 - n times the one that follows, -128 for nothing.
-// False unless the runs make up the row. `to` has slack behind it.
+// False unless the runs make up the row. `to` has room for a run behind it.
 bool decodeRuns(uint8_t* to, size_t count, const uint8_t* from, size_t bytes)
 {
     uint8_t* const end = to + count;
@@ -64,12 +59,11 @@ bool decodeRuns(uint8_t* to, size_t count, const uint8_t* from, size_t bytes)
         const size_t taken = n < 128 ? run : 1;
         if (run > static_cast<size_t>(end - to) || taken > static_cast<size_t>(last - from))
             return false;
-        if (n >= 128)
-            fillBy16(to, *from, run);
-        else if (static_cast<size_t>(last - from) >= run + slack)
-            copyBy16(to, from, run);
+        // Lengths follow no rule that a processor could foresee.
+        if (n < 128)
+            copyRun(to, from);
         else
-            std::memcpy(to, from, run);
+            fillRun(to, *from);
         to += run;
         from += taken;
     }
@@ -199,7 +193,7 @@ bool openChannel(ChannelRows* rows, const Bytes& data, const Area& area,
     switch (coding) {
     case runLength:
         split(rows->rows, static_cast<uint64_t>(area.height) * format.countBytes, &rows->counts);
-        rows->copy = static_cast<uint8_t*>(std::malloc(rows->rowBytes + slack));
+        rows->copy = static_cast<uint8_t*>(std::malloc(rows->rowBytes + longestRun));
         return rows->copy != nullptr;
     case deflated:
     case deflatedDifferences:

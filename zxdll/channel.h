@@ -19,6 +19,10 @@ struct ChannelFormat {
     uint32_t countBytes;   // of a run-length row's length: 2 or 4
 };
 
+// All runs of a row are moved as if they had the longest one's length: so many
+// bytes behind a channel's data can be read.
+constexpr size_t longestRun = 128;
+
 struct ChannelRows {
     ChannelFormat format;
     uint32_t coding;

@@ -1,5 +1,7 @@
 #include "zxdll/document.h"
 
+#include "platform/largepages.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -151,16 +153,19 @@ bool readSection(Document* document, const File& file, Section* section)
     if (!file.readNumber(lengthBytes(*document), &length))
         return false;
     const uint64_t held = std::min(length, file.left());
-    if (held > PTRDIFF_MAX - paletteBytes)
+    if (held > PTRDIFF_MAX - paletteBytes - longestRun)
         return false;
     const size_t bytes = static_cast<size_t>(held);
-    void* memory = std::realloc(document->memory, paletteBytes + bytes);
+    const size_t all = paletteBytes + bytes + longestRun;
+    void* memory = std::realloc(document->memory, all);
     if (!memory)
         return false;
+    quib::askForLargePages(memory, all);
     document->memory = static_cast<uint8_t*>(memory);
     document->palette = document->memory;
     section->bytes = {document->memory + paletteBytes, bytes};
     section->isWhole = held == length;
+    std::memset(document->memory + paletteBytes + bytes, 0, longestRun);
     return file.read(document->memory + paletteBytes, bytes);
 }
 

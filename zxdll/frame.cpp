@@ -1,5 +1,7 @@
 #include "zxdll/frame.h"
 
+#include "kernels/kernels.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -77,16 +79,13 @@ uint8_t* rowOf(const Bitmap& bitmap, int64_t y)
 }
 
 // Unlocks it and gives it to the frame, or frees it.
-bool closeBitmap(const Bitmap& bitmap, bool succeeded, ZxWord* word)
+void closeBitmap(const Bitmap& bitmap, bool succeeded, ZxWord* word)
 {
-    if (!bitmap.block)
-        return false;
     GlobalUnlock(bitmap.block);
     if (succeeded)
         *word = reinterpret_cast<ZxWord>(bitmap.block);
     else
         GlobalFree(bitmap.block);
-    return succeeded;
 }
 
 // --- Areas on the canvas -------------------------------------------------------------------
@@ -129,16 +128,6 @@ void interleave24(uint8_t* to, const Planes& from, size_t count)
         to[0] = from.blue[i];
         to[1] = from.green[i];
         to[2] = from.red[i];
-    }
-}
-
-void interleave32(uint8_t* to, const Planes& from, size_t count)
-{
-    for (size_t i = 0; i < count; ++i) {
-        const uint32_t pixel = from.blue[i] | static_cast<uint32_t>(from.green[i]) << 8 |
-                               static_cast<uint32_t>(from.red[i]) << 16 |
-                               static_cast<uint32_t>(from.alpha[i]) << 24;
-        std::memcpy(to + i * 4, &pixel, 4);
     }
 }
 
@@ -233,10 +222,20 @@ bool readRow(ChannelSet* set, const Document& document, const Columns& columns)
 
 // --- The two bitmaps ---------------------------------------------------------------------------
 
-bool writeColours(const Document& document, const Layer& layer, const Bitmap& bitmap)
+void writeRow(uint8_t* row, const Columns& columns, const Planes& planes, bool withAlpha)
+{
+    if (withAlpha)
+        quib::kernels().convert.from4Planes(row + columns.x * 4, planes.blue, planes.green,
+                                            planes.red, planes.alpha, columns.count);
+    else
+        interleave24(row + columns.x * 3, planes, columns.count);
+}
+
+// The transparency also goes into a bitmap of its own, unless that has no block.
+bool writeColours(const Document& document, const Layer& layer, const Bitmap& bitmap,
+                  const Bitmap& alpha)
 {
     const Columns columns = visibleColumns(document, layer.area);
-    const bool withAlpha = layer.transparency.present;
     ChannelSet set;
     if (!openSet(&set, document, layer, columns.count))
         return false;
@@ -246,11 +245,10 @@ bool writeColours(const Document& document, const Layer& layer, const Bitmap& bi
         const int64_t y = layer.area.top + row;
         if (!good || !isOnCanvas(document, y))
             continue;
-        const Planes planes = planesOf(document, set.narrowed, columns.count);
-        if (withAlpha)
-            interleave32(rowOf(bitmap, y) + columns.x * 4, planes, columns.count);
-        else
-            interleave24(rowOf(bitmap, y) + columns.x * 3, planes, columns.count);
+        writeRow(rowOf(bitmap, y), columns, planesOf(document, set.narrowed, columns.count),
+                 layer.transparency.present);
+        if (alpha.block)
+            std::memcpy(rowOf(alpha, y) + columns.x, set.narrowed[4], columns.count);
     }
     closeSet(&set);
     return good;
@@ -277,21 +275,9 @@ bool writePlane(const Document& document, const Channel& channel, const Area& ar
 
 bool writeMask(const Document& document, const Layer& layer, const Bitmap& bitmap)
 {
-    if (!hasMask(layer))
-        return writePlane(document, layer.transparency, layer.area, bitmap);
     for (int32_t y = 0; layer.maskDefault != 0 && y < document.height; ++y)
         std::memset(rowOf(bitmap, y), layer.maskDefault, static_cast<size_t>(document.width));
     return isEmpty(layer.maskArea) || writePlane(document, layer.mask, layer.maskArea, bitmap);
-}
-
-using Writer = bool (*)(const Document& document, const Layer& layer, const Bitmap& bitmap);
-
-bool makeBitmap(const Document& document, const Layer& layer, uint32_t bits, Writer write,
-                ZxWord* word)
-{
-    Bitmap bitmap{};
-    const bool good = openBitmap(&bitmap, document, bits) && write(document, layer, bitmap);
-    return closeBitmap(bitmap, good, word);
 }
 
 uint64_t elementsOf(const Area& area)
@@ -334,16 +320,17 @@ FrameBytes frameBytes(const Document& document, const Layer& layer)
 
 bool makeFrame(const Document& document, const Layer& layer, ZxFrame* frame)
 {
-    const uint32_t bits = layer.transparency.present ? 32 : 24;
-    if (!makeBitmap(document, layer, bits, writeColours, &frame->colour))
-        return false;
-    if (!hasMask(layer) && !layer.transparency.present)
-        return true;
-    if (makeBitmap(document, layer, 8, writeMask, &frame->mask))
-        return true;
-    freeFrame(*frame);
-    *frame = {};
-    return false;
+    const bool hasAlpha = layer.transparency.present;
+    const bool masked = hasMask(layer);
+    Bitmap colour{};
+    Bitmap mask{};
+    const bool good = openBitmap(&colour, document, hasAlpha ? 32 : 24) &&
+                      (!(masked || hasAlpha) || openBitmap(&mask, document, 8)) &&
+                      writeColours(document, layer, colour, masked ? Bitmap{} : mask) &&
+                      (!masked || writeMask(document, layer, mask));
+    closeBitmap(colour, good, &frame->colour);
+    closeBitmap(mask, good, &frame->mask);
+    return good;
 }
 
 void freeFrame(const ZxFrame& frame)

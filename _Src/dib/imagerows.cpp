@@ -64,6 +64,12 @@ void storeChannels(const IplRaster& rows, uint8_t* row, int32_t column, const Ow
     }
 }
 
+// Pixels that are working pixels.
+void storePixels(const IplRaster&, uint8_t* row, int32_t column, const OwnPixel* run, int32_t count)
+{
+    std::memcpy(row + ptrdiff_t{4} * column, run, static_cast<size_t>(count) * sizeof *run);
+}
+
 struct LayoutFunctions {
     int32_t nChannels;
     uint32_t depth;
@@ -100,6 +106,9 @@ OwnImageFetch ownChooseImageFetch(const IplImage* image)
 OwnImageStore ownChooseImageStore(const IplImage* image)
 {
     const LayoutFunctions* layout = findLayout(image);
+    if (layout && layout->nChannels == 4 && layout->depth == IPL_DEPTH_8U &&
+        image->dataOrder == IPL_DATA_ORDER_PIXEL)
+        return storePixels;
     return layout ? layout->store : nullptr;
 }
 

@@ -151,6 +151,7 @@ struct Import {
     OwnDibFetch fetch;
     OwnChannelStep step;
     OwnImageStore store;
+    bool looksUp; // a byte's colour is a byte of the image
 };
 
 // What ends a call that cannot convert: silent after a report.
@@ -181,7 +182,16 @@ bool chooseImport(const IplCaller& caller, const OwnDib& dib, const IplImage* im
     // Taken by the table's colours, the step is behind all pixels.
     plan->step(plan->format.colours, static_cast<int32_t>(std::size(plan->format.colours)));
     plan->step = ownStepToImage(OwnChannelOrder::blueFirst);
+    plan->looksUp =
+        dib.header.biBitCount == 8 && image->nChannels == 1 && image->depth == IPL_DEPTH_8U;
     return true;
+}
+
+// All three functions of 8-bit pixels and of one channel of 8 bits at once.
+void lookUpRun(const OwnDibFormat& format, const uint8_t* bytes, uint8_t* row, int32_t count)
+{
+    for (int32_t i = 0; i < count; ++i)
+        row[i] = format.colours[bytes[i]].byte[2];
 }
 
 // The pixels of a row up to the last that is held in the block; a row that is
@@ -209,6 +219,8 @@ struct ImportJob {
 
 void importRun(ImportJob* job, uint8_t* row, int32_t x, const uint8_t* bytes, int32_t count)
 {
+    if (job->plan.looksUp)
+        return lookUpRun(job->plan.format, bytes, row + x, count);
     job->plan.fetch(job->plan.format, bytes, job->run, count);
     job->plan.step(job->run, count);
     job->plan.store(job->to, row, x, job->run, count);
@@ -292,7 +304,7 @@ void ownConvertFromDIB(const void* block, size_t bytes, IplImage* image)
         ownReport(caller, IPL_BadImageSize, "Image size is too small");
         return;
     }
-    Import plan;
+    Import plan{};
     if (!chooseImport(caller, dib, image, &plan)) {
         refuseCombination(caller);
         return;

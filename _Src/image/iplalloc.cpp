@@ -3,6 +3,7 @@
 #include "_Src/image/pitch.h"
 #include "_Src/image/report.h"
 #include "kernels/kernels.h"
+#include "platform/largepages.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -99,8 +100,10 @@ void* allocatePixels(const IplImage* image)
     const size_t bytes =
         static_cast<size_t>(image->align) + static_cast<size_t>(image->imageSize) - 1;
     void* pixels = std::malloc(bytes);
-    if (pixels)
-        ownRememberBlock(pixels, bytes);
+    if (!pixels)
+        return nullptr;
+    quib::askForLargePages(pixels, bytes);
+    ownRememberBlock(pixels, bytes);
     return pixels;
 }
 

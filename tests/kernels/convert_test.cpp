@@ -94,3 +94,23 @@ TEST(ConvertKernels, GrayUnderAlphaLeavesTheFourthByte)
         [](const quib::ConvertKernels& k) { return k.grayUnderAlpha; }, 1, 4,
         [](const uint8_t* pixel, size_t channel) { return channel == 3 ? uint8_t{0xA5} : *pixel; });
 }
+
+TEST(ConvertKernels, From4PlanesPutsChannelsSideBySide)
+{
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        Random random(22);
+        for (size_t count = 0; count <= 100; ++count) {
+            // Four rows of single bytes, which end where nothing may be read.
+            const GuardedBuffer planes[4]{GuardedBuffer(count), GuardedBuffer(count),
+                                          GuardedBuffer(count), GuardedBuffer(count)};
+            for (const GuardedBuffer& plane : planes)
+                random.fill(plane.data(), count);
+            const GuardedBuffer dst(count * 4);
+            table->convert.from4Planes(dst.data(), planes[0].data(), planes[1].data(),
+                                       planes[2].data(), planes[3].data(), count);
+            for (size_t i = 0; i < count * 4; ++i)
+                ASSERT_EQ(dst.data()[i], planes[i % 4].data()[i / 4]) << count << ", " << i;
+        }
+    }
+}
