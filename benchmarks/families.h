@@ -17,3 +17,4 @@ void addConvolveCases();
 void addDitherCases();
 void addWarpCases();
 void addSurfaceCases();
+void addToneCases();

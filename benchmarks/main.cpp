@@ -282,6 +282,7 @@ int main(int argc, char** argv)
     addDitherCases();
     addWarpCases();
     addSurfaceCases();
+    addToneCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)

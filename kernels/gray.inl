@@ -144,29 +144,52 @@ void expand(Element* dst, size_t stride, const uint8_t* bits, size_t count, Elem
         dst[i * stride] = bits[i / 8] >> (7 - i % 8) & 1 ? one : zero;
 }
 
-// As many bytes as a vector has, from as many bits: each byte looks its bit up.
-QUIB_INLINE U8<> expandVector(const uint8_t* bits, U8<> zero, U8<> one)
+using Grays = U8<longest>;
+
+// Of each byte of a vector, as many bytes as bits are read at once: where its bit
+// stands among them, and which one of the byte it is.
+struct OwnBit {
+    uint8_t places[longest];
+    uint8_t bits[longest];
+    constexpr OwnBit() : places{}, bits{}
+    {
+        for (size_t i = 0; i < longest; ++i) {
+            places[i] = static_cast<uint8_t>(i / 8);
+            bits[i] = static_cast<uint8_t>(0x80 >> i % 8);
+        }
+    }
+};
+
+QUIB_INLINE Grays expandVector(const uint8_t* bits, Grays zero, Grays one)
 {
-    const U8<16> bit{128, 64, 32, 16, 8, 4, 2, 1, 128, 64, 32, 16, 8, 4, 2, 1};
+    constexpr OwnBit own;
 #if defined(QUIB_WIDE_VECTORS)
-    const U8<16> low{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1};
-    const U8<> places = join(low, low + 2);
-    const U8<> bytes = lookUp(as<U8<>>(spread<U32<>>(loadWord(bits))), places);
+    const Grays all = longest == 64 ? as<Grays>(spread<U64<longest>>(load<uint64_t>(bits)))
+                                    : as<Grays>(spread<U32<longest>>(loadWord(bits)));
+    const Grays bytes = lookUp(all, load<Grays>(own.places));
 #else
     constexpr uint64_t everywhere = 0x0101010101010101u;
-    const U8<> bytes = as<U8<>>(U64<16>{bits[0] * everywhere, bits[1] * everywhere});
+    const Grays bytes = as<Grays>(U64<16>{bits[0] * everywhere, bits[1] * everywhere});
 #endif
-    const U8<> ownBits = spreadPart<U8<>>(bit);
-    return select(as<U8<>>((bytes & ownBits) == ownBits), one, zero);
+    return (bytes & load<Grays>(own.bits)) == 0 ? zero : one;
 }
 
 void expand8(uint8_t* dst, size_t stride, const uint8_t* bits, size_t count, uint8_t zero,
              uint8_t one)
 {
     size_t done = 0;
-    if (stride == 1)
-        for (; done + wide <= count; done += wide)
-            store(dst + done, expandVector(bits + done / 8, spread<U8<>>(zero), spread<U8<>>(one)));
+    const auto put = [&](size_t at) {
+        store(dst + at, expandVector(bits + at / 8, spread<Grays>(zero), spread<Grays>(one)));
+    };
+    if (stride == 1 && count >= longest) {
+        // The next ones go where none lies in two lines of the caches, over a part of
+        // the first.
+        const size_t head = -reinterpret_cast<uintptr_t>(dst) % longest;
+        put(0);
+        done = head > 0 && head % 8 == 0 ? head : longest;
+        for (; done + longest <= count; done += longest)
+            put(done);
+    }
     expand(dst + done * stride, stride, bits + done / 8, count - done, zero, one);
 }
 

@@ -8,13 +8,15 @@
 namespace quib
 {
 
-// With u = i - low, clamped to 0 to span, the value of a byte i is
-// u * factor + offset >> 16: 0 to 255 for each of them.
+// With u = i - low, but not below 0, the value of a byte i is base + q, but not above
+// 255, where q is (255 * u + offset) * factor >> 16 + shift. The sum in it has 16 bits
+// at most, and q 15.
 struct ToneLine {
     uint8_t low;
-    uint8_t span;
-    uint32_t factor;
-    uint32_t offset;
+    uint8_t base;
+    uint8_t shift;
+    uint16_t offset;
+    uint16_t factor;
 };
 
 struct ToneCurve {

@@ -5,56 +5,68 @@ namespace tone
 
 constexpr uint32_t fourthByte = 0xFF000000u;
 
-// Calls step() for each `bytes` bytes of a row, at its end with copies of them.
+// Calls step() with copies of fewer than `bytes` bytes of a row.
+template<size_t bytes, class Step>
+QUIB_INLINE void stepAside(uint8_t* dst, const uint8_t* src, size_t count, Step step)
+{
+    uint8_t target[bytes] = {};
+    uint8_t source[bytes] = {};
+    __builtin_memcpy(target, dst, count);
+    __builtin_memcpy(source, src, count);
+    step(target, source);
+    __builtin_memcpy(dst, target, count);
+}
+
+// Calls step() for each `bytes` bytes of a row, at its ends with copies: a long row
+// is begun so that no group of the target lies in two lines of the caches.
 template<size_t bytes, class Step>
 QUIB_INLINE void forEachGroup(uint8_t* dst, const uint8_t* src, size_t count, Step step)
 {
+    constexpr size_t longRow = 1024;
     size_t left = count * 4;
+    const size_t head = -reinterpret_cast<uintptr_t>(dst) % bytes;
+    if (left >= longRow && head > 0 && head % 4 == 0) {
+        stepAside<bytes>(dst, src, head, step);
+        left -= head;
+        dst += head;
+        src += head;
+    }
     for (; left >= bytes; left -= bytes, dst += bytes, src += bytes)
         step(dst, src);
-    if (left == 0)
-        return;
-    uint8_t target[bytes] = {};
-    uint8_t source[bytes] = {};
-    __builtin_memcpy(target, dst, left);
-    __builtin_memcpy(source, src, left);
-    step(target, source);
-    __builtin_memcpy(dst, target, left);
+    if (left > 0)
+        stepAside<bytes>(dst, src, left, step);
 }
 
 // --- Curves --------------------------------------------------------------------------
 
+using Bytes = U8<longest>;
+using Words = U16<longest>;
+using Pixels = U32<longest>;
+
 struct Line {
-    U8<> low;
-    U8<> span;
-    U16<> factorHigh;
-    U16<> factorLow;
-    U16<> offsetHigh;
-    U16<> offsetLow;
+    Bytes low;
+    Bytes base;
+    Words offset;
+    Words factor;
+    uint16_t shift;
 };
 
 QUIB_INLINE Line spreadLine(const ToneLine& line)
 {
-    return {spread<U8<>>(line.low),
-            spread<U8<>>(line.span),
-            spread<U16<>>(static_cast<uint16_t>(line.factor >> 8)),
-            spread<U16<>>(line.factor & 0xFF),
-            spread<U16<>>(static_cast<uint16_t>(line.offset >> 8)),
-            spread<U16<>>(line.offset & 0xFF)};
+    return {spread<Bytes>(line.low), spread<Bytes>(line.base), spread<Words>(line.offset),
+            spread<Words>(line.factor), line.shift};
 }
 
-// u * factor + offset >> 16: the low bytes' share is added without the bits
-// that cannot carry.
-QUIB_INLINE U16<> along(const Line& line, U16<> u)
+QUIB_INLINE Words along(const Line& line, Words u)
 {
-    const U16<> low = (u * line.factorLow + line.offsetLow) >> 8;
-    return (u * line.factorHigh + line.offsetHigh + low) >> 8;
+    return highProducts(u * 255 + line.offset, line.factor) >> line.shift;
 }
 
-QUIB_INLINE U8<> valuesOf(const Line& line, U8<> bytes)
+QUIB_INLINE Bytes valuesOf(const Line& line, Bytes bytes)
 {
-    const U16<> u = as<U16<>>(smaller(subtractSaturated(bytes, line.low), line.span));
-    return as<U8<>>(along(line, u & 0xFF) | along(line, u >> 8) << 8);
+    const Bytes u = subtractSaturated(bytes, line.low);
+    const Bytes quotients = packToU8(along(line, widenLow(u)), along(line, widenHigh(u)));
+    return addSaturated(quotients, line.base);
 }
 
 template<bool keepsFourth>
@@ -76,14 +88,19 @@ void curve(uint8_t* dst, const uint8_t* src, const ToneCurve& curve, uint32_t ch
     if (!curve.isLine)
         return curveByTable<keepsFourth>(dst, src, curve, channels, count);
     const Line line = spreadLine(curve.line);
-    const U32<> curved = spread<U32<>>(channels);
-    forEachGroup<wide>(dst, src, count, [&](uint8_t* to, const uint8_t* from) {
-        const U8<> bytes = load<U8<>>(from);
-        const U32<> values = as<U32<>>(select(curved, valuesOf(line, bytes), bytes));
+    const Pixels curved = spread<Pixels>(channels);
+    const auto values = [&](const uint8_t* from) {
+        const Bytes bytes = load<Bytes>(from);
+        return as<Pixels>(select(curved, valuesOf(line, bytes), bytes));
+    };
+    if (keepsFourth && dst == src)
+        return forEachGroup<longest>(
+            dst, src, count, [&](uint8_t* to, const uint8_t* from) { store(to, values(from)); });
+    forEachGroup<longest>(dst, src, count, [&](uint8_t* to, const uint8_t* from) {
         if constexpr (keepsFourth)
-            store(to, select(spread<U32<>>(fourthByte), load<U32<>>(to), values));
+            store(to, select(spread<Pixels>(fourthByte), load<Pixels>(to), values(from)));
         else
-            store(to, values & ~fourthByte);
+            store(to, values(from) & ~fourthByte);
     });
 }
 

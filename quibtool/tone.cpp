@@ -7,11 +7,22 @@
 #include "quibtool/startup.h"
 
 #include <algorithm>
+#include <bit>
 
 using namespace quib;
 
 namespace
 {
+
+int32_t toneDivisor(int32_t contrast)
+{
+    return std::max(255 - 2 * contrast, 1);
+}
+
+int32_t toneNumerator(int32_t value, int32_t contrast)
+{
+    return (value - contrast) * 255 + std::max(toneDivisor(contrast) / 2, 1);
+}
 
 uint8_t toneValue(int32_t value, int32_t contrast)
 {
@@ -19,32 +30,46 @@ uint8_t toneValue(int32_t value, int32_t contrast)
         return 0;
     if (value > 255 - contrast)
         return 255;
-    const int32_t divisor = std::max(255 - 2 * contrast, 1);
-    const int32_t rounding = std::max(divisor / 2, 1);
-    return static_cast<uint8_t>(std::min(((value - contrast) * 255 + rounding) / divisor, 255));
+    const int32_t quotient = toneNumerator(value, contrast) / toneDivisor(contrast);
+    return static_cast<uint8_t>(std::min(quotient, 255));
 }
 
-// The line's slope is known; any offset serves that brings every value between
-// two integers.
-bool findLine(const uint8_t* values, int32_t divisor, ToneLine* line)
+uint8_t lineValue(const ToneLine& line, int32_t i)
+{
+    const uint32_t numerator = static_cast<uint32_t>(255 * std::max(i - line.low, 0) + line.offset);
+    const uint32_t quotient = numerator * line.factor >> (16 + line.shift);
+    return static_cast<uint8_t>(std::min(line.base + quotient, 255u));
+}
+
+bool isOnLine(const uint8_t* values, const ToneLine& line)
+{
+    if (255 * (255 - line.low) + line.offset > UINT16_MAX)
+        return false;
+    for (int32_t i = 0; i < 256; ++i)
+        if (lineValue(line, i) != values[i])
+            return false;
+    return true;
+}
+
+// Of the reciprocals next to the divisor's own, the larger one divides all
+// numerators rightly, or the smaller one those that are larger by 1.
+bool findLine(const uint8_t* values, int32_t firstNumerator, int32_t divisor, ToneLine* line)
 {
     int32_t low = 0;
     while (low < 255 && values[low + 1] == values[0])
         ++low;
-    int32_t high = 255;
-    while (high > low && values[high - 1] == values[255])
-        --high;
-    const int64_t factor = (255 * 65536 + divisor / 2) / divisor;
-    int64_t least = 0;
-    int64_t most = INT64_MAX;
-    for (int32_t i = low; i <= high; ++i) {
-        const int64_t offset = values[i] * int64_t{65536} - factor * (i - low);
-        least = std::max(least, offset);
-        most = std::min(most, offset + 65535);
+    // Negative where all values are 0.
+    const int32_t numerator = std::max(firstNumerator + 255 * low, 0);
+    line->low = static_cast<uint8_t>(low);
+    line->base = values[low];
+    line->shift = static_cast<uint8_t>(std::bit_width(static_cast<uint32_t>(divisor)) - 1);
+    for (const int32_t more : {0, 1}) {
+        line->offset = static_cast<uint16_t>(numerator % divisor + more);
+        line->factor = static_cast<uint16_t>((65536 << line->shift) / divisor + 1 - more);
+        if (isOnLine(values, *line))
+            return true;
     }
-    *line = {static_cast<uint8_t>(low), static_cast<uint8_t>(high - low),
-             static_cast<uint32_t>(factor), static_cast<uint32_t>(least)};
-    return least <= most;
+    return false;
 }
 
 bool isColourWithAlpha(const IplImage* image)
@@ -110,7 +135,8 @@ ToneCurve quib::ownToneCurve(int32_t brightness, int32_t contrast)
     ToneCurve curve{};
     for (int32_t i = 0; i < 256; ++i)
         curve.values[i] = toneValue(i + brightness, contrast);
-    curve.isLine = findLine(curve.values, std::max(255 - 2 * contrast, 1), &curve.line);
+    curve.isLine = findLine(curve.values, toneNumerator(brightness, contrast),
+                            toneDivisor(contrast), &curve.line);
     return curve;
 }
 

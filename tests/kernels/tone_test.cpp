@@ -22,7 +22,9 @@ void forEachRow(Work work)
 {
     forEachTable(&quib::Kernels::tone, [&](const quib::ToneKernels& kernels) {
         Random random(21);
-        for (size_t count = 0; count <= 70; ++count) {
+        for (size_t step = 0; step <= 90; ++step) {
+            // The last ones are long enough for a row that is begun at a line.
+            const size_t count = step <= 70 ? step : 200 + step;
             const GuardedBuffer dst(count * 4 + 1);
             const GuardedBuffer src(count * 4 + 1);
             random.fill(dst.data(), dst.size());
@@ -36,17 +38,20 @@ void forEachRow(Work work)
 // A line of random slope, its values computed one by one.
 quib::ToneCurve randomLine(Random& random)
 {
-    quib::ToneCurve curve{};
-    const uint32_t span = static_cast<uint32_t>(random.between(0, 255));
-    const uint32_t most = 255 * 65536 + 65535;
-    const uint32_t offset = static_cast<uint32_t>(random.between(0, static_cast<int32_t>(most)));
-    const uint32_t factor = span ? (most - offset) / span : 12345;
     const int32_t low = random.between(0, 255);
+    const int32_t base = random.between(0, 255);
+    const int32_t offset = random.between(0, 510);
+    const int32_t factor = random.between(0, 65535);
+    const int32_t shift = random.between(1, 8);
+    quib::ToneCurve curve{};
     curve.isLine = true;
-    curve.line = {static_cast<uint8_t>(low), static_cast<uint8_t>(span), factor, offset};
+    curve.line = {static_cast<uint8_t>(low), static_cast<uint8_t>(base),
+                  static_cast<uint8_t>(shift), static_cast<uint16_t>(offset),
+                  static_cast<uint16_t>(factor)};
     for (int32_t i = 0; i < 256; ++i) {
-        const int32_t u = std::min(std::max(i - low, 0), static_cast<int32_t>(span));
-        curve.values[i] = static_cast<uint8_t>((static_cast<uint32_t>(u) * factor + offset) >> 16);
+        const int64_t sum = 255 * std::max(i - low, 0) + offset;
+        const int64_t value = base + ((sum * factor) >> (16 + shift));
+        curve.values[i] = static_cast<uint8_t>(std::min<int64_t>(value, 255));
     }
     return curve;
 }
