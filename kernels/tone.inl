@@ -59,7 +59,9 @@ QUIB_INLINE Line spreadLine(const ToneLine& line)
 
 QUIB_INLINE Words along(const Line& line, Words u)
 {
-    return highProducts(u * 255 + line.offset, line.factor) >> line.shift;
+    const Words products = highProducts(u * 255 + line.offset, line.factor);
+    // With shifts of lanes' own the longest vectors are faster, the others have none.
+    return longest == 64 ? products >> spread<Words>(line.shift) : products >> line.shift;
 }
 
 QUIB_INLINE Bytes valuesOf(const Line& line, Bytes bytes)
