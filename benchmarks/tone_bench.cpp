@@ -2,7 +2,7 @@
 
 #include "benchmarks/bench.h"
 #include "benchmarks/pixels.h"
-#include "tests/support/plain_tone.h"
+#include "benchmarks/plain_tone.h"
 
 #include <cstdlib>
 #include <cstring>

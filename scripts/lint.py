@@ -23,9 +23,9 @@ MAX_NESTING = 3
 # A folder includes itself and folders of a lower rank, but these two know
 # nothing of each other, nor do the engine and its neighbour.
 RANKS = {
-    "benchmarks": 5,  # beside plain forms of the tests
     "tests": 4,
     "examples": 3,
+    "benchmarks": 3,
     "fuzz": 3,
     "quibtool": 2,
     "_Src": 1,

@@ -1,8 +1,8 @@
 #include "kernels/tone.h"
 
+#include "benchmarks/plain_tone.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/levels.h"
-#include "tests/support/plain_tone.h"
 #include "tests/support/random.h"
 
 #include <gtest/gtest.h>

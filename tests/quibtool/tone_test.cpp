@@ -1,11 +1,11 @@
 #include "quibtool/tone.h"
 
+#include "benchmarks/plain_tone.h"
 #include "quibtool/startup.h"
 #include "tests/support/bad_handles.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
-#include "tests/support/plain_tone.h"
 #include "tests/support/report.h"
 
 #include <gtest/gtest.h>
