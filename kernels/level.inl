@@ -41,6 +41,7 @@ namespace quib::QUIB_LEVEL
 #include "kernels/stretch.inl"
 #include "kernels/tone.inl"
 #include "kernels/warp.inl"
+#include "kernels/warpaffine.inl"
 #include "kernels/zoom.inl"
 
 #define QUIB_NAME_OF(level) #level

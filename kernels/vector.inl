@@ -289,6 +289,10 @@ QUIB_INLINE V spreadPart(WithLanes<LaneOf<V>, U8<16>> part)
     else if constexpr (sizeof(V) == 32)
         return (V)_mm256_broadcastsi128_si256((__m128i)part);
 #endif
+#if defined(QUIB_HAS_AVX2) && defined(__AVX512BW__)
+    else if constexpr (sizeof(V) == 64)
+        return (V)_mm512_maskz_broadcast_i32x4(0xFFFF, (__m128i)part);
+#endif
     else {
         V v;
         for (size_t i = 0; i < lanesOf<V>; ++i)
@@ -492,7 +496,8 @@ QUIB_INLINE Vector<LaneOf<H>, sizeof(H) * 2> join(H low, H high)
 }
 
 // Lanes of 4 or 8 bytes, each from its own number of bytes past `base`. For the
-// larger ones loads of their own are faster than what processors have for it.
+// larger ones loads of their own are faster than what processors have for it, up
+// to vectors of 64 bytes.
 template<class V>
 QUIB_INLINE V gather(const uint8_t* base, const int32_t* offsets)
 {
@@ -502,7 +507,17 @@ QUIB_INLINE V gather(const uint8_t* base, const int32_t* offsets)
         return (V)_mm256_i32gather_epi32(reinterpret_cast<const int*>(base),
                                          (__m256i)load<I32<32>>(offsets), 1);
 #endif
-    if constexpr (sizeof(V) == 32)
+#if defined(QUIB_HAS_AVX2) && defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64 && sizeof(LaneOf<V>) == 8) {
+        // Hidden from the compiler, which would otherwise have the processor wait
+        // for what the register held before.
+        __m512i none = _mm512_setzero_si512();
+        __mmask8 all = 0xFF;
+        asm("" : "+v"(none), "+Yk"(all));
+        return (V)_mm512_mask_i32gather_epi64(none, all, (__m256i)load<I32<32>>(offsets), base, 1);
+    } else
+#endif
+        if constexpr (sizeof(V) == 32)
         return join(gather<HalfOf<V>>(base, offsets),
                     gather<HalfOf<V>>(base, offsets + lanesOf<V> / 2));
     else if constexpr (sizeof(LaneOf<V>) == 8)
@@ -706,6 +721,14 @@ QUIB_INLINE To widenFirst(U8<16> bytes)
         return words;
     }
 #endif
+}
+
+// Words cut to bytes, in their order.
+template<class V>
+QUIB_INLINE Vector<uint8_t, sizeof(V) / 2> cutToU8(V words)
+{
+    static_assert(hasLanes<V, uint16_t>);
+    return __builtin_convertvector(words, Vector<uint8_t, sizeof(V) / 2>);
 }
 
 template<class To, class From>

@@ -28,12 +28,15 @@ struct WarpTarget {
     int32_t bit; // at depth 1, of the run's first pixel
 };
 
-// Positions in 16.16 fixed point, modulo 2^32: at pixel i x + i dx, y + i dy.
+// Positions in 16.16 fixed point, modulo 2^32: at pixel i x + i dx, y + i dy. The
+// row below begins at x + rowX, y + rowY: a kernel may read ahead for it.
 struct WarpFixed {
     int32_t x;
     int32_t y;
     int32_t dx;
     int32_t dy;
+    int32_t rowX;
+    int32_t rowY;
 };
 
 // Positions (u + n du) / (w + n dw), (v + n dv) / (w + n dw) at pixel i, for

@@ -361,8 +361,10 @@ void sampleWarp(Element* out, const WarpTarget& dst, const WarpSource& src,
 // pixels have to fit in 32 bits.
 bool warpTakesWords(const WarpTarget& dst, const WarpSource& src)
 {
-    return dst.stride == 4 && src.stride == 4 && dst.channels >= 3 &&
-           src.step <= (INT32_MAX - 4 * static_cast<ptrdiff_t>(src.maxX)) / (src.maxY + 1);
+    const int64_t step = src.step < 0 ? -src.step : src.step;
+    const int64_t farthest =
+        step * (static_cast<int64_t>(src.maxY) + 1) + 4 * static_cast<int64_t>(src.maxX);
+    return dst.stride == 4 && src.stride == 4 && dst.channels >= 3 && farthest <= INT32_MAX;
 }
 
 // In each part, the first (second) two of four pixels as words, that of the one
@@ -513,6 +515,20 @@ U8<> warpWords(const WarpSource& src, const int32_t* offsets, const int32_t* fx,
     return inOrderOfTwoPacks(packToU8(packToI16(sums(0), sums(1)), packToI16(sums(2), sums(3))));
 }
 
+// As many pixels as there are, at most a vector; a fourth byte that takes no part
+// stays.
+void storeWarpWords(uint8_t* out, U8<> words, int32_t channels, size_t count)
+{
+    if (count >= warpSlack && channels == 4)
+        return store(out, words);
+    const U8<> taken = as<U8<>>(spread<U32<>>(channels == 4 ? 0xFFFFFFFFu : 0x00FFFFFFu));
+    const size_t bytes = count < warpSlack ? count * 4 : wide;
+    U8<> old{};
+    __builtin_memcpy(&old, out, bytes);
+    const U8<> mixed = select(taken, words, old);
+    __builtin_memcpy(out, &mixed, bytes);
+}
+
 template<WarpMode mode>
 void sampleWarpWords(uint8_t* out, const WarpTarget& dst, const WarpSource& src,
                      const WarpPlaces<int32_t>& places, int32_t first, int32_t last,
@@ -522,7 +538,6 @@ void sampleWarpWords(uint8_t* out, const WarpTarget& dst, const WarpSource& src,
     const int32_t step = static_cast<int32_t>(src.step);
     for (int32_t i = first; i < last + warpSlack; ++i)
         offsets[i] = places.y[i] * step + places.x[i] * 4;
-    const U8<> taken = as<U8<>>(spread<U32<>>(dst.channels == 4 ? 0xFFFFFFFFu : 0x00FFFFFFu));
     constexpr int32_t ahead = 64;
     if constexpr (mode == warpCubic)
         fetchCubicWords(src, offsets, first, first + ahead < last ? first + ahead : last);
@@ -531,15 +546,7 @@ void sampleWarpWords(uint8_t* out, const WarpTarget& dst, const WarpSource& src,
             fetchCubicWords(src, offsets, i + ahead, i + ahead + warpSlack);
         const U8<> words =
             warpWords<mode>(src, offsets + i, places.fx + i, places.fy + i, rounding);
-        const size_t bytes = last - i < warpSlack ? static_cast<size_t>(last - i) * 4 : wide;
-        if (bytes == wide && dst.channels == 4) {
-            store(out, words);
-            continue;
-        }
-        U8<> old{};
-        __builtin_memcpy(&old, out, bytes);
-        const U8<> mixed = select(taken, words, old);
-        __builtin_memcpy(out, &mixed, bytes);
+        storeWarpWords(out, words, dst.channels, static_cast<size_t>(last) - i);
     }
 }
 
@@ -645,6 +652,19 @@ void warpRun(const WarpTarget& dst, const WarpSource& src, const Run& run, size_
         });
 }
 
+template<WarpMode mode>
+void warpAffineWords(const WarpTarget& dst, const WarpSource& source, const WarpFixed& run,
+                     size_t count); // in warpaffine.inl
+bool warpTakesAffineWords(const WarpTarget& dst, const WarpSource& src);
+
+template<WarpMode mode>
+void warpAffine(const WarpTarget& dst, const WarpSource& src, const WarpFixed& run, size_t count)
+{
+    if (mode != warpCubic && warpTakesAffineWords(dst, src))
+        return warpAffineWords<mode>(dst, src, run, count);
+    warpRun<mode, uint8_t, int32_t, WarpFixed>(dst, src, run, count);
+}
+
 template<class Run>
 void warpBits(const WarpTarget& dst, const WarpSource& src, const Run& run, size_t count)
 {
@@ -656,9 +676,7 @@ void warpBits(const WarpTarget& dst, const WarpSource& src, const Run& run, size
 }
 
 constexpr WarpKernels warpKernels{
-    .fixed8 = {warpRun<warpNearest, uint8_t, int32_t, WarpFixed>,
-               warpRun<warpLinear, uint8_t, int32_t, WarpFixed>,
-               warpRun<warpCubic, uint8_t, int32_t, WarpFixed>},
+    .fixed8 = {warpAffine<warpNearest>, warpAffine<warpLinear>, warpAffine<warpCubic>},
     .ratio8 = {warpRun<warpNearest, uint8_t, int32_t, WarpRatio<float>>,
                warpRun<warpLinear, uint8_t, int32_t, WarpRatio<float>>,
                warpRun<warpCubic, uint8_t, int32_t, WarpRatio<float>>},

@@ -7,6 +7,8 @@
 #include "_Src/warp/smooth.h"
 #include "kernels/kernels.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -75,9 +77,16 @@ struct FixedMap {
             return static_cast<int32_t>(start[axis] + static_cast<uint32_t>(y - y0) * perRow[axis] +
                                         static_cast<uint32_t>(x) * perColumn[axis]);
         };
-        return {at(0), at(1), static_cast<int32_t>(perColumn[0]),
-                static_cast<int32_t>(perColumn[1])};
+        return {at(0),
+                at(1),
+                static_cast<int32_t>(perColumn[0]),
+                static_cast<int32_t>(perColumn[1]),
+                static_cast<int32_t>(perRow[0]),
+                static_cast<int32_t>(perRow[1])};
     }
+
+    // A row that is turned as a whole crosses many rows of the source.
+    static constexpr int32_t blockColumns = 512;
 
     int32_t y0;
     uint32_t start[2];
@@ -111,6 +120,8 @@ struct RatioMap {
                 static_cast<Real>(bounds.y2)};
     }
 
+    static constexpr int32_t blockColumns = INT32_MAX; // measured: blocks gain nothing
+
     const Mapping& mapping;
 };
 
@@ -129,18 +140,53 @@ WarpTarget targetAt(const IplRaster& raster, int32_t plane, int32_t x, int32_t y
             x};
 }
 
+// So many rows are filled at a time, and of them so many columns as their map says,
+// one block after the other: what a turned row reads of the source is still in the
+// caches for the next one.
+constexpr int32_t blockRows = 64;
+
+// Calls work(y, start, end) for the rows first to last, within some columns.
+template<class Work>
+void forEachRowIn(const Rows& rows, int32_t first, int32_t last, int32_t left, int32_t right,
+                  Work work)
+{
+    for (int32_t y = first; y <= last; ++y) {
+        const int32_t start = std::max(rows.startOf(y), left);
+        const int32_t end = std::min(rows.endOf(y), right);
+        if (start <= end)
+            work(y, start, end);
+    }
+}
+
+// The same for all columns, so many at a time.
+template<class Work>
+void forEachBlockRow(const Rows& rows, int32_t first, int32_t last, int32_t columns, Work work)
+{
+    int32_t left = INT32_MAX;
+    int32_t right = INT32_MIN;
+    const auto widen = [&](int32_t, int32_t start, int32_t end) {
+        left = std::min(left, start);
+        right = std::max(right, end);
+    };
+    forEachRowIn(rows, first, last, INT32_MIN, INT32_MAX, widen);
+    for (int64_t x = left; x <= right; x += columns) {
+        const int64_t end = std::min<int64_t>(x + columns - 1, right);
+        forEachRowIn(rows, first, last, static_cast<int32_t>(x), static_cast<int32_t>(end), work);
+    }
+}
+
 template<class Kernel, class Map>
 void fillRows(const Warping& warping, const Rows& rows, Kernel kernel, const Map& map)
 {
     for (int32_t plane = 0; plane < warping.dst.planes; ++plane) {
         const WarpSource source = sourceOf(warping.src, plane);
-        for (int32_t y = rows.first; y <= rows.last; ++y) {
-            const int32_t start = rows.startOf(y);
-            const int32_t end = rows.endOf(y);
-            if (start <= end)
-                kernel(targetAt(warping.dst, plane, rows.x + start, rows.y + y), source,
-                       map.run(start, y), static_cast<size_t>(end) - start + 1);
-        }
+        const auto fillRun = [&](int32_t y, int32_t start, int32_t end) {
+            kernel(targetAt(warping.dst, plane, rows.x + start, rows.y + y), source,
+                   map.run(start, y), static_cast<size_t>(end) - start + 1);
+        };
+        for (int32_t y = rows.first; y <= rows.last; y += blockRows)
+            forEachBlockRow(rows, y, rows.last - y < blockRows ? rows.last : y + blockRows - 1,
+                            Map::blockColumns, fillRun);
     }
 }
 

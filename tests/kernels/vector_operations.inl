@@ -71,6 +71,7 @@ constexpr VectorOperation anyWidth[] = {
               widenFirst<I16<n>>(load<U8<16>>(first))),
     OPERATION("widenFirst I32", U8, U8, widenFirst<I32<n>>(load<U8<16>>(first))),
     OPERATION("packToU8", I16, I16, packToU8(a, b)),
+    OPERATION("cutToU8", U16, U16, join(cutToU8(a), cutToU8(b))),
     OPERATION("packToI8", I16, I16, packToI8(a, b)),
     OPERATION("packToI16", I32, I32, packToI16(a, b)),
     OPERATION("packToU16", I32, I32, packToU16(a, b)),
@@ -130,11 +131,21 @@ constexpr VectorOperation anyWidth[] = {
 template<size_t n>
 constexpr VectorOperation ofLongest[] = {
     OPERATION("spread U8", U8, U8, spread<U8<n>>(a[0])),
+    OPERATION("spreadPart", U8, U8, spreadPart<U8<n>>(load<U8<16>>(first))),
     OPERATION("inGroups 1 0 U32", U32, U8, (inGroups<1, 0>(a))),
     OPERATION("withBits U32", U32, U32, withBits(a, b, 0x0A0FF0F0u)),
     OPERATION("isZero", U8, U8,
               spread<U8<n>>(static_cast<uint8_t>(isZero(a& b) + 2 * isZero(a - a)))),
+    OPERATION("lookUp", U8, U8, lookUp(a, b)),
+    OPERATION("cutToU8", U16, U16, join(cutToU8(a), cutToU8(b))),
+    OPERATION("highProducts I16", I16, I16, highProducts(a, b)),
     OPERATION("toFloats", I32, U8, toFloats(a)),
+    VectorOperation{"gather U64", n,
+                    [](uint8_t* out, const uint8_t* a, const uint8_t* b) {
+                        int32_t offsets[n / 4];
+                        store(offsets, load<I32<n>>(b) & static_cast<int32_t>(n / 2 - 1));
+                        store(out, gather<U64<n>>(a, offsets));
+                    }},
     VectorOperation{"stream", n,
                     [](uint8_t* out, const uint8_t* a, const uint8_t*) {
                         stream(out, load<U8<n>>(a));

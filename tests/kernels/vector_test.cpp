@@ -332,6 +332,10 @@ void addPacks(std::map<std::string, PlainForm>& forms)
     forms["widenFirst I16"] = {widenedFirst<int16_t>()};
     forms["widenFirst I32"] = {widenedFirst<int32_t>()};
     forms["packToU8"] = {packed<int16_t, uint8_t>()};
+    forms["cutToU8"] = {[](Memory a, const Memory& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return bytesAt<uint16_t>(a, size_t{0});
+    }};
     forms["packToI8"] = {packed<int16_t, int8_t>()};
     forms["packToI16"] = {packed<int32_t, int16_t>()};
     forms["packToU16"] = {packed<int32_t, uint16_t>()};

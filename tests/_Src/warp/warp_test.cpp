@@ -181,6 +181,28 @@ TEST(Warps, AreTheirPlainFormsForWideHandles)
     });
 }
 
+// More rows and columns than are filled at a time, of rows that begin and end
+// anywhere.
+TEST(IplWarpAffine, FillsLargeImagesBlockByBlock)
+{
+    Random random(9);
+    const Image src = makeRandomHandle(900, 300, 32, random);
+    const Image dst = makeRandomHandle(1101, 131, 32, random);
+    const double coeffs[2][3]{{0.86, 0.26, -40.25}, {-0.26, 0.86, 60.5}};
+    Quad quad{};
+    iplGetAffineQuad(src.get(), coeffs, quad.at);
+    for (int32_t mode = 0; mode < 3; ++mode) {
+        const auto expected = expectedBytes(
+            dst.get(), [&](IplImage* copy) { plainRectToQuad(src.get(), copy, quad, true, mode); });
+        ASSERT_NE(bytesOf(dst.get()), expected);
+        forEachLevel([&] {
+            const Twin copy(dst.get());
+            iplWarpAffine(src.get(), copy.get(), coeffs, mode);
+            EXPECT_EQ(bytesOf(copy.get()), expected);
+        });
+    }
+}
+
 // --- Exact numbers ----------------------------------------------------------------------------
 
 TEST(IplWarpAffine, ReproducesTheSourceForTheIdentity)
