@@ -42,7 +42,8 @@ uint8_t plainNearest(const WarpSource& src, int32_t x, int32_t y, int32_t c)
 {
     const int32_t column = std::clamp(x >> 16, 0, src.maxX);
     const int32_t row = std::clamp(y >> 16, 0, src.maxY);
-    return static_cast<const uint8_t*>(src.pixels)[row * src.step + column * src.stride + c];
+    return static_cast<const uint8_t*>(
+        src.pixels)[row * src.step + ptrdiff_t{column} * src.stride + c];
 }
 
 uint8_t plainLinear(const WarpSource& src, int32_t x, int32_t y, int32_t c)
@@ -142,7 +143,8 @@ TEST(WarpFixed, IsItsPlainFormAnywhereInTheSourceAndBeyond)
             const int32_t stride = random.between(0, 5) == 0 ? random.between(1, 3) : 4;
             // One in some sources has steps that are no whole pixels.
             const Source src(random.between(1 + mode, 60), random.between(1 + mode, 60), stride,
-                             random.between(0, 3) * (random.between(0, 7) == 0 ? 1 : stride),
+                             ptrdiff_t{random.between(0, 3)} *
+                                 (random.between(0, 7) == 0 ? 1 : stride),
                              guards[random.between(0, 1)], random);
             const size_t count =
                 static_cast<size_t>(random.between(1, random.between(0, 9) == 0 ? 1200 : 60));
