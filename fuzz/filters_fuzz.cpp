@@ -29,7 +29,7 @@ struct Input {
             value = value << 8 | byte();
         return static_cast<int32_t>(value);
     }
-    // Mostly from 0 to `most`, now and then what no window has.
+    // Mostly from 1 to `most`, now and then what no window has.
     int32_t size(int32_t most)
     {
         constexpr int32_t odd[] = {0, -1, INT32_MAX, INT32_MIN, 300, 65536};
@@ -38,6 +38,8 @@ struct Input {
             return odd[choice];
         return static_cast<int32_t>(choice) % most + 1;
     }
+    // The place in a window of such a size.
+    int32_t anchor(int32_t most) { return std::max(size(most), -1) - 1; }
 };
 
 // --- Images --------------------------------------------------------------------------
@@ -148,8 +150,8 @@ public:
             bytes[i] = static_cast<int8_t>(input.byte());
             values[i] = large ? input.word() : bytes[i] / 16;
         }
-        const int32_t anchorX = std::min(input.size(mostTaps) - 1, nCols - 1);
-        const int32_t anchorY = std::min(input.size(mostTaps) - 1, nRows - 1);
+        const int32_t anchorX = std::min(input.anchor(mostTaps), nCols - 1);
+        const int32_t anchorY = std::min(input.anchor(mostTaps), nRows - 1);
         const int32_t shift = static_cast<int8_t>(input.byte()) / 4;
         if (input.choices.choose(2))
             QuibCreateConvKernel(&kernel, nCols, nRows, anchorX, anchorY, values, shift);
@@ -222,8 +224,8 @@ Window windowFrom(Input& input, int32_t most)
 {
     Window window{input.size(most), input.size(most), 0, 0};
     // Mostly inside.
-    window.anchorX = input.size(most) - 1;
-    window.anchorY = input.size(most) - 1;
+    window.anchorX = input.anchor(most);
+    window.anchorY = input.anchor(most);
     if (input.choices.choose(4)) {
         window.anchorX = std::clamp(window.anchorX, 0, std::max(window.nCols - 1, 0));
         window.anchorY = std::clamp(window.anchorY, 0, std::max(window.nRows - 1, 0));

@@ -8,8 +8,7 @@ namespace
 
 constexpr int32_t mostTaps = 5;
 
-// The tap at (i, j) is across[i] * down[j]; in the middle `middle` is added to it. Of
-// windows that have a middle, or are differences.
+// The tap at (i, j) is across[i] * down[j]; `middle` is added to the one in the middle.
 struct FixedFilter {
     int32_t size;
     int32_t down[mostTaps];
