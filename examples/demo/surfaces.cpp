@@ -32,7 +32,11 @@ void showSteps(Demo& demo, const uint8_t* pixels, const QuibInfo& info, int gree
                const char* title, const Call& call)
 {
     const double taken = timed(call);
-    show(demo, seenOn(pixels, info, greenBits).get(), title, call.text, taken);
+    const Handle seen = seenOn(pixels, info, greenBits);
+    const QuibRect at = detailOf(seen.get(), info.width / 6, info.height / 6);
+    showDetail(demo,
+               cropped(seen.get(), at.left, at.top, at.right - at.left, at.bottom - at.top).get(),
+               title, call.text, taken, 6);
 }
 
 } // namespace
@@ -55,11 +59,14 @@ void showSurfaces(Demo& demo)
     IDirectDrawSurface* surface16 = narrow.get();
     IDirectDrawSurface7* surface7 = narrow7.get();
 
-    beginRow(demo, "", Cards::normal);
+    beginRow(demo, "A sixth of each side, six times as large", Cards::detail);
     const Handle target = emptyLike(image);
     IplImage* back = target.get();
-    showWritten(demo, "32 bits, and read back", back,
-                CALL(Quib2Surface(image, surface)) + CALL(Surface2Quib(surface, back)));
+    const Call there = CALL(Quib2Surface(image, surface)) + CALL(Surface2Quib(surface, back));
+    const double taken = timed(there);
+    const QuibRect at = detailOf(back, info.width / 6, info.height / 6);
+    showDetail(demo, cropped(back, at.left, at.top, at.right - at.left, at.bottom - at.top).get(),
+               "32 bits, and read back", there.text, taken, 6);
     showSteps(demo, narrow.pixels(), info, 6, "5-6-5, by the surface's masks",
               CALL(Quib2Surface(image, surface16)));
     showSteps(demo, narrow7.pixels(), info, 6, "5-6-5, by a newer interface",
