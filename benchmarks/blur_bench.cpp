@@ -89,11 +89,13 @@ void addBlurCases()
     add("QuibBlur 5x5 32-bit", 1.00, blurBy(32, 5), "libyuv ARGBBlur 2", blurByLibyuv(2));
     add("QuibBlur 31x31 32-bit", 1.00, blurBy(32, 31), "libyuv ARGBBlur 15", blurByLibyuv(15));
 #endif
-    for (const int bitDepth : {8, 24, 32})
-        add("QuibBlur 31x31 " + std::to_string(bitDepth) + "-bit, as 5x5", 1.15,
-            blurBy(bitDepth, 31), "QuibBlur 5x5", blurBy(bitDepth, 5));
+    for (const int bitDepth : {8, 24, 32}) {
+        const std::string bits = std::to_string(bitDepth);
+        add("QuibBlur 31x31 " + bits + "-bit, as 5x5", 1.15, blurBy(bitDepth, 31), "QuibBlur 5x5",
+            blurBy(bitDepth, 5));
+    }
     for (const int bitDepth : {8, 32}) {
-        const std::string bits = " " + std::to_string(bitDepth) + "-bit";
+        const std::string bits = bitDepth == 8 ? " 8-bit" : " 32-bit";
         add("QuibFixedFilter Sobel" + bits, 0, fixedBy(bitDepth, 2), "QuibConvolve2D",
             convolveBy(bitDepth, 3, {1, 0, -1, 2, 0, -2, 1, 0, -1}, 0));
         add("QuibFixedFilter Gaussian 3x3" + bits, 0, fixedBy(bitDepth, 6), "QuibConvolve2D",
