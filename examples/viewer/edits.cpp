@@ -186,6 +186,23 @@ QuibStatus takeSmallest(IplImage* picture, IplImage** result)
     return QuibMinFilter(picture, result, 5, 5, 2, 2);
 }
 
+QuibStatus blur(IplImage* picture, IplImage** result)
+{
+    return QuibBlur(picture, result, 9, 9, 4, 4);
+}
+
+QuibStatus blurInto(IplImage* picture, IplImage** result)
+{
+    const QuibStatus status = QuibClone(picture, result);
+    return status == QUIB_OK ? QuibDecimateBlur(picture, *result, IPL_INTER_LINEAR, 5, 5) : status;
+}
+
+// The Laplacian of 3 x 3.
+QuibStatus findSpots(IplImage* picture, IplImage** result)
+{
+    return QuibFixedFilter(picture, result, 4);
+}
+
 QuibStatus brighten(IplImage* picture, IplImage** result)
 {
     return QuibBrightnessAndContrast(picture, result, 15, 0, 0);
