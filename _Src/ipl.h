@@ -365,13 +365,12 @@ void iplConvolve2D(const IplImage* srcImage, IplImage* dstImage, OwnConvKernel* 
 void iplConvolveSep2D(const IplImage* srcImage, IplImage* dstImage, const OwnConvKernel* xKernel,
                       const OwnConvKernel* yKernel);
 
-// --- Window filters (iplnlf, iplblur, ipldext)
-// ------------------------------------------------------
+// --- Window filters (iplnlf, iplblur, ipldext) ------------------------------------
 //
 // Each makes a pixel from those under a window of nCols x nRows pixels, in which it
 // stands at (anchorX, anchorY). Regions and masks pair up from their corners; windows
 // read what lies around a region, and around the image what its border modes make.
-// The destination is another image.
+// The destination is another image, but for iplBlur.
 
 // The largest or smallest element, or the one at index nCols * nRows / 2 in ascending
 // order, in each channel but alpha or in the channels of interest, at integer depths.
