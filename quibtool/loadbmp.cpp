@@ -68,8 +68,8 @@ PackedDib readPackedDib(const File& file, BITMAPINFOHEADER* header)
     if (!block)
         return {};
     std::memcpy(block, header, headerBytes);
-    return {block,
-            headerBytes + file.read(block + headerBytes, static_cast<size_t>(bytes - headerBytes))};
+    const size_t held = file.read(block + headerBytes, static_cast<size_t>(bytes - headerBytes));
+    return {block, static_cast<size_t>(headerBytes) + held};
 }
 
 } // namespace
