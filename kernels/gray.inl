@@ -189,6 +189,9 @@ void expand8(uint8_t* dst, size_t stride, const uint8_t* bits, size_t count, uin
         done = head > 0 && head % 8 == 0 ? head : longest;
         for (; done + longest <= count; done += longest)
             put(done);
+        // The last whole bytes' pixels, and some that are there already.
+        put((count - longest) / 8 * 8);
+        done = count / 8 * 8;
     }
     expand(dst + done * stride, stride, bits + done / 8, count - done, zero, one);
 }
