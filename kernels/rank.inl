@@ -572,8 +572,7 @@ struct DistanceRows {
         rows[index] = distances;
         for (size_t k = 0; k < distances.columns(); ++k) {
             const size_t column = distances.firstColumn() + k;
-            const size_t other =
-                static_cast<size_t>(static_cast<int32_t>(column) + distances.columnsOn);
+            const size_t other = column + static_cast<size_t>(distances.columnsOn);
             ofPair[distances.row * 3 + column][(distances.row + distances.rowsOn) * 3 + other] =
                 static_cast<uint8_t>(index);
         }

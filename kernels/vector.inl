@@ -515,14 +515,14 @@ QUIB_INLINE V gather(const uint8_t* base, const int32_t* offsets)
         __mmask8 all = 0xFF;
         asm("" : "+v"(none), "+Yk"(all));
         return (V)_mm512_mask_i32gather_epi64(none, all, (__m256i)load<I32<32>>(offsets), base, 1);
-    } else
+    }
 #endif
-        if constexpr (sizeof(V) == 32)
+    if constexpr (sizeof(V) == 32)
         return join(gather<HalfOf<V>>(base, offsets),
                     gather<HalfOf<V>>(base, offsets + lanesOf<V> / 2));
-    else if constexpr (sizeof(LaneOf<V>) == 8)
+    else if constexpr (sizeof(V) == 16 && sizeof(LaneOf<V>) == 8)
         return loadHalves<V>(base + offsets[0], base + offsets[1]);
-    else
+    else if constexpr (sizeof(V) == 16)
         return as<V>(U32<16>{loadWord(base + offsets[0]), loadWord(base + offsets[1]),
                              loadWord(base + offsets[2]), loadWord(base + offsets[3])});
 }

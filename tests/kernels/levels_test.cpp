@@ -87,10 +87,12 @@ TEST_P(KernelLevels, LeaveNoFunctionOut)
         addressOf(&table->rank.vectorMedian3[quib::RANK_S32]),
         addressOf(&table->fixed.across[quib::fixedF32]),
     };
-    for (auto member = addressOf(&table->levelName); member != addressOf(table + 1); ++member)
-        if (member < pixel || member >= pixelEnd)
+    for (auto member = addressOf(&table->levelName); member != addressOf(table + 1); ++member) {
+        if (member < pixel || member >= pixelEnd) {
             EXPECT_EQ(*member == nullptr, none.count(member) == 1)
                 << member - addressOf(&table->levelName);
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(EachLevel, KernelLevels, testing::ValuesIn(levelNames),
