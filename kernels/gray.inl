@@ -160,18 +160,19 @@ struct OwnBit {
     }
 };
 
+constexpr OwnBit ownBit;
+
 QUIB_INLINE Grays expandVector(const uint8_t* bits, Grays zero, Grays one)
 {
-    constexpr OwnBit own;
 #if defined(QUIB_WIDE_VECTORS)
     const Grays all = longest == 64 ? as<Grays>(spread<U64<longest>>(load<uint64_t>(bits)))
                                     : as<Grays>(spread<U32<longest>>(loadWord(bits)));
-    const Grays bytes = lookUp(all, load<Grays>(own.places));
+    const Grays bytes = lookUp(all, load<Grays>(ownBit.places));
 #else
     constexpr uint64_t everywhere = 0x0101010101010101u;
     const Grays bytes = as<Grays>(U64<16>{bits[0] * everywhere, bits[1] * everywhere});
 #endif
-    return (bytes & load<Grays>(own.bits)) == 0 ? zero : one;
+    return (bytes & load<Grays>(ownBit.bits)) == 0 ? zero : one;
 }
 
 void expand8(uint8_t* dst, size_t stride, const uint8_t* bits, size_t count, uint8_t zero,
