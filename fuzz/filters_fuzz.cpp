@@ -227,8 +227,8 @@ Window windowFrom(Input& input, int32_t most)
     window.anchorX = input.anchor(most);
     window.anchorY = input.anchor(most);
     if (input.choices.choose(4)) {
-        window.anchorX = std::clamp(window.anchorX, 0, std::max(window.nCols - 1, 0));
-        window.anchorY = std::clamp(window.anchorY, 0, std::max(window.nRows - 1, 0));
+        window.anchorX = std::clamp(window.anchorX, 0, std::max(window.nCols, 1) - 1);
+        window.anchorY = std::clamp(window.anchorY, 0, std::max(window.nRows, 1) - 1);
     }
     return window;
 }
