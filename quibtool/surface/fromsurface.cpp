@@ -29,15 +29,10 @@ void moveOpaqueWords(const BlockWalk& image, const BlockWalk& surface, size_t he
 void readPixels(const IplImage* image, const LockedSurface& surface)
 {
     const BlockWalk rows = ownImageRows(image);
-    const RowsAhead ahead{static_cast<ptrdiff_t>(rows.step),
-                          static_cast<ptrdiff_t>(surface.rows.step)};
-    const auto expand = [&](uint8_t* dst, const uint8_t* src, size_t count) {
-        kernels().convert.opaqueFrom24(dst, src, count, ahead);
-    };
     if (static_cast<uint32_t>(image->nChannels) == surface.bitsPerPixel >> 3)
         moveOpaqueWords(rows, surface.rows, surface.height);
     else if (image->nChannels == 4)
-        ownConvertRows({rows, 4}, {surface.rows, 3}, surface.width, surface.height, expand);
+        ownExpandRows(rows, surface.rows, surface.width, surface.height);
     else
         ownConvertRows({rows, 3}, {surface.rows, 4}, surface.width, surface.height,
                        kernels().convert.to24);

@@ -1,6 +1,7 @@
 // Rows of pixels from one block to another, neither of which is left.
 #pragma once
 
+#include "kernels/kernels.h"
 #include "quibtool/blockwalk.h"
 
 #include <algorithm>
@@ -40,6 +41,16 @@ void ownConvertRows(PixelRows to, PixelRows from, size_t width, size_t height, C
         ownSkipRows(&to.rows, 1);
         ownSkipRows(&from.rows, 1);
     }
+}
+
+// Pixels of three bytes to opaque ones of four.
+inline void ownExpandRows(const BlockWalk& to, const BlockWalk& from, size_t width, size_t height)
+{
+    const RowsAhead ahead{static_cast<ptrdiff_t>(to.step), static_cast<ptrdiff_t>(from.step)};
+    const auto expand = [&](uint8_t* dst, const uint8_t* src, size_t count) {
+        kernels().convert.opaqueFrom24(dst, src, count, ahead);
+    };
+    ownConvertRows({to, 4}, {from, 3}, width, height, expand);
 }
 
 } // namespace quib

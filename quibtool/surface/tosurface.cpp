@@ -93,16 +93,6 @@ void colourTo16(const LockedSurface& surface, const PixelRows& image)
     ownConvertRows({surface.rows, 2}, image, surface.width, surface.height, pack);
 }
 
-void opaqueTo32(const LockedSurface& surface, const BlockWalk& image)
-{
-    const RowsAhead ahead{static_cast<ptrdiff_t>(surface.rows.step),
-                          static_cast<ptrdiff_t>(image.step)};
-    const auto convert = [&](uint8_t* dst, const uint8_t* src, size_t count) {
-        kernels().convert.opaqueFrom24(dst, src, count, ahead);
-    };
-    ownConvertRows({surface.rows, 4}, {image, 3}, surface.width, surface.height, convert);
-}
-
 void drawColour(const IplImage* image, const LockedSurface& surface)
 {
     const uint32_t bytes = surface.bitsPerPixel >> 3;
@@ -113,7 +103,7 @@ void drawColour(const IplImage* image, const LockedSurface& surface)
         ownConvertRows({surface.rows, 3}, {rows, 4}, surface.width, surface.height,
                        kernels().convert.to24);
     else if (bytes == 4)
-        opaqueTo32(surface, rows);
+        ownExpandRows(surface.rows, rows, surface.width, surface.height);
     else if (surface.bitsPerPixel == 16)
         colourTo16(surface, {rows, image->nChannels == 4 ? size_t{4} : size_t{3}});
 }
