@@ -1,5 +1,6 @@
 // Affine maps of four-byte pixels, nearest and bilinear, without places in memory:
-// a vector of positions, both axes in its words, becomes a vector of pixels.
+// a vector of positions, both axes in its words, becomes a vector of pixels. A piece
+// of warp.cpp.
 namespace
 {
 

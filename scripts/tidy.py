@@ -3,7 +3,7 @@
 
 BUILD holds compile_commands.json. A source that passes leaves a file in CACHE,
 named after all that its verdict hangs on: the source and the project's headers
-that it includes, however far away, its command, the configuration and the
+that it includes, however far away, its commands, the configuration and the
 versions of clang-tidy and the compiler. --changed leaves out sources
 that have passed like this before. Exits with 1 if a source did not pass.
 """
@@ -54,13 +54,14 @@ def passes(source, build):
 
 
 def library_sources(build):
-    """{source: its command} of the library."""
+    """{source: its commands} of the library; kernels have one a level."""
     commands = json.loads((build / "compile_commands.json").read_text(encoding="utf-8"))
     found = {}
     for entry in commands:
         path = pathlib.Path(entry["file"])
         if path.is_relative_to(ROOT) and path.relative_to(ROOT).parts[0] in lint.LIBRARY:
-            found[path.relative_to(ROOT)] = entry["command"]
+            source = path.relative_to(ROOT)
+            found[source] = found.get(source, "") + entry["command"]
     return found
 
 

@@ -28,7 +28,7 @@ void expectFilled(Fill fill, Word value, size_t offset, size_t count)
 
 TEST(BlockKernels, Fill32StoresTheWordAtAnyAddress)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         for (const uint32_t value : {0u, 0x01010101u, 0x04030201u, 0xFF000000u}) {
             for (size_t offset = 0; offset < 5; ++offset) {
                 for (size_t count = 0; count < 70; ++count)
@@ -42,7 +42,7 @@ TEST(BlockKernels, Fill32StoresLongRunsUpToTheirEnd)
 {
     constexpr size_t longRun = size_t{1} << 18;
     constexpr uint32_t value = 0x04030201u;
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         for (const size_t offset : {0, 1, 3}) {
             for (const size_t count : {longRun - 1, longRun, longRun + 3})
                 ASSERT_NO_FATAL_FAILURE(expectFilled(block.fill32, value, offset, count));
@@ -52,7 +52,7 @@ TEST(BlockKernels, Fill32StoresLongRunsUpToTheirEnd)
 
 TEST(BlockKernels, Fill16StoresTheHalfWordAtAnyAddress)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         for (const uint16_t value : {uint16_t{0}, uint16_t{0x0201}, uint16_t{0xFFFE}}) {
             for (size_t offset = 0; offset < 3; ++offset) {
                 for (size_t count = 0; count < 90; ++count)
@@ -64,7 +64,7 @@ TEST(BlockKernels, Fill16StoresTheHalfWordAtAnyAddress)
 
 TEST(BlockKernels, FillsAndCopiesLargeBlocks)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         Random random(1);
         constexpr size_t bytes = (1 << 22) + 12;
         const GuardedBuffer a(bytes + 4);
@@ -81,7 +81,7 @@ TEST(BlockKernels, FillsAndCopiesLargeBlocks)
 
 TEST(BlockKernels, CopyMovesEveryByteCount)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         Random random(2);
         for (size_t bytes = 0; bytes < 300; ++bytes) {
             const GuardedBuffer src(bytes + 1);
@@ -97,7 +97,7 @@ TEST(BlockKernels, CopyMovesEveryByteCount)
 
 TEST(BlockKernels, LargestFindsTheLargestByte)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         Random random(3);
         for (size_t count = 0; count < 600; ++count) {
             for (const bool skipFourth : {false, true}) {
@@ -119,7 +119,7 @@ TEST(BlockKernels, LargestFindsTheLargestByte)
 
 TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         Random random(2);
         for (int round = 0; round < 2000; ++round) {
             constexpr size_t size = 3000;
@@ -147,7 +147,7 @@ TEST(BlockKernels, MoveRowsGoesFromTheFirstRowToTheLast)
 
 TEST(BlockKernels, MoveRowsStaysInsideItsRows)
 {
-    forEachTable(&quib::Kernels::block, [](const quib::BlockKernels& block) {
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
         for (const Guard guard : {Guard::afterEnd, Guard::beforeStart}) {
             for (size_t bytes = 1; bytes < 200; ++bytes) {
                 const GuardedBuffer src(bytes * 3, guard);

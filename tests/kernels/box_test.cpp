@@ -86,7 +86,7 @@ void expectMeans(const BoxKernels& kernels, BoxKind kind, uint32_t depth, int32_
 
 TEST(BoxKernels, MoveColumns)
 {
-    forEachTable(&quib::Kernels::box, [](const BoxKernels& kernels) {
+    forEachTable<quib::BoxKernels>([](const BoxKernels& kernels) {
         expectMoves<uint8_t, uint16_t>(kernels, quib::boxBytes);
         expectMoves<uint8_t, uint32_t>(kernels, quib::boxTallBytes);
         expectMoves<uint16_t, uint32_t>(kernels, quib::boxWords);
@@ -98,7 +98,7 @@ TEST(BoxKernels, MoveColumns)
 
 TEST(BoxKernels, MeansAreThePlainOnes)
 {
-    forEachTable(&quib::Kernels::box, [](const BoxKernels& kernels) {
+    forEachTable<quib::BoxKernels>([](const BoxKernels& kernels) {
         for (const int32_t nRows : {1, 5, 31, 128}) {
             expectMeans<uint8_t, uint16_t>(kernels, quib::boxBytes, IPL_DEPTH_8U, nRows);
             expectMeans<uint8_t, uint16_t>(kernels, quib::boxBytes, IPL_DEPTH_8S, nRows);
@@ -114,7 +114,7 @@ TEST(BoxKernels, MeansAreThePlainOnes)
 
 TEST(BoxKernels, FloatsAreAddedColumnByColumn)
 {
-    forEachTable(&quib::Kernels::box, [](const BoxKernels& kernels) {
+    forEachTable<quib::BoxKernels>([](const BoxKernels& kernels) {
         Random random(3);
         for (const size_t stride : {1, 3, 4}) {
             const size_t count = 77 * stride;

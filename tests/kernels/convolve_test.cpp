@@ -178,7 +178,7 @@ const std::vector<int16_t> tellingWords{-32768, -129, -128, -1, 0, 1, 127, 128, 
 
 TEST(ConvolveKernels, SumsAreExact)
 {
-    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+    forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         expectSums<uint8_t, int16_t>(kernels.sums16[quib::convolveU8], 14);
         expectSums<int8_t, int16_t>(kernels.sums16[quib::convolveS8], 28);
         expectSums<uint8_t, int32_t>(kernels.sums32[quib::convolveU8], 32767);
@@ -190,7 +190,7 @@ TEST(ConvolveKernels, SumsAreExact)
 
 TEST(ConvolveKernels, SumsOfWeightsAreExact)
 {
-    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+    forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         const auto sums = kernels.sums32[quib::convolveU8];
         expectSums<uint8_t, int32_t>(sums, 0, 28);
         expectSums<uint8_t, int32_t>(sums, 0, 66);
@@ -215,7 +215,7 @@ TEST(ConvolveKernels, SumsOfWeightsAreExact)
 
 TEST(ConvolveKernels, FloatSumsGoInTheirOrder)
 {
-    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+    forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         expectFloatSums<uint8_t>(kernels, quib::convolveU8);
         expectFloatSums<int8_t>(kernels, quib::convolveS8);
         expectFloatSums<uint16_t>(kernels, quib::convolveU16);
@@ -226,7 +226,7 @@ TEST(ConvolveKernels, FloatSumsGoInTheirOrder)
 
 TEST(ConvolveKernels, ResultsAreTheNearestElements)
 {
-    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+    forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         expectFinished<uint8_t>(kernels.finish16[quib::convolveU8], tellingWords);
         expectFinished<int8_t>(kernels.finish16[quib::convolveS8], tellingWords);
         expectFinished<uint8_t>(kernels.finish32[quib::convolveU8], tellingInts);
@@ -243,7 +243,7 @@ TEST(ConvolveKernels, ResultsAreTheNearestElements)
 
 TEST(ConvolveKernels, RootsAreRounded)
 {
-    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+    forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         std::vector<int32_t> ints;
         std::vector<float> floats;
         for (int32_t root = 0; root < 300; ++root)
@@ -272,7 +272,7 @@ TEST(ConvolveKernels, RootsAreRounded)
 
 TEST(ConvolveKernels, StepsCombine)
 {
-    forEachTable(&quib::Kernels::convolve, [](const ConvolveKernels& kernels) {
+    forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         const std::vector<int16_t> in{-32768, 32767, -5, 5, 4095, -4096, 0, 20, 1};
         const std::vector<int32_t> row{10, 20, 0, 7, 0, 1, 2, 3, -70000};
         std::vector<float> floatIn(in.size());

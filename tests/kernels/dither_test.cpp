@@ -84,7 +84,7 @@ Values plainLevels(const Method& method, const Values& image, size_t width,
 
 TEST(DitherKernels, DiffuseErrorsAsThePlainForm)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         Random random(51);
         for (size_t width = 1; width <= 80; ++width) {
             Values image;
@@ -103,7 +103,7 @@ TEST(DitherKernels, DiffuseErrorsAsThePlainForm)
 
 TEST(DitherKernels, DiffuseErrorsOfElementsFarOutsideTheRange)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         Random random(52);
         Values image;
         for (size_t i = 0; i < 37 * bandRows * 2; ++i)
@@ -120,7 +120,7 @@ TEST(DitherKernels, AddOffsetsToTheChoiceAndNotToTheError)
 {
     // An offset of a level's height makes each choice one higher: the error is that
     // of the element without it.
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         for (const Method& method : methods) {
             const double offset = 10;
             const Values image(11 * bandRows, 50);
@@ -137,7 +137,7 @@ TEST(DitherKernels, AddOffsetsToTheChoiceAndNotToTheError)
 
 TEST(DitherKernels, OrderByThresholds)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         Random random(53);
         double thresholds[8];
         for (int32_t y = 0; y < 8; ++y) {
@@ -161,7 +161,7 @@ TEST(DitherKernels, OrderByThresholds)
 
 TEST(DitherKernels, CompareBytesWithThresholds)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         Random random(54);
         for (size_t count = 0; count <= 200; ++count) {
             const GuardedBuffer src(count);
@@ -181,7 +181,7 @@ TEST(DitherKernels, CompareBytesWithThresholds)
 
 TEST(DitherKernels, ScaleDownWithoutTheFraction)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         Values row{-1, 0, 255, 256, 65535, 65536, 1e12, -1e12, 511.9};
         kernels.scaleDown(row.data(), row.size(), 1 / 256.0, 255);
         EXPECT_EQ(row, (Values{0, 0, 0, 1, 255, 255, 255, 0, 1}));
@@ -225,7 +225,7 @@ void expectBothWays(void (*from)(double*, const Element*, size_t, size_t),
 
 TEST(DitherKernels, ReadAndWriteElements)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         expectBothWays(kernels.from8, kernels.to8);
         expectBothWays(kernels.from16, kernels.to16);
         expectBothWays(kernels.from32, kernels.to32);
@@ -235,7 +235,7 @@ TEST(DitherKernels, ReadAndWriteElements)
 
 TEST(DitherKernels, ReadFloatsThatAreNoNumbers)
 {
-    forEachTable(&quib::Kernels::dither, [](const quib::DitherKernels& kernels) {
+    forEachTable<quib::DitherKernels>([](const quib::DitherKernels& kernels) {
         constexpr float infinity = std::numeric_limits<float>::infinity();
         constexpr float largest = std::numeric_limits<float>::max();
         const float floats[] = {std::nanf(""), infinity, -infinity, largest, -largest, 0.5f};

@@ -143,7 +143,7 @@ void expectFinish(const FixedKernels& kernels, FixedElement type)
 
 TEST(FixedKernels, SumsAreThePlainOnes)
 {
-    forEachTable(&quib::Kernels::fixed, [](const FixedKernels& kernels) {
+    forEachTable<quib::FixedKernels>([](const FixedKernels& kernels) {
         const std::vector<size_t> counts = {2, 3, 5};
         expectSums<uint8_t, int16_t>(kernels.down[quib::fixedU8], counts, 24);
         expectSums<int8_t, int16_t>(kernels.down[quib::fixedS8], counts, 24);
@@ -161,7 +161,7 @@ TEST(FixedKernels, SumsAreThePlainOnes)
 
 TEST(FixedKernels, ResultsAreThePlainOnes)
 {
-    forEachTable(&quib::Kernels::fixed, [](const FixedKernels& kernels) {
+    forEachTable<quib::FixedKernels>([](const FixedKernels& kernels) {
         expectFinish<uint8_t, int16_t>(kernels, quib::fixedU8);
         expectFinish<int8_t, int16_t>(kernels, quib::fixedS8);
         expectFinish<uint16_t, int32_t>(kernels, quib::fixedU16);
@@ -172,7 +172,7 @@ TEST(FixedKernels, ResultsAreThePlainOnes)
 
 TEST(FixedKernels, MeansOfBytesAreExactForEverySum)
 {
-    forEachTable(&quib::Kernels::fixed, [](const FixedKernels& kernels) {
+    forEachTable<quib::FixedKernels>([](const FixedKernels& kernels) {
         for (const auto& [form, n] :
              {std::pair(quib::fixedLessOver9, 9), std::pair(quib::fixedLessOver25, 25)}) {
             std::vector<int16_t> sums;
@@ -190,7 +190,7 @@ TEST(FixedKernels, MeansOfBytesAreExactForEverySum)
 
 TEST(FixedKernels, FloatsAreRoundedOnce)
 {
-    forEachTable(&quib::Kernels::fixed, [](const FixedKernels& kernels) {
+    forEachTable<quib::FixedKernels>([](const FixedKernels& kernels) {
         const double sums[] = {1.0 / 3, -7, 1e300, 1e-3, 100, 0.1, -0.1, 5, 6};
         const float middle[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
         float out[9];

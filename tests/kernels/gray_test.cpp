@@ -115,7 +115,7 @@ void expectExpanded(void (*kernel)(Element* dst, size_t stride, const uint8_t* b
 
 TEST(GrayKernels, WeighUnsignedColours)
 {
-    forEachTable(&quib::Kernels::gray, [](const quib::GrayKernels& gray) {
+    forEachTable<quib::GrayKernels>([](const quib::GrayKernels& gray) {
         const auto shifted = [](int shift) {
             return [shift](int64_t b, int64_t g, int64_t r) { return sum(b, g, r) >> shift; };
         };
@@ -133,7 +133,7 @@ TEST(GrayKernels, WeighUnsignedColours)
 
 TEST(GrayKernels, WeighSignedColours)
 {
-    forEachTable(&quib::Kernels::gray, [](const quib::GrayKernels& gray) {
+    forEachTable<quib::GrayKernels>([](const quib::GrayKernels& gray) {
         expectElements(gray.from32To8, [](int64_t b, int64_t g, int64_t r) {
             return signedSum(b, g, r, 11) >> 21;
         });
@@ -148,7 +148,7 @@ TEST(GrayKernels, WeighSignedColours)
 
 TEST(GrayKernels, ExpandBits)
 {
-    forEachTable(&quib::Kernels::gray, [](const quib::GrayKernels& gray) {
+    forEachTable<quib::GrayKernels>([](const quib::GrayKernels& gray) {
         expectExpanded(gray.expand8);
         expectExpanded(gray.expand16);
         expectExpanded(gray.expand32);

@@ -67,7 +67,7 @@ Layers everyPairOfColours(uint32_t overAlpha, uint32_t underAlpha)
 
 TEST(PairBlend, GivesTheTablesWeightAndAlphaForEveryPairOfAlphas)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         constexpr int colours[][2] = {{255, 0}, {0, 255}, {255, 1}, {200, 100}, {100, 101}};
         for (const auto& [s, d] : colours) {
             Pixels over(65536 * 4);
@@ -87,7 +87,7 @@ TEST(PairBlend, GivesTheTablesWeightAndAlphaForEveryPairOfAlphas)
 
 TEST(PairBlend, GivesThePlainResultForEveryPairOfColours)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         for (const uint32_t weightPair : {0x00FFu, 0x0101u, 0x8080u, 0x40C0u, 0xC040u, 0xFF00u}) {
             const Layers layers = everyPairOfColours(weightPair >> 8, weightPair & 255);
             ASSERT_EQ(blended(kernels, layers.under, layers.over),
@@ -98,7 +98,7 @@ TEST(PairBlend, GivesThePlainResultForEveryPairOfColours)
 
 TEST(PairBlend, GivesThePlainResultOverOpaqueRunsForEveryAlphaAndPairOfColours)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         for (uint32_t alpha = 0; alpha < 256; ++alpha) {
             const Layers layers = everyPairOfColours(alpha, 255);
             ASSERT_EQ(blended(kernels, layers.under, layers.over),
@@ -112,7 +112,7 @@ TEST(PairBlend, GivesThePlainResultOverOpaqueRunsForEveryAlphaAndPairOfColours)
 // of pixels.
 TEST(PairBlend, GivesThePlainResultForRunsOfEqualAlphas)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         Random random(1);
         for (const int alpha : {0, 255}) {
             for (const int odd : {0, 1, 254, 255}) {
@@ -131,7 +131,7 @@ TEST(PairBlend, GivesThePlainResultForRunsOfEqualAlphas)
 
 TEST(PairBlend, StaysInsideItsRunsAtAnyCountAndAddress)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         Random random(2);
         for (size_t count = 0; count <= 80; ++count) {
             for (const int alphas : {0, 255, -1}) {
@@ -159,7 +159,7 @@ TEST(PairBlend, StaysInsideItsRunsAtAnyCountAndAddress)
 
 TEST(PairBlend, GivesThePlainResultOverOpaqueRunsBrokenAtEveryPlace)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         Random random(6);
         for (const uint8_t odd : {uint8_t{0}, uint8_t{1}, uint8_t{127}, uint8_t{254}}) {
             for (size_t at = 0; at < 100; ++at) {
@@ -176,7 +176,7 @@ TEST(PairBlend, GivesThePlainResultOverOpaqueRunsBrokenAtEveryPlace)
 
 TEST(PairBlend, MayWriteIntoEitherImage)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         Random random(3);
         for (const int alphas : {0, 255, -1}) {
             for (size_t count = 1; count < 90; ++count) {
@@ -197,7 +197,7 @@ TEST(PairBlend, MayWriteIntoEitherImage)
 
 TEST(PairBlend, GivesThePlainResultInRunsThatGoPastTheCaches)
 {
-    forEachTable(&quib::Kernels::layers, [](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([](const quib::LayerKernels& kernels) {
         Random random(7);
         constexpr size_t count = (size_t{1} << 20) + 123;
         Pixels over = randomPixels(count, random);
@@ -240,7 +240,7 @@ Pixels plainByAlpha(const Pixels& target, const Pixels& under, const Pixels& ove
 template<class Work>
 void forBothRows(Work work)
 {
-    forEachTable(&quib::Kernels::layers, [work](const quib::LayerKernels& kernels) {
+    forEachTable<quib::LayerKernels>([work](const quib::LayerKernels& kernels) {
         for (const bool opaque : {true, false}) {
             SCOPED_TRACE(opaque ? "alphaBlend" : "colourBlend");
             work(opaque ? kernels.alphaBlend : kernels.colourBlend, opaque);

@@ -28,7 +28,7 @@ constexpr Guard guards[] = {Guard::afterEnd, Guard::beforeStart};
 template<class Work>
 void forEachRow(Work work)
 {
-    forEachTable(&quib::Kernels::mirror, [&](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([&](const quib::MirrorKernels& mirror) {
         for (size_t pixelBytes = 1; pixelBytes <= 19; ++pixelBytes)
             for (size_t pixels = 0; pixels < 150; pixels += pixels < 70 ? 1 : 7)
                 for (const Guard guard : guards)
@@ -165,7 +165,7 @@ TEST(MirrorKernels, ReverseTurnsTheOrderOfThePixelsRound)
 
 TEST(MirrorKernels, ReverseRowsReversesEachRow)
 {
-    forEachTable(&quib::Kernels::mirror, [](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([](const quib::MirrorKernels& mirror) {
         Random random(86);
         for (const size_t pixelBytes : {1, 3, 4, 8})
             forEachRows(pixelBytes, random, [&](const RowsCase& shape) {
@@ -182,7 +182,7 @@ TEST(MirrorKernels, ReverseRowsReversesEachRow)
 
 TEST(MirrorKernels, CopyRowsCopiesEachRow)
 {
-    forEachTable(&quib::Kernels::mirror, [](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([](const quib::MirrorKernels& mirror) {
         Random random(87);
         forEachRows(1, random, [&](const RowsCase& shape) {
             expectRows(
@@ -198,7 +198,7 @@ TEST(MirrorKernels, CopyRowsCopiesEachRow)
 
 TEST(MirrorKernels, TransposeMakesColumnsOfRows)
 {
-    forEachTable(&quib::Kernels::mirror, [](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([](const quib::MirrorKernels& mirror) {
         Random random(88);
         for (size_t columns = 0; columns < 50; ++columns)
             for (size_t rows = 0; rows < 40; rows += rows < 10 ? 1 : 7) {
@@ -252,7 +252,7 @@ TEST(MirrorKernels, ExchangeReversesARowInPlace)
 TEST(MirrorKernels, SwapExchangesTheBytes)
 {
     Random random(84);
-    forEachTable(&quib::Kernels::mirror, [&](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([&](const quib::MirrorKernels& mirror) {
         for (size_t bytes = 0; bytes < 300; ++bytes) {
             const GuardedBuffer a(bytes);
             const GuardedBuffer b(bytes);
@@ -270,7 +270,7 @@ TEST(MirrorKernels, SwapExchangesTheBytes)
 TEST(MirrorKernels, ReverseBitsTurnsRunsRoundBetweenAllOffsets)
 {
     Random random(85);
-    forEachTable(&quib::Kernels::mirror, [&](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([&](const quib::MirrorKernels& mirror) {
         for (size_t dstStart = 0; dstStart < 9; ++dstStart)
             for (size_t srcStart = 0; srcStart < 9; ++srcStart)
                 for (size_t width = 0; width < 270; width += width < 20 ? 1 : 13)
@@ -285,7 +285,7 @@ TEST(MirrorKernels, ReverseBitsGoesFromRowToRow)
     // 1101 0 | 0111 0, each at an offset of 2 bits, comes out at one of 4.
     const uint8_t src[] = {0b00'11010'1, 0b00'01110'1};
     uint8_t dst[] = {0xFF, 0xFF, 0, 0, 0, 0};
-    forEachTable(&quib::Kernels::mirror, [&](const quib::MirrorKernels& mirror) {
+    forEachTable<quib::MirrorKernels>([&](const quib::MirrorKernels& mirror) {
         uint8_t out[6];
         std::memcpy(out, dst, sizeof(dst));
         mirror.reverseBits({out, 3, 4}, {src, 1, 2}, 5, 2);

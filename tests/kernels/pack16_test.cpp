@@ -40,7 +40,7 @@ void checkRow(Pack pack, size_t pixelBytes, size_t count, const Packing16& packi
 
 void checkRows(Pack quib::Pack16Kernels::*pack, size_t pixelBytes)
 {
-    forEachTable(&quib::Kernels::pack16, [&](const quib::Pack16Kernels& kernels) {
+    forEachTable<quib::Pack16Kernels>([&](const quib::Pack16Kernels& kernels) {
         Random random(31);
         const auto shift = [&] {
             return Packing16::Shift{static_cast<uint8_t>(random.between(0, 8)),

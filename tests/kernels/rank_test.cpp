@@ -307,7 +307,7 @@ void expectVectorMediansOf(const quib::RankKernels& rank, quib::RankType type, R
 
 TEST(RankKernels, ExtremesAreThePlainOnes)
 {
-    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+    forEachTable<quib::RankKernels>([](const quib::RankKernels& rank) {
         Random random(91);
         forEachInteger([&](quib::RankType type, auto element) {
             using T = decltype(element);
@@ -323,7 +323,7 @@ TEST(RankKernels, ExtremesAreThePlainOnes)
 
 TEST(RankKernels, NetworksFindTheMedian)
 {
-    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+    forEachTable<quib::RankKernels>([](const quib::RankKernels& rank) {
         Random random(92);
         forEachInteger([&](quib::RankType type, auto element) {
             using T = decltype(element);
@@ -340,7 +340,7 @@ TEST(RankKernels, NetworksFindTheMedian)
 
 TEST(RankKernels, HistogramsOfColumnsFindEveryRank)
 {
-    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+    forEachTable<quib::RankKernels>([](const quib::RankKernels& rank) {
         Random random(93);
         for (const size_t nCols : {1, 2, 3, 8, 15, 51, 90})
             for (const size_t width : {1, 3, 63, 64, 65, 131})
@@ -356,7 +356,7 @@ TEST(RankKernels, HistogramsOfColumnsFindEveryRank)
 
 TEST(RankKernels, HistogramsOfColumnsCountUpTo65535)
 {
-    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+    forEachTable<quib::RankKernels>([](const quib::RankKernels& rank) {
         Random random(94);
         for (const HistogramCase& shape :
              {HistogramCase{3, 1, 257, 255, 0}, HistogramCase{2, 1, 1, 65535, 0},
@@ -368,7 +368,7 @@ TEST(RankKernels, HistogramsOfColumnsCountUpTo65535)
 
 TEST(RankKernels, VectorMediansAreThePlainOnes)
 {
-    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+    forEachTable<quib::RankKernels>([](const quib::RankKernels& rank) {
         Random random(95);
         expectVectorMediansOf<uint8_t>(rank, quib::RANK_U8, random);
         expectVectorMediansOf<int8_t>(rank, quib::RANK_S8, random);
@@ -380,7 +380,7 @@ TEST(RankKernels, VectorMediansAreThePlainOnes)
 
 TEST(RankKernels, VectorMediansOfNineAreThePlainOnes)
 {
-    forEachTable(&quib::Kernels::rank, [](const quib::RankKernels& rank) {
+    forEachTable<quib::RankKernels>([](const quib::RankKernels& rank) {
         Random random(96);
         expectMediansOfNine<uint8_t>(rank, quib::RANK_U8, random);
         expectMediansOfNine<int8_t>(rank, quib::RANK_S8, random);

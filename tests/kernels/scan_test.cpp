@@ -77,7 +77,7 @@ quib::ScanRows rowsOf(const Picture& dst, const Picture& src)
 
 TEST(ScanKernels, MovePixelsAlongLinesAndLeaveOutWhatLiesOutside)
 {
-    forEachTable(&quib::Kernels::scan, [](const quib::ScanKernels& scan) {
+    forEachTable<quib::ScanKernels>([](const quib::ScanKernels& scan) {
         Random random(91);
         for (int round = 0; round < 400; ++round) {
             Picture src(random.between(1, 30), random.between(1, 30), random);
@@ -99,7 +99,7 @@ TEST(ScanKernels, MovePixelsAlongLinesAndLeaveOutWhatLiesOutside)
 
 TEST(ScanKernels, MoveOnePixelAfterTheOtherInOneImage)
 {
-    forEachTable(&quib::Kernels::scan, [](const quib::ScanKernels& scan) {
+    forEachTable<quib::ScanKernels>([](const quib::ScanKernels& scan) {
         Random random(92);
         for (int round = 0; round < 200; ++round) {
             const Picture image(16, 3, random);
@@ -116,7 +116,7 @@ TEST(ScanKernels, MoveOnePixelAfterTheOtherInOneImage)
 
 TEST(ScanKernels, LeaveOutWhatIsNoNumber)
 {
-    forEachTable(&quib::Kernels::scan, [](const quib::ScanKernels& scan) {
+    forEachTable<quib::ScanKernels>([](const quib::ScanKernels& scan) {
         Random random(93);
         const Picture image(4, 4, random);
         const std::vector<uint8_t> before = image.pixels.contents();

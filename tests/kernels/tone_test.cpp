@@ -20,7 +20,7 @@ using Bytes = std::vector<uint8_t>;
 template<class Work>
 void forEachRow(Work work)
 {
-    forEachTable(&quib::Kernels::tone, [&](const quib::ToneKernels& kernels) {
+    forEachTable<quib::ToneKernels>([&](const quib::ToneKernels& kernels) {
         Random random(21);
         for (size_t step = 0; step <= 90; ++step) {
             // The last ones are long enough for a row that is begun at a line.

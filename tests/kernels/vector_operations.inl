@@ -2,14 +2,10 @@
 // here may call inline functions of a library header.
 #include "tests/kernels/vector_operations.h"
 
-#if defined(__SSE2__)
-#include <immintrin.h>
-#endif
+#include "kernels/vector.h"
 
 namespace quib::QUIB_LEVEL
 {
-
-#include "kernels/vector.inl"
 
 namespace
 {

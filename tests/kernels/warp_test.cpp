@@ -136,7 +136,7 @@ WarpFixed randomRun(const WarpSource& src, size_t count, Random& random)
 
 TEST(WarpFixed, IsItsPlainFormAnywhereInTheSourceAndBeyond)
 {
-    forEachTable(&quib::Kernels::warp, [](const quib::WarpKernels& kernels) {
+    forEachTable<quib::WarpKernels>([](const quib::WarpKernels& kernels) {
         Random random(1);
         for (int round = 0; round < 4000; ++round) {
             const int32_t mode = random.between(0, 1);
@@ -158,7 +158,7 @@ TEST(WarpFixed, IsItsPlainFormAnywhereInTheSourceAndBeyond)
 
 TEST(WarpFixed, TakesRunsOfEveryLength)
 {
-    forEachTable(&quib::Kernels::warp, [](const quib::WarpKernels& kernels) {
+    forEachTable<quib::WarpKernels>([](const quib::WarpKernels& kernels) {
         Random random(2);
         const Source src(97, 53, 4, 0, Guard::afterEnd, random);
         const WarpFixed turned{3000, 700000, 70000, -20000, 20000, 70000};
@@ -181,7 +181,7 @@ TEST(WarpFixed, TakesSourcesAtTheEndsOfWords)
     constexpr Size sizes[] = {{32767, 2, 0},  {32768, 2, 0}, {32769, 2, 0}, {40000, 3, 0},
                               {2, 32768, 0},  {2, 32769, 0}, {32766, 3, 4}, {32760, 3, 28},
                               {32760, 3, 32}, {32760, 3, 36}};
-    forEachTable(&quib::Kernels::warp, [&](const quib::WarpKernels& kernels) {
+    forEachTable<quib::WarpKernels>([&](const quib::WarpKernels& kernels) {
         Random random(3);
         for (const Size& size : sizes) {
             const Source src(size.width, size.height, 4, size.padding, Guard::afterEnd, random);
@@ -195,7 +195,7 @@ TEST(WarpFixed, TakesSourcesAtTheEndsOfWords)
 
 TEST(WarpFixed, TakesRowsThatGoUpwards)
 {
-    forEachTable(&quib::Kernels::warp, [](const quib::WarpKernels& kernels) {
+    forEachTable<quib::WarpKernels>([](const quib::WarpKernels& kernels) {
         Random random(4);
         for (int round = 0; round < 200; ++round) {
             const Source src(random.between(2, 60), random.between(2, 60), 4, 0, guards[round % 2],
@@ -213,7 +213,7 @@ TEST(WarpFixed, TakesRowsThatGoUpwards)
 // one another.
 TEST(WarpFixed, WeighsAllNeighboursExactly)
 {
-    forEachTable(&quib::Kernels::warp, [](const quib::WarpKernels& kernels) {
+    forEachTable<quib::WarpKernels>([](const quib::WarpKernels& kernels) {
         Random random(5);
         const Source src(2, 2, 4, 0, Guard::afterEnd, random);
         uint8_t* pixels = src.bytes.as<uint8_t>();

@@ -73,7 +73,7 @@ void expectPlainLines(uint64_t seed, Kernel kernel, SetTap setTap, Sum sum)
 
 TEST(ZoomKernels, LinearLineTakesTwoWeightedBytesAnElement)
 {
-    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
+    forEachTable<quib::ZoomKernels>([](const quib::ZoomKernels& kernels) {
         expectPlainLines<ZoomPairGroup>(
             1, kernels.linearLine,
             [](ZoomPairGroup* group, int32_t i, Random& random) {
@@ -90,7 +90,7 @@ TEST(ZoomKernels, LinearLineTakesTwoWeightedBytesAnElement)
 
 TEST(ZoomKernels, CubicLineTakesFourWeightedBytesAnElement)
 {
-    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
+    forEachTable<quib::ZoomKernels>([](const quib::ZoomKernels& kernels) {
         expectPlainLines<ZoomQuadGroup>(
             2, kernels.cubicLine,
             [](ZoomQuadGroup* group, int32_t i, Random& random) {
@@ -115,7 +115,7 @@ TEST(ZoomKernels, CubicLineTakesFourWeightedBytesAnElement)
 
 TEST(ZoomKernels, LinearRowWeighsTwoLinesAndCuts)
 {
-    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
+    forEachTable<quib::ZoomKernels>([](const quib::ZoomKernels& kernels) {
         Random random(3);
         for (size_t count = 0; count < 150; ++count) {
             const GuardedBuffer top(count * 2 + 2);
@@ -141,7 +141,7 @@ TEST(ZoomKernels, LinearRowWeighsTwoLinesAndCuts)
 
 TEST(ZoomKernels, CubicRowWeighsFourLinesRoundsAndClamps)
 {
-    forEachTable(&quib::Kernels::zoom, [](const quib::ZoomKernels& kernels) {
+    forEachTable<quib::ZoomKernels>([](const quib::ZoomKernels& kernels) {
         Random random(4);
         for (size_t count = 0; count < 150; ++count) {
             const GuardedBuffer block[4] = {

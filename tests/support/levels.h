@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 inline std::vector<const quib::Kernels*> availableLevels()
@@ -17,13 +18,24 @@ inline std::vector<const quib::Kernels*> availableLevels()
     return levels;
 }
 
+template<class Family>
+const Family& familyOf(const quib::Kernels& table)
+{
+    const auto& [level, levelName, block, alpha, layers, convert, zoom, area, stretch, bits,
+                 composite, pixel, select, rank, mirror, convolve, dither, warp, tone, scan, gray,
+                 fixed, box, pack16] = table;
+    return std::get<const Family&>(std::tie(block, alpha, layers, convert, zoom, area, stretch,
+                                            bits, composite, pixel, select, rank, mirror, convolve,
+                                            dither, warp, tone, scan, gray, fixed, box, pack16));
+}
+
 // Calls work(kernels) with each level's kernels of a family.
 template<class Family, class Work>
-void forEachTable(Family quib::Kernels::*family, Work work)
+void forEachTable(Work work)
 {
     for (const quib::Kernels* table : availableLevels()) {
         SCOPED_TRACE(table->levelName);
-        work(table->*family);
+        work(familyOf<Family>(*table));
     }
 }
 

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -157,7 +162,9 @@ void from4Planes(uint8_t* __restrict dst, const uint8_t* first, const uint8_t* s
     }
 }
 
-constexpr ConvertKernels convertKernels{
+} // namespace
+
+constinit const ConvertKernels convertKernels{
     .opaqueFrom24 = opaqueFrom24,
     .opaqueFrom32 = opaqueFrom32,
     .to24 = to24,
@@ -166,4 +173,4 @@ constexpr ConvertKernels convertKernels{
     .from4Planes = from4Planes,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

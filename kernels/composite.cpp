@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 namespace composite
@@ -341,7 +346,9 @@ constexpr CompositeRows<Row> rowsOf{{
 
 } // namespace composite
 
-constexpr CompositeKernels compositeKernels{
+} // namespace
+
+constinit const CompositeKernels compositeKernels{
     .pixels = composite::rowsOf<CompositePixels, composite::PixelRows>,
     .dividedPixels = composite::rowsOf<CompositePixels, composite::DividedPixelRows>,
     .tinted = composite::rowsOf<CompositeTinted, composite::TintedRows>,
@@ -367,4 +374,4 @@ constexpr CompositeKernels compositeKernels{
                  composite::alphaRow<composite::WordDomain, composite::Plus>},
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -501,10 +506,12 @@ void spanMeans(uint8_t* dst, const float* sums, const AreaSpan* spans, size_t wi
     }
 }
 
-constexpr AreaKernels areaKernels{
+} // namespace
+
+constinit const AreaKernels areaKernels{
     .blockMeans = blockMeans,
     .spanColumns = spanColumns,
     .spanMeans = spanMeans,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -94,7 +99,9 @@ void scatter(void* dst, const void* src, size_t stride, const uint8_t* choice, s
             out[i * stride] = in[i];
 }
 
-constexpr SelectKernels selectKernels{
+} // namespace
+
+constinit const SelectKernels selectKernels{
     .spread = spread,
     .blend = blend,
     .bytes = {.gather = gather<uint8_t>, .scatter = scatter<uint8_t>},
@@ -102,4 +109,4 @@ constexpr SelectKernels selectKernels{
     .doubleWords = {.gather = gather<uint32_t>, .scatter = scatter<uint32_t>},
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

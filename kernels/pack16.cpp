@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 namespace pack16
@@ -125,10 +130,12 @@ void fromGray(uint8_t* __restrict dst, const uint8_t* __restrict src, size_t cou
 
 } // namespace pack16
 
-constexpr Pack16Kernels pack16Kernels{
+} // namespace
+
+constinit const Pack16Kernels pack16Kernels{
     .from32 = pack16::packRow<pack16::From32>,
     .from24 = pack16::packRow<pack16::From24>,
     .fromGray = pack16::fromGray,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

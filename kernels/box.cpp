@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -232,7 +237,9 @@ void boxFloatMeans(void* dst, const void* columnsIn, void* sumsOut, const BoxWin
     }
 }
 
-constexpr BoxKernels boxKernels{
+} // namespace
+
+constinit const BoxKernels boxKernels{
     .move = {boxMove<uint8_t, uint16_t>, boxMove<uint8_t, uint32_t>, boxMove<uint16_t, uint32_t>,
              boxMove<uint8_t, uint64_t>, boxMove<uint16_t, uint64_t>, boxMove<uint32_t, uint64_t>,
              boxMoveFloats},
@@ -241,4 +248,4 @@ constexpr BoxKernels boxKernels{
               boxManyMeans<uint32_t>, boxFloatMeans},
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 namespace tone
@@ -278,11 +283,13 @@ void hueAndSaturationBack(uint8_t* dst, const uint8_t* src, const int32_t* hues,
 
 } // namespace tone
 
-constexpr ToneKernels toneKernels{
+} // namespace
+
+constinit const ToneKernels toneKernels{
     .curve = tone::curve<true>,
     .curveIntoNew = tone::curve<false>,
     .hueAndSaturation = tone::hueAndSaturation,
     .hueAndSaturationBack = tone::hueAndSaturationBack,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -100,6 +105,8 @@ void movePixels(const ScanRows& rows, const double (&first)[4], const double (&s
     }
 }
 
-constexpr ScanKernels scanKernels{.move = movePixels};
-
 } // namespace
+
+constinit const ScanKernels scanKernels{.move = movePixels};
+
+} // namespace quib::QUIB_LEVEL

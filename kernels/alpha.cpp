@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -69,10 +74,12 @@ void scaleAlpha(uint8_t* pixels, uint32_t scale, size_t count)
     }
 }
 
-constexpr AlphaKernels alphaKernels{
+} // namespace
+
+constinit const AlphaKernels alphaKernels{
     .constant = constantAlpha,
     .fromPlane = alphaFromPlane,
     .scale = scaleAlpha,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

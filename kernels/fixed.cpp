@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -169,7 +174,9 @@ void fixedFinish(void* dst, const void* sums, const void* middle, int32_t number
             fixedFinish<form, int16_t>, fixedFinish<form, int32_t>, fixedFinish<form, float>       \
     }
 
-constexpr FixedKernels fixedKernels{
+} // namespace
+
+constinit const FixedKernels fixedKernels{
     .down = {fixedSums<uint8_t, int16_t>, fixedSums<int8_t, int16_t>, fixedSums<uint16_t, int32_t>,
              fixedSums<int16_t, int32_t>, fixedSums<int32_t, int64_t>, fixedFloatSums},
     .across = {fixedSums<int16_t, int16_t>, fixedSums<int16_t, int16_t>,
@@ -182,4 +189,4 @@ constexpr FixedKernels fixedKernels{
 
 #undef QUIB_FIXED_FINISHES
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -73,7 +78,9 @@ uint8_t largest(const uint8_t* bytes, size_t count, bool skipFourth)
     return most;
 }
 
-constexpr BlockKernels blockKernels{
+} // namespace
+
+constinit const BlockKernels blockKernels{
     .fill32 = fill32,
     .fill16 = fill16,
     .copy = copy,
@@ -81,4 +88,4 @@ constexpr BlockKernels blockKernels{
     .largest = largest,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

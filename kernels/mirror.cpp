@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -443,7 +448,9 @@ void reverseBits(BitRows<uint8_t> dst, BitRows<const uint8_t> src, size_t width,
                       static_cast<size_t>(src.start), width);
 }
 
-constexpr MirrorKernels mirrorKernels{
+} // namespace
+
+constinit const MirrorKernels mirrorKernels{
     .reverse = reverse,
     .reverseRows = reverseRows,
     .copyRows = copyRows,
@@ -453,4 +460,4 @@ constexpr MirrorKernels mirrorKernels{
     .reverseBits = reverseBits,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -437,7 +442,7 @@ void lerpSteps32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_
     lerpStepsPlain32(dst + done * 4, upper + at, lower + at, step, count - done);
 }
 
-constexpr StretchKernels stretchKernels{
+constexpr StretchKernels runs{
     .gather8 = gather8,
     .gather32 = gatherPlain32,
     .planBlocks32 = planBlocks32,
@@ -459,7 +464,7 @@ size_t planNoBlocks(GatherBlock*, const uint32_t*, size_t)
 
 void gatherNoBlocks(uint8_t*, const uint8_t*, const GatherBlock*, size_t) {}
 
-constexpr StretchKernels stretchKernels{
+constexpr StretchKernels runs{
     .gather8 = gatherPlain8,
     .gather32 = gatherPlain32,
     .planBlocks32 = planNoBlocks,
@@ -474,3 +479,7 @@ constexpr StretchKernels stretchKernels{
 #endif
 
 } // namespace
+
+constinit const StretchKernels stretchKernels = runs;
+
+} // namespace quib::QUIB_LEVEL

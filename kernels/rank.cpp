@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -732,7 +737,9 @@ void vectorMedianOfNine(void* dst, const void* const* planes, size_t n, size_t w
     }
 }
 
-constexpr RankKernels rankKernels{
+} // namespace
+
+constinit const RankKernels rankKernels{
     .larger = {largerRow<uint8_t>, largerRow<int8_t>, largerRow<uint16_t>, largerRow<int16_t>,
                largerRow<int32_t>},
     .smaller = {smallerRow<uint8_t>, smallerRow<int8_t>, smallerRow<uint16_t>, smallerRow<int16_t>,
@@ -751,4 +758,4 @@ constexpr RankKernels rankKernels{
                       vectorMedian<float, float>},
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,19 +1,12 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
 // --- Bits at any offset --------------------------------------------------------------
-
-// The `count` (1 to 8) bits from bit `start` on, first in a byte; what follows
-// them is undefined. Touches no byte that holds none of them.
-uint32_t loadBits(const uint8_t* bytes, size_t start, size_t count)
-{
-    const uint8_t* byte = bytes + (start >> 3);
-    const size_t offset = start & 7;
-    uint32_t pair = static_cast<uint32_t>(byte[0]) << 8;
-    if (offset + count > 8)
-        pair |= byte[1];
-    return pair << offset >> 8 & 0xFF;
-}
 
 // Bytes that begin `shift` (0 to 7) bits into theirs. Reads a byte more than
 // a word holds.
@@ -220,7 +213,9 @@ struct BitSelect {
     }
 };
 
-constexpr BitKernels bitKernels{
+} // namespace
+
+constinit const BitKernels bitKernels{
     .copy = bitRun<BitCopy>,
     .andS = bitRun<BitAnd<false>>,
     .orS = bitRun<BitOr<false>>,
@@ -232,4 +227,4 @@ constexpr BitKernels bitKernels{
     .select = bitRun<BitSelect>,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

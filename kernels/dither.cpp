@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 namespace dither
@@ -275,7 +280,9 @@ void toElements(Element* dst, size_t stride, const double* levels, size_t count,
 
 } // namespace dither
 
-constexpr DitherKernels ditherKernels{
+} // namespace
+
+constinit const DitherKernels ditherKernels{
     .floydSteinberg = dither::diffuse<dither::FloydSteinberg>,
     .jarvisJudiceNinke = dither::diffuse<dither::JarvisJudiceNinke>,
     .stucki = dither::diffuse<dither::Stucki>,
@@ -292,4 +299,4 @@ constexpr DitherKernels ditherKernels{
     .toFloats = dither::toElements<float, int64_t>,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -652,10 +657,12 @@ void warpRun(const WarpTarget& dst, const WarpSource& src, const Run& run, size_
         });
 }
 
-template<WarpMode mode>
-void warpAffineWords(const WarpTarget& dst, const WarpSource& source, const WarpFixed& run,
-                     size_t count); // in warpaffine.inl
-bool warpTakesAffineWords(const WarpTarget& dst, const WarpSource& src);
+} // namespace
+
+#include "kernels/warpaffine.inl"
+
+namespace
+{
 
 template<WarpMode mode>
 void warpAffine(const WarpTarget& dst, const WarpSource& src, const WarpFixed& run, size_t count)
@@ -675,7 +682,9 @@ void warpBits(const WarpTarget& dst, const WarpSource& src, const Run& run, size
         });
 }
 
-constexpr WarpKernels warpKernels{
+} // namespace
+
+constinit const WarpKernels warpKernels{
     .fixed8 = {warpAffine<warpNearest>, warpAffine<warpLinear>, warpAffine<warpCubic>},
     .ratio8 = {warpRun<warpNearest, uint8_t, int32_t, WarpRatio<float>>,
                warpRun<warpLinear, uint8_t, int32_t, WarpRatio<float>>,
@@ -690,4 +699,4 @@ constexpr WarpKernels warpKernels{
     .ratioBits = warpBits<WarpRatio<float>>,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

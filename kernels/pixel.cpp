@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 namespace pixel
@@ -631,6 +636,8 @@ constexpr PixelKernels table{
 
 } // namespace pixel
 
-constexpr PixelKernels pixelKernels = pixel::table;
-
 } // namespace
+
+constinit const PixelKernels pixelKernels = pixel::table;
+
+} // namespace quib::QUIB_LEVEL

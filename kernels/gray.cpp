@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 namespace gray
@@ -199,7 +204,9 @@ void expand8(uint8_t* dst, size_t stride, const uint8_t* bits, size_t count, uin
 
 } // namespace gray
 
-constexpr GrayKernels grayKernels{
+} // namespace
+
+constinit const GrayKernels grayKernels{
     .from8To8 = gray::from8To8,
     .from8To16 = gray::elements<gray::From8To16>,
     .from8To1 = gray::bits<gray::From8To1>,
@@ -214,4 +221,4 @@ constexpr GrayKernels grayKernels{
     .expand32 = gray::expand<uint32_t>,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

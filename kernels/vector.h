@@ -1,4 +1,4 @@
-// The vectors that the bodies are written in.
+// The vectors that the kernels are written in.
 //
 // How a kernel is written. A body is a loop over a row in the words of this
 // file: it loads vectors, computes with operators and the functions below, and
@@ -16,15 +16,27 @@
 // come out the same. A benchmark shows what the vectors gain, on rows that lie in
 // the caches and on rows that do not; what gains nothing is left to the compiler.
 //
-// How a level is added. A value of KernelLevel; a file level_NAME.cpp of two
-// lines; its flags in kernels/CMakeLists.txt; the features that those flags
-// permit, asked for in choose.cpp; its name in tests/kernels/levels_test.cpp.
+// How a level is added. A value of KernelLevel; its flags in
+// cmake/QuibCompile.cmake; the features that those flags permit, asked for in
+// choose.cpp; its name in kernels/CMakeLists.txt and tests/kernels/levels_test.cpp.
 // For another family of processors, forms beside those for SSE2 here; a test
 // compares each of them with plain arithmetic.
 //
 // Operators compute lane by lane, modulo the lane's size; a comparison gives a
 // mask, whose lanes are all ones or 0. "Part" means 16 bytes: some functions
 // work within each part, as the processors do, and their inverses do too.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -155,6 +167,18 @@ QUIB_INLINE uint32_t loadWord(const void* address)
 QUIB_INLINE void storeWord(void* address, uint32_t word)
 {
     __builtin_memcpy(address, &word, 4);
+}
+
+// The `count` (1 to 8) bits from bit `start` on, first in a byte; what follows
+// them is undefined. Touches no byte that holds none of them.
+QUIB_INLINE uint32_t loadBits(const uint8_t* bytes, size_t start, size_t count)
+{
+    const uint8_t* byte = bytes + (start >> 3);
+    const size_t offset = start & 7;
+    uint32_t pair = static_cast<uint32_t>(byte[0]) << 8;
+    if (offset + count > 8)
+        pair |= byte[1];
+    return pair << offset >> 8 & 0xFF;
 }
 
 // No address needs alignment.
@@ -1013,3 +1037,5 @@ QUIB_INLINE V squareRoots(V floats)
 }
 
 } // namespace
+
+} // namespace quib::QUIB_LEVEL

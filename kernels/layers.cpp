@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 // Looking the weights up takes twice as long as computing them: the table does not
 // fit in the first cache, and gathers are slow.
 namespace
@@ -266,10 +271,12 @@ void colourBlendRow(uint8_t* target, const uint8_t* under, const uint8_t* over, 
 
 } // namespace layers
 
-constexpr LayerKernels layerKernels{
+} // namespace
+
+constinit const LayerKernels layerKernels{
     .pairBlend = layers::blendRow<layers::PairBlend>,
     .alphaBlend = layers::blendRow<layers::AlphaBlend>,
     .colourBlend = layers::colourBlendRow,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -147,11 +152,13 @@ void cubicRow(uint8_t* dst, const int16_t* const lines[4], const int16_t weights
         dst[i] = cubicElement(lines, weights, i);
 }
 
-constexpr ZoomKernels zoomKernels{
+} // namespace
+
+constinit const ZoomKernels zoomKernels{
     .linearLine = linearLine,
     .cubicLine = cubicLine,
     .linearRow = linearRow,
     .cubicRow = cubicRow,
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

@@ -1,3 +1,8 @@
+#include "kernels/level.h"
+
+namespace quib::QUIB_LEVEL
+{
+
 namespace
 {
 
@@ -402,7 +407,9 @@ void convolveFinish16(void* outBytes, const int16_t* in, size_t count)
         [&](size_t i) { out[i] = saturated<Element>(in[i]); });
 }
 
-constexpr ConvolveKernels convolveKernels{
+} // namespace
+
+constinit const ConvolveKernels convolveKernels{
     .sums16 = {convolveSums16<uint8_t>, convolveSums16<int8_t>},
     .sums32 = {convolveSums32<uint8_t>, convolveSums32<int8_t>, convolveSums32<uint16_t>,
                convolveSums32<int16_t>},
@@ -425,4 +432,4 @@ constexpr ConvolveKernels convolveKernels{
                     convolveFinish<int32_t, float>},
 };
 
-} // namespace
+} // namespace quib::QUIB_LEVEL

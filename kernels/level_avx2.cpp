@@ -1,2 +1,0 @@
-#define QUIB_LEVEL avx2
-#include "kernels/level.inl"

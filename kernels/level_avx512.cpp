@@ -1,2 +1,0 @@
-#define QUIB_LEVEL avx512
-#include "kernels/level.inl"

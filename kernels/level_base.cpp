@@ -1,2 +1,0 @@
-#define QUIB_LEVEL base
-#include "kernels/level.inl"
