@@ -66,30 +66,56 @@ bool leavesPicture(const Key& key)
            key.act == toggleCorners;
 }
 
+void act(View* view, const Key& key)
+{
+    // What is shown is what is edited.
+    if (view->corners.areShown && !leavesPicture(key))
+        toggleCorners(view);
+    if (key.edit)
+        applyEdit(view, key.edit, key.name);
+    else
+        key.act(view);
+}
+
+// The list is a ring.
+void choose(View* view, int32_t step)
+{
+    constexpr int32_t count = static_cast<int32_t>(std::size(keys));
+    view->chosenKey = (view->chosenKey + count + step) % count;
+}
+
+bool pressInList(View* view, char key)
+{
+    if (key == upKey || key == downKey)
+        choose(view, key == upKey ? -1 : 1);
+    else if (key == enterKey)
+        act(view, keys[view->chosenKey]);
+    else
+        return false;
+    return true;
+}
+
 } // namespace
 
 bool pressKey(View* view, char key)
 {
+    if (view->showsKeys && pressInList(view, key))
+        return true;
     const Key* found = std::find_if(std::begin(keys), std::end(keys),
                                     [&](const Key& known) { return known.key == key; });
     if (found == std::end(keys))
         return false;
-    // What is shown is what is edited.
-    if (view->corners.areShown && !leavesPicture(*found))
-        toggleCorners(view);
-    if (found->edit)
-        applyEdit(view, found->edit, found->name);
-    else
-        found->act(view);
+    act(view, *found);
     return true;
 }
 
 // Two to a line.
-std::vector<std::string> keyLines()
+std::vector<std::string> keyLines(const View& view)
 {
     std::vector<std::string> texts{"DRAG MOVE", "WHEEL ZOOM"};
     for (const Key& key : keys)
-        texts.push_back(std::string(1, key.key) + " " + key.name);
+        texts.push_back(std::string(1, key.key) + (&key == keys + view.chosenKey ? ">" : " ") +
+                        key.name);
     texts.push_back("ESC LEAVE");
     const size_t count = (texts.size() + 1) / 2;
     const size_t column = 14;

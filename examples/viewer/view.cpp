@@ -74,7 +74,7 @@ std::vector<std::string> panelLines(const View& view)
     else if (!view.edit.empty())
         lines.push_back(view.edit);
     if (view.showsKeys)
-        for (const std::string& line : keyLines())
+        for (const std::string& line : keyLines(view))
             lines.push_back(line);
     else
         lines.push_back("K FOR KEYS");

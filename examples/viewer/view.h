@@ -39,6 +39,7 @@ struct View {
     std::vector<Handle> past; // pictures before the last edits
     std::string edit;         // the last one's name
     bool showsKeys = false;
+    int32_t chosenKey = 0;  // of those that the panel lists
     bool isDragged = false; // by the mouse, which was last seen at
     double mouseX = 0;
     double mouseY = 0;

@@ -24,9 +24,11 @@ void show(SDL_Window* window, const View& view)
     SDL_UpdateWindowSurface(window);
 }
 
-// Letters and digits have their codes in ASCII.
+// Letters, digits and Enter have their codes in ASCII.
 bool handleKey(SDL_Keycode key, View* view)
 {
+    if (key == SDLK_UP || key == SDLK_DOWN)
+        return pressKey(view, key == SDLK_UP ? upKey : downKey);
     const bool isLetter = key >= SDLK_a && key <= SDLK_z;
     return key < 128 && pressKey(view, static_cast<char>(isLetter ? key - 'a' + 'A' : key));
 }

@@ -48,8 +48,11 @@ void pressKey(HWND window, WPARAM key)
         DestroyWindow(window);
         return;
     }
-    // Letters and digits have their codes in ASCII.
-    if (key < 128 && pressKey(&view, static_cast<char>(key)))
+    // Letters, digits and Enter have their codes in ASCII.
+    char pressed = key < 128 ? static_cast<char>(key) : '\0';
+    if (key == VK_UP || key == VK_DOWN)
+        pressed = key == VK_UP ? upKey : downKey;
+    if (pressKey(&view, pressed))
         redraw(window);
 }
 

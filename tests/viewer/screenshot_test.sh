@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # screenshot_test.sh DIRECTORY PICTURE PROGRAM [WRAPPER...]
 #
-# Starts the viewer on a display without a screen, with a fixed view and then with a
-# filter, a warp and a dragged corner, takes a picture of the display each time, and
-# compares the window with the frame that the viewer says it made. They stay in
-# DIRECTORY, as frame.bmp and screen.png and as warped-frame.bmp and warped-screen.png.
+# Starts the viewer on a display without a screen, with a fixed view, with a filter, a
+# warp and a dragged corner, and in a window of a phone's size with the list of keys,
+# takes a picture of the display each time, and compares the window with the frame that
+# the viewer says it made. They stay in DIRECTORY, as frame.bmp and screen.png, and the
+# same after warped- and phone-.
 # Exit status 77: skipped, for want of a tool. With a Wine session around, the
 # program is a Windows one and the display is the session's.
 set -uo pipefail
@@ -88,6 +89,7 @@ shows() {
 command=("$@" "$program")
 shows '' --view 21.3,14.6,2.35 --mode 2 || exit 1
 shows warped- --keys 5KW --drag 862,574,520,330 || exit 1
+shows phone- --size 375x667 --keys 5K || exit 1
 cmp -s frame.bmp warped-frame.bmp && {
     echo 'both frames are the same'
     exit 1

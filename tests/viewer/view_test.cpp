@@ -377,11 +377,41 @@ TEST(View, TellsTheKeysInItsPanel)
     renderFrame(&view);
     EXPECT_GT(view.panel.pixels->height, low);
     std::string all;
-    for (const std::string& line : keyLines())
+    for (const std::string& line : keyLines(view))
         all += line + "\n";
-    for (const char* text : {"DRAG MOVE", "WHEEL ZOOM", "W CORNERS", "U UNDO", "ESC LEAVE"})
+    for (const char* text :
+         {"DRAG MOVE", "WHEEL ZOOM", "M>MODE", "W CORNERS", "U UNDO", "ESC LEAVE"})
         EXPECT_NE(all.find(text), std::string::npos) << text;
     pressKey(&view, 'K');
     renderFrame(&view);
     EXPECT_EQ(view.panel.pixels->height, low);
+}
+
+TEST(View, DoesWhatIsChosenInTheListOfKeys)
+{
+    View view = makeView(60, 50, 300, 200);
+    View plain = makeView(60, 50, 300, 200);
+    EXPECT_FALSE(pressKey(&view, downKey));
+    pressKey(&view, 'K');
+    const auto chosen = [&](const std::string& text) {
+        for (const std::string& line : keyLines(view))
+            if (line.find(text) != std::string::npos)
+                return true;
+        return false;
+    };
+    ASSERT_TRUE(pressKey(&view, upKey));
+    EXPECT_TRUE(chosen("I>ONE FIELD"));
+    ASSERT_TRUE(pressKey(&view, upKey));
+    EXPECT_TRUE(chosen("N>NEGATIVE"));
+    EXPECT_FALSE(chosen("I>"));
+    ASSERT_TRUE(pressKey(&view, enterKey));
+    pressKey(&plain, 'N');
+    EXPECT_EQ(bytesOf(view.picture.get()), bytesOf(plain.picture.get()));
+    for (int i = 0; i < 2; ++i)
+        pressKey(&view, downKey);
+    EXPECT_TRUE(chosen("M>MODE"));
+    pressKey(&view, enterKey);
+    EXPECT_NE(view.mode, plain.mode);
+    pressKey(&view, 'K');
+    EXPECT_FALSE(pressKey(&view, enterKey));
 }
