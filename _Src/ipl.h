@@ -2,7 +2,7 @@
 // images. Internal to the library; nothing here is exported.
 #pragma once
 
-#include "_Src/iplimage.h"
+#include "quibtool/iplimage.h"
 
 #include <cstddef>
 

@@ -2,7 +2,7 @@
 
 #include "benchmarks/bench.h"
 #include "benchmarks/pixels.h"
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #if defined(QUIB_BENCH_LIBYUV)
 #include <libyuv/convert_argb.h>

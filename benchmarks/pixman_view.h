@@ -3,7 +3,7 @@
 
 #if defined(QUIB_BENCH_PIXMAN)
 
-#include "_Src/iplimage.h"
+#include "quibtool/iplimage.h"
 
 #include <pixman.h>
 

@@ -2,7 +2,7 @@
 
 #include "benchmarks/bench.h"
 #include "benchmarks/pixels.h"
-#include "platform/ddraw.h"
+#include "quibtool/platform/ddraw.h"
 
 #if defined(QUIB_BENCH_LIBYUV)
 #include <libyuv/convert_argb.h>

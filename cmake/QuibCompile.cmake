@@ -54,13 +54,15 @@ endif()
 function(quib_library_settings target)
   target_compile_options(${target} PRIVATE ${QUIB_WARNINGS}
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_include_directories(${target} PRIVATE
+    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 endfunction()
 
 # Settings for tests, benchmarks and examples.
 function(quib_program_settings target)
   target_compile_options(${target} PRIVATE ${QUIB_WARNINGS})
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_include_directories(${target} PRIVATE
+    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
   if(MINGW)
     target_link_options(${target} PRIVATE -static)
   endif()

@@ -1,16 +1,10 @@
 # make install: the two libraries, their headers, a CMake package and a
-# pkg-config file. The headers keep their places to each other.
+# pkg-config file.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS QuibTool quibtool_static EXPORT QuibTool)
 install(TARGETS quib_platform EXPORT QuibTool)
-install(FILES quibtool/quibtool.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/quibtool)
-install(FILES _Src/iplimage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/_Src)
-if(NOT WIN32)
-  install(FILES platform/platform.h platform/types.h platform/memory.h platform/gdi.h
-    platform/ddraw.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QuibTool/platform)
-endif()
+install(DIRECTORY include/quibtool DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QuibTool)
 install(EXPORT QuibTool FILE QuibToolTargets.cmake NAMESPACE QuibTool:: DESTINATION ${package_dir})

@@ -2,7 +2,7 @@
 #include "fuzz/fuzz.h"
 #include "fuzz/temporary_file.h"
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "quibtool/quibtool.h"
 
 namespace

@@ -3,7 +3,7 @@
 // image.
 #include "fuzz/fuzz.h"
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "quibtool/quibtool.h"
 
 #include <algorithm>

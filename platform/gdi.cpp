@@ -1,4 +1,4 @@
-#include "platform/gdi.h"
+#include "quibtool/platform/gdi.h"
 
 #include "platform/handles.h"
 

@@ -1,4 +1,4 @@
-#include "platform/memory.h"
+#include "quibtool/platform/memory.h"
 
 #include "platform/handles.h"
 #include "platform/largepages.h"

@@ -1,8 +1,8 @@
 #include "_Src/dib/block.h"
 #include "_Src/ipl.h"
 #include "kernels/kernels.h"
-#include "platform/platform.h"
 #include "quibtool/handle.h"
+#include "quibtool/platform.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-#include "platform/platform.h"
 #include "quibtool/handle.h"
+#include "quibtool/platform.h"
 
 using namespace quib;
 

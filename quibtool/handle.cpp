@@ -3,7 +3,7 @@
 #include "_Src/image/liveblocks.h"
 #include "_Src/ipl.h"
 #include "kernels/kernels.h"
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #include <algorithm>
 #include <cstdio>

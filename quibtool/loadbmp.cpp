@@ -1,6 +1,6 @@
 #include "_Src/ipl.h"
-#include "platform/platform.h"
 #include "quibtool/handle.h"
+#include "quibtool/platform.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // What QuibLoadFramePsd2Bmp makes of the reader's frames.
 #pragma once
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "quibtool/quibtool.h"
 
 // A handle from a packed bitmap of 1, 8, 24 or 32 bits; those of 24 bits become

@@ -1,7 +1,7 @@
 #include "quibtool/transfer.h"
 
 #include "_Src/ipl.h"
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 using namespace quib;
 

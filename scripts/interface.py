@@ -24,7 +24,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-HEADER = "quibtool/quibtool.h"
+HEADER = "include/quibtool/quibtool.h"
 LABELS = ("Depths", "Fails", "Ends the process", "Ownership", "Source")
 NUMBERS = ("one", "two", "three", "four", "five", "six", "seven", "eight", "nine", "ten")
 

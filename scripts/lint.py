@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """lint.py [ROOT]: checks the habits of the house that no compiler checks.
 
-- Includes go downwards (RANKS, ROOMS), and neither files nor the engine's rooms
+- Includes go downwards (RANKS, ROOMS, INTERFACE), and neither files nor the engine's rooms
   include one another in a circle.
 - In the library's folders a function has at most 40 lines, from its name to its
   last brace, and at most 3 levels of nesting: if, for, while, do, switch, a bare
@@ -38,7 +38,10 @@ LIBRARY = ("quibtool", "_Src", "kernels", "platform", "zxdll")
 # rank may use each other in one direction.
 ROOMS = {"": 0, "image": 1, "walk": 2, "pixel": 3, "size": 4, "dib": 4, "warp": 4, "colour": 4,
          "window": 4}
-DOCUMENTED = ("quibtool/quibtool.h", "_Src/ipl.h")
+# Each header of programs belongs to the folder that serves it.
+INTERFACE = {"quibtool.h": "quibtool", "iplimage.h": "_Src", "platform.h": "platform",
+             "platform": "platform"}
+DOCUMENTED = ("include/quibtool/quibtool.h", "_Src/ipl.h")
 SUFFIXES = {".c", ".cpp", ".h", ".inl"}
 
 
@@ -51,7 +54,7 @@ class Unreadable(Exception):
 
 def sources(root):
     """All source files, as paths relative to the root."""
-    for folder in RANKS:
+    for folder in ("include", *RANKS):
         for path in sorted((root / folder).rglob("*")):
             if path.suffix in SUFFIXES and path.is_file():
                 yield path.relative_to(root)
@@ -63,13 +66,20 @@ def includes(root, source):
     pattern = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
     for match in pattern.finditer(text):
         line = text.count("\n", 0, match.start()) + 1
-        for base in (root / source.parent, root):
+        for base in (root / source.parent, root, root / "include"):
             target = (base / match[1]).resolve()
             if target.is_file() and target.is_relative_to(root):
                 yield line, target.relative_to(root)
                 break
         else:
             yield line, None
+
+
+def home(path):
+    """Where a header of programs would lie in the folder that it belongs to."""
+    if path.parts[:2] != ("include", "quibtool") or path.parts[2] not in INTERFACE:
+        return path
+    return pathlib.PurePath(INTERFACE[path.parts[2]], path.name)
 
 
 def room(path):
@@ -105,18 +115,21 @@ def circles(edges):
 def check_includes(root):
     files, rooms = {}, {}
     for source in sources(root):
+        if home(source).parts[0] == "include":
+            yield f"{source}:1: belongs to no folder (INTERFACE in lint.py)"
+            continue
         if source.parts[0] == "_Src" and room(source) not in ROOMS:
             yield f"{source}:1: the engine has no room '{room(source)}' (ROOMS in lint.py)"
             continue
         for line, target in includes(root, source):
             if target is None:
                 # Tests may include what the build makes for them.
-                if source.parts[0] in LIBRARY:
+                if home(source).parts[0] in LIBRARY:
                     yield f"{source}:{line}: includes a file that is not there"
                 continue
             if target.parts[:1] == ("_Src",) and room(target) not in ROOMS:
                 continue  # told of where the file itself is looked at
-            if not goes_down(source, target):
+            if not goes_down(home(source), home(target)):
                 yield f"{source}:{line}: includes upwards: {target}"
             files.setdefault(source.as_posix(), set()).add(target.as_posix())
             if source.parts[0] == target.parts[0] == "_Src" and room(source) != room(target):
@@ -326,7 +339,7 @@ class Nesting:
 
 def check_functions(root):
     for source in sources(root):
-        if source.parts[0] not in LIBRARY:
+        if home(source).parts[0] not in LIBRARY:
             continue
         try:
             tokens = Tokens((root / source).read_text(encoding="utf-8"))
@@ -387,7 +400,7 @@ def check_docstrings(root):
             declared.add(name)
             if not documented:
                 yield f"{header}:{line}: {name} has no docstring"
-        if header == "quibtool/quibtool.h":
+        if header == "include/quibtool/quibtool.h":
             exported = (root / "quibtool/exports.txt").read_text(encoding="utf-8").split()
             for name in exported:
                 if name not in declared:

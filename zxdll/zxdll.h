@@ -1,7 +1,7 @@
 // The reader of PSD files: layers become frames, bitmaps in global memory.
 #pragma once
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #include <cstddef>
 #include <cstdint>

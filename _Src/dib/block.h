@@ -3,7 +3,7 @@
 // reads 0, and writes there are dropped.
 #pragma once
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #include <cstddef>
 #include <cstdint>

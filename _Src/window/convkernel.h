@@ -1,7 +1,7 @@
 // The kernels of convolutions, as callers hold them.
 #pragma once
 
-#include "_Src/iplimage.h"
+#include "quibtool/iplimage.h"
 
 // Taps and anchor are stored mirrored, so that a convolution is a plain sum of
 // tap * pixel over its window.

@@ -2,7 +2,7 @@
 #include "examples/demo/families.h"
 #include "examples/demo/tools.h"
 #include "examples/support/bitmapfile.h"
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #include <cstring>
 #include <vector>

@@ -1,5 +1,5 @@
 /* Loads a picture, fits it into a frame and reads a pixel of the result. */
-#include "quibtool.h"
+#include <quibtool/quibtool.h>
 
 #include <stddef.h>
 #include <stdint.h>

@@ -1,6 +1,6 @@
 #include "examples/support/bitmapfile.h"
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #include <cstring>
 #include <filesystem>

@@ -2,7 +2,7 @@
 // a table of functions; the library calls the three that are there.
 #pragma once
 
-#include "platform/ddraw.h"
+#include "quibtool/platform/ddraw.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "examples/support/bitmapfile.h"
 #include "examples/viewer/corners.h"
 #include "examples/viewer/keys.h"
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 // What the library reads of a drawing surface while it is locked.
 #pragma once
 
-#include "platform/ddraw.h"
 #include "quibtool/blockwalk.h"
+#include "quibtool/platform/ddraw.h"
 #include "quibtool/quibtool.h"
 
 #include <cstdint>

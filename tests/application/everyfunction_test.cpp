@@ -1,6 +1,6 @@
 // Calls every function that the library exports, found by name, on small images of
 // one colour, and looks at what each one gives.
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "quibtool/quibtool.h"
 #include "tests/application/library.h"
 #include "tests/support/memory_surface.h"

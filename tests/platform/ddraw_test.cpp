@@ -1,4 +1,4 @@
-#include "platform/ddraw.h"
+#include "quibtool/platform/ddraw.h"
 
 #include "tests/support/memory_surface.h"
 

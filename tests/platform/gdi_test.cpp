@@ -1,4 +1,4 @@
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
 

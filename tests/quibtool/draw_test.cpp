@@ -1,7 +1,7 @@
 #include "quibtool/quibtool.h"
 
-#include "platform/platform.h"
 #include "quibtool/handle.h"
+#include "quibtool/platform.h"
 #include "tests/support/bad_handles.h"
 #include "tests/support/images.h"
 #include "tests/support/report.h"

@@ -1,6 +1,6 @@
 // The main job on a real photograph: in, edited, and out again. The digests
 // make sure that every target and every processor level gives the same bytes.
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "quibtool/quibtool.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"

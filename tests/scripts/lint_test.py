@@ -13,10 +13,10 @@ import lint  # pylint: disable=wrong-import-position
 
 GOOD = {
     "quibtool/exports.txt": "QuibGood\n",
-    "quibtool/quibtool.h": '#include "../_Src/iplimage.h"\n\n/* Is good. */\n'
-                           "QUIB_API int QuibGood(int a);\n",
-    "_Src/iplimage.h": "typedef struct IplImage {\n    int nSize;\n} IplImage;\n",
-    "_Src/ipl.h": '#include "_Src/iplimage.h"\n\n// Does good.\nvoid iplGood(int a);\n',
+    "include/quibtool/quibtool.h": '#include "iplimage.h"\n\n/* Is good. */\n'
+                                   "QUIB_API int QuibGood(int a);\n",
+    "include/quibtool/iplimage.h": "typedef struct IplImage {\n    int nSize;\n} IplImage;\n",
+    "_Src/ipl.h": '#include "quibtool/iplimage.h"\n\n// Does good.\nvoid iplGood(int a);\n',
 }
 
 
@@ -87,6 +87,20 @@ class Includes(LintTest):
     def test_neighbours(self):
         self.fails({"kernels/a.cpp": '#include "platform/b.h"\n', "platform/b.h": ""}, "upwards")
         self.fails({"_Src/dib/a.cpp": '#include "zxdll/b.h"\n', "zxdll/b.h": ""}, "upwards")
+
+    def test_headers_of_programs(self):
+        self.passes({"quibtool/a.cpp": '#include "quibtool/quibtool.h"\n',
+                     "_Src/image/b.cpp": '#include "quibtool/iplimage.h"\n'
+                                         '#include "quibtool/platform.h"\n',
+                     "platform/c.cpp": '#include "quibtool/platform/d.h"\n',
+                     "include/quibtool/platform.h": '#include "platform/d.h"\n',
+                     "include/quibtool/platform/d.h": ""})
+        self.fails({"_Src/image/a.cpp": '#include "quibtool/quibtool.h"\n'}, "upwards")
+        self.fails({"kernels/a.cpp": '#include "quibtool/iplimage.h"\n'}, "upwards")
+        self.fails({"include/quibtool/platform/a.h": '#include "quibtool/iplimage.h"\n'},
+                   "upwards")
+        self.fails({"include/quibtool/platform.h": '#include "platform/a.h"\n'}, "not there")
+        self.fails({"include/quibtool/a.h": ""}, "belongs to no folder")
 
     def test_upwards_by_a_relative_path(self):
         self.fails({"_Src/image/a.cpp": '#include "../pixel/b.h"\n', "_Src/pixel/b.h": ""},
@@ -199,15 +213,15 @@ class Docstrings(LintTest):
 
     def test_heading_is_none(self):
         self.fails({"_Src/ipl.h": "// --- Adding and more ---\nvoid iplAdd();\n"}, "iplAdd")
-        self.fails({"quibtool/quibtool.h": "/* ---- Good things ---- */\n"
-                                           "QUIB_API int QuibGood(int a);\n"}, "QuibGood")
+        self.fails({"include/quibtool/quibtool.h": "/* ---- Good things ---- */\n"
+                                                   "QUIB_API int QuibGood(int a);\n"}, "QuibGood")
 
     def test_comment_beside_is_none(self):
         self.fails({"_Src/ipl.h": "extern int state; // of the engine\nvoid iplAdd();\n"}, "iplAdd")
 
     def test_inside_c_linkage(self):
         text = 'extern "C" {\n\nQUIB_API int QuibGood(int a);\n\n}\n'
-        self.fails({"quibtool/quibtool.h": text}, "QuibGood has no docstring")
+        self.fails({"include/quibtool/quibtool.h": text}, "QuibGood has no docstring")
 
     def test_what_is_no_function(self):
         self.passes({"_Src/ipl.h": "struct S {\n    int (*a)(int b);\n};\n"

@@ -1,7 +1,7 @@
 // Packed bitmaps for tests.
 #pragma once
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
 

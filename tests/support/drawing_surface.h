@@ -14,7 +14,7 @@
 #include <type_traits>
 
 #if defined(_WIN32)
-#include "platform/ddraw.h"
+#include "quibtool/platform/ddraw.h"
 #else
 #include "tests/support/memory_surface.h"
 #endif

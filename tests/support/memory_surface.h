@@ -2,7 +2,7 @@
 // that the system's interfaces give them. Calls are counted.
 #pragma once
 
-#include "platform/ddraw.h"
+#include "quibtool/platform/ddraw.h"
 #include "tests/support/guarded_buffer.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "tests/zxdll/counted_blocks.h"
 
-#include "platform/platform.h"
+#include "quibtool/platform.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include <quibtool.h>
+#include <quibtool/quibtool.h>
 
 #include <stdio.h>
 

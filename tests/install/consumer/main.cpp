@@ -1,5 +1,5 @@
-#include <platform/platform.h>
-#include <quibtool.h>
+#include <quibtool/platform.h>
+#include <quibtool/quibtool.h>
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 // Memory probing, movable blocks and rectangles.
 #pragma once
 
-#include "platform/types.h"
+#include "types.h"
 
 // Nonzero if any byte of the `size` bytes at `address` cannot be read. No
 // fault happens and no signal handler is installed. A `size` of 0 is readable

@@ -9,7 +9,7 @@
 #include <ddraw.h>
 #else
 
-#include "platform/types.h"
+#include "types.h"
 
 using HRESULT = int32_t;
 using ULONG = uint32_t;

@@ -1,7 +1,7 @@
 // Memory device contexts and their bitmaps, as much of them as drawing needs.
 #pragma once
 
-#include "platform/types.h"
+#include "types.h"
 
 // A new memory device context; `like` is ignored. A 1 x 1 monochrome bitmap is
 // selected into it, as on the platform.

@@ -19,7 +19,7 @@
 #ifndef QUIBTOOL_H
 #define QUIBTOOL_H
 
-#include "../_Src/iplimage.h"
+#include "iplimage.h"
 
 #include <stdbool.h>
 #include <stdint.h>
