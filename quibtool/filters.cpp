@@ -13,8 +13,9 @@ QuibStatus quib::createForFilter(const IplImage* src, IplImage** out)
     IplImage* handle = nullptr;
     if (QuibCreate(src->width, src->height, static_cast<int32_t>(bitDepth), &handle, 0xff000000u))
         return QUIB_FAILED;
-    // The fill leaves out handles of this depth.
-    if (bitDepth == 24)
+    // The fill leaves out handles of this depth. There are no pixels behind a report
+    // that came back.
+    if (bitDepth == 24 && handle->imageData)
         std::memset(handle->imageData, 0, static_cast<size_t>(handle->imageSize));
     *out = handle;
     return QUIB_OK;

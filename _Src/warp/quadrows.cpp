@@ -118,7 +118,7 @@ int32_t ownQuadRows(const double quad[4][2], int32_t x1, int32_t y1, int32_t x2,
         return 0;
     Rows rows{nullptr, nullptr, ownSaturate(first), ownSaturate(last)};
     if (!allocateRows(&rows))
-        return 0;
+        return -1;
     if (extent.y1 == extent.y2)
         fillFlat(rows, extent, count);
     else

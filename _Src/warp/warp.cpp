@@ -278,8 +278,11 @@ void ownWarpRectToQuad(const IplImage* src, const IplImage* dst, const double qu
     int32_t* start = nullptr;
     int32_t* end = nullptr;
     Rows rows{};
-    if (!ownQuadRows(quad, to.x1, to.y1, to.x2, to.y2, orientation, &start, &end, &rows.first,
-                     &rows.last))
+    const int32_t found = ownQuadRows(quad, to.x1, to.y1, to.x2, to.y2, orientation, &start, &end,
+                                      &rows.first, &rows.last);
+    if (found < 0)
+        ownReport(caller, IPL_StsBackTrace, "");
+    if (found <= 0)
         return;
     rows.start = start;
     rows.end = end;

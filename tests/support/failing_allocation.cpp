@@ -1,25 +1,32 @@
 #include "tests/support/failing_allocation.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstring>
 
 namespace
 {
 
 bool counting;
 int32_t calls;
-int32_t failingCall;
+int32_t firstFailing;
+int32_t failingCalls;
+std::atomic<int64_t> blocks;
 
-bool mustFail()
+void* counted(void* block)
 {
-    return counting && calls++ == failingCall;
+    if (block)
+        blocks.fetch_add(1, std::memory_order_relaxed);
+    return block;
 }
 
 } // namespace
 
-FailingAllocation::FailingAllocation(int32_t passing)
+FailingAllocation::FailingAllocation(int32_t passing, int32_t failing)
 {
     calls = 0;
-    failingCall = passing;
+    firstFailing = passing;
+    failingCalls = failing;
     counting = true;
 }
 
@@ -33,6 +40,19 @@ int32_t FailingAllocation::asked() const
     return calls;
 }
 
+bool allocationFails()
+{
+    if (!counting)
+        return false;
+    const int32_t call = calls++;
+    return call >= firstFailing && call - firstFailing < failingCalls;
+}
+
+int64_t liveBlocks()
+{
+    return blocks.load(std::memory_order_relaxed);
+}
+
 // The linker's names for the calls of this program and for what they stand for.
 // It looks for them on behalf of shared libraries too.
 #if defined(_WIN32)
@@ -43,14 +63,35 @@ int32_t FailingAllocation::asked() const
 extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
+void* __real_realloc(void* block, size_t size);
+void __real_free(void* block);
 
 QUIB_LINKED void* __wrap_malloc(size_t size)
 {
-    return mustFail() ? nullptr : __real_malloc(size);
+    constexpr int pattern = 0xA5;
+    if (allocationFails())
+        return nullptr;
+    void* const block = counted(__real_malloc(size));
+    return counting && block ? std::memset(block, pattern, size) : block;
 }
 
 QUIB_LINKED void* __wrap_calloc(size_t count, size_t size)
 {
-    return mustFail() ? nullptr : __real_calloc(count, size);
+    return allocationFails() ? nullptr : counted(__real_calloc(count, size));
+}
+
+QUIB_LINKED void* __wrap_realloc(void* block, size_t size)
+{
+    if (allocationFails())
+        return nullptr;
+    void* const moved = __real_realloc(block, size);
+    return block ? moved : counted(moved);
+}
+
+QUIB_LINKED void __wrap_free(void* block)
+{
+    if (block)
+        blocks.fetch_sub(1, std::memory_order_relaxed);
+    __real_free(block);
 }
 }

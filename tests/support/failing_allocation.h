@@ -1,15 +1,16 @@
-// Memory that runs out for the code under test. The test programs' calls of
-// malloc and calloc come through here first (tests/CMakeLists.txt).
+// Memory that runs out for the code under test, and what it holds. The test programs'
+// calls of malloc and its like come through here first (tests/CMakeLists.txt).
 #pragma once
 
 #include <cstdint>
 
-// While it lives, the allocation after the next `passing` ones fails, once.
-// Nothing else should allocate meanwhile: keep its life to the call under test.
+// While it lives, `failing` allocations after the next `passing` ones fail. New bytes
+// hold a pattern. Nothing else should allocate meanwhile: keep its life to the call
+// under test.
 class FailingAllocation
 {
 public:
-    explicit FailingAllocation(int32_t passing = 0);
+    explicit FailingAllocation(int32_t passing = 0, int32_t failing = 1);
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
@@ -17,3 +18,10 @@ public:
     // How many allocations were asked for so far, the failed one included.
     int32_t asked() const;
 };
+
+// For an allocator of another kind: counts an allocation, and tells whether it must
+// fail.
+bool allocationFails();
+
+// How many blocks this program holds.
+int64_t liveBlocks();
