@@ -1,0 +1,56 @@
+"""The package as it is installed, its types, and its example."""
+
+import importlib.util
+import re
+import shutil
+import subprocess
+import sys
+import zipfile
+
+import pytest
+
+
+def project_version(root):
+    text = (root / "CMakeLists.txt").read_text(encoding="utf-8")
+    return re.search(r"project\(QuibTool\s+VERSION\s+([0-9.]+)", text)[1]
+
+
+def test_pip_installs_it_without_a_network(root, tmp_path):
+    if importlib.util.find_spec("pip") is None:
+        pytest.skip("python3-pip is not installed")
+    source = shutil.copytree(root / "bindings/python", tmp_path / "bindings/python",
+                             ignore=shutil.ignore_patterns("__pycache__"))
+    shutil.copy(root / "CMakeLists.txt", tmp_path)
+    subprocess.run([sys.executable, "-m", "pip", "install", "-q", "--no-index", "--no-deps",
+                    "--no-cache-dir", "--target", tmp_path / "there", source], check=True,
+                   timeout=300)
+    said = subprocess.run([sys.executable, "-c", "import quibtool; "
+                           "print(quibtool.__version__, quibtool.__file__, quibtool.Image(2, 2))"],
+                          env={**__import__("os").environ, "PYTHONPATH": str(tmp_path / "there")},
+                          capture_output=True, text=True, check=True, timeout=300).stdout
+    assert said.startswith(f"{project_version(root)} {tmp_path / 'there'}")
+    assert said.endswith("<quibtool.Image of 2 x 2 pixels of 32 bits>\n")
+
+
+def test_the_wheel_holds_the_package(root, tmp_path, monkeypatch):
+    monkeypatch.syspath_prepend(str(root / "bindings/python"))
+    import build_backend
+    name = build_backend.build_wheel(str(tmp_path))
+    assert name == f"quibtool-{project_version(root)}-py3-none-any.whl"
+    with zipfile.ZipFile(tmp_path / name) as wheel:
+        held = {path for path in wheel.namelist() if path.startswith("quibtool/")}
+        lines = wheel.read(f"quibtool-{project_version(root)}.dist-info/RECORD").decode()
+        assert {line.split(",")[0] for line in lines.split()} == set(wheel.namelist())
+    there = {f"quibtool/{path.name}" for path in (root / "bindings/python/quibtool").iterdir()
+             if path.is_file()}
+    assert held == there and "quibtool/py.typed" in held
+
+
+@pytest.mark.parametrize("platform", ("linux", "win32"))
+def test_types_are_strict(root, tmp_path, platform):
+    if not shutil.which("mypy"):
+        pytest.skip("mypy is not installed")
+    done = subprocess.run(["mypy", "--strict", "--platform", platform, "--cache-dir", tmp_path,
+                           "quibtool"], cwd=root / "bindings/python", capture_output=True,
+                          text=True, check=False, timeout=600)
+    assert done.returncode == 0, done.stdout
