@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """count_results.py DIRECTORY: counts the single tests of one target's run.
 
-The directory holds ctest.xml, as ctest writes it, and for each GoogleTest
-program's process, quib_PROGRAM_tests.N, the results that it wrote itself. Prints a line
+The directory holds ctest.xml, as ctest writes it, and the results that programs wrote
+themselves: each GoogleTest program's process, quib_PROGRAM_tests.N, and those of a
+language's own tests, under the name of their entry. Prints a line
 with the numbers of passed, failed and skipped tests, then a line for each one
 that failed or was skipped.
 """
@@ -14,7 +15,7 @@ import xml.etree.ElementTree as ElementTree
 
 
 def outcome(case):
-    """passed, failed or skipped, of a test case of either writer."""
+    """passed, failed or skipped, of a test case of any writer."""
     if case.find("failure") is not None or case.find("error") is not None:
         return "failed"
     status = case.get("status")
@@ -24,6 +25,8 @@ def outcome(case):
         # ctest says this of a test that skipped itself and of a missing program.
         message = case.find("skipped").get("message") or ""
         return "skipped" if message.startswith("SKIP_") else "failed"
+    if status is None:  # of neither, but of pytest and its like
+        return "passed" if case.find("skipped") is None else "skipped"
     return "passed" if status == "run" else "failed"
 
 
@@ -38,7 +41,7 @@ def reason(case):
 
 
 def program_cases(path):
-    """The test cases that a GoogleTest program wrote down, or None."""
+    """The test cases that a program wrote down, or None."""
     try:
         root = ElementTree.parse(path).getroot()
     except (OSError, ElementTree.ParseError):
