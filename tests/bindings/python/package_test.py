@@ -1,8 +1,11 @@
 """The package as it is installed, its types, and its example."""
 
+import base64
 import importlib.util
+import os
 import re
 import shutil
+import struct
 import subprocess
 import sys
 import zipfile
@@ -26,7 +29,7 @@ def test_pip_installs_it_without_a_network(root, tmp_path):
                    timeout=300)
     said = subprocess.run([sys.executable, "-c", "import quibtool; "
                            "print(quibtool.__version__, quibtool.__file__, quibtool.Image(2, 2))"],
-                          env={**__import__("os").environ, "PYTHONPATH": str(tmp_path / "there")},
+                          env={**os.environ, "PYTHONPATH": str(tmp_path / "there")},
                           capture_output=True, text=True, check=True, timeout=300).stdout
     assert said.startswith(f"{project_version(root)} {tmp_path / 'there'}")
     assert said.endswith("<quibtool.Image of 2 x 2 pixels of 32 bits>\n")
@@ -54,3 +57,22 @@ def test_types_are_strict(root, tmp_path, platform):
                            "quibtool"], cwd=root / "bindings/python", capture_output=True,
                           text=True, check=False, timeout=600)
     assert done.returncode == 0, done.stdout
+
+
+def test_the_example_makes_a_page(root, run_python, tmp_path):
+    example = root / "bindings/python/examples/page.py"
+    for picture in ("cat.bmp", "cup.bmp"):
+        run_python(example, root / "examples/images" / picture, tmp_path)
+        text = (tmp_path / "index.html").read_text(encoding="utf-8")
+        pictures = [base64.b64decode(data) for data in
+                    re.findall(r'base64,([^"]+)"', text)]
+        assert len(pictures) == 7 and len(set(pictures)) == 7
+        for data, size in zip(pictures, re.findall(r'width="(\d+)" height="(\d+)"', text)):
+            assert data.startswith(b"\x89PNG")
+            assert tuple(map(str, struct.unpack(">II", data[16:24]))) == size
+        assert "quibtool.warp_quad(" in text
+        assert "ValueError: kind must be one of prewitt_horizontal (0)" in text
+    broken = subprocess.run([sys.executable, example, root / "README.md", tmp_path],
+                            env={**os.environ, "PYTHONPATH": str(root / "bindings/python")},
+                            capture_output=True, text=True, check=False, timeout=300)
+    assert broken.returncode == 1 and "README.md" in broken.stderr
