@@ -25,7 +25,8 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 HEADER = "include/quibtool/quibtool.h"
-LABELS = ("Depths", "Fails", "Ends the process", "Ownership", "Source")
+RECORD = ROOT / "include/quibtool/iplimage.h"  # the image record's, which has no functions
+LABELS = ("Depths", "Modes", "Fails", "Ends the process", "Ownership", "Source")
 NUMBERS = ("one", "two", "three", "four", "five", "six", "seven", "eight", "nine", "ten")
 
 PIECE = re.compile(r"""
