@@ -167,7 +167,7 @@ class Reference:
         self.shown = json.loads((pictures / "pictures.json").read_text(encoding="utf-8"))
         self.statuses = [each for each in self.header.constants if each.name.startswith("QUIB_")
                          and "QuibStatus" in each.value]
-        version = re.search(r"VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())
+        version = re.search(r"project\(QuibTool VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())
         self.version = version[1]
 
     def page_of(self, function):
@@ -175,13 +175,13 @@ class Reference:
         for what, known in (("example", self.snippets), ("picture", self.shown)):
             if function.name not in known:
                 raise Incomplete(f"{function.name} has no {what}")
-        if False and "Ends the process" not in function.labels:
+        if "Ends the process" not in function.labels:
             raise Incomplete(f"quibtool.h:{function.line}: {function.name} does not say when it "
                              "ends the process")
         write, names = self.writer, [each.name for each in function.parameters]
         shown = self.shown[function.name]
         fails = function.labels.get("Fails", "")
-        ends = function.labels.get("Ends the process", "TODO")
+        ends = function.labels["Ends the process"]
         return {
             "name": function.name,
             "family": function.family,
