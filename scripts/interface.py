@@ -84,7 +84,7 @@ class Constant:
 class Record:
     name: str
     family: str
-    declaration: str  # all of its lines
+    declaration: str  # all of its lines; one for each kind of target
     text: str
 
 
@@ -237,7 +237,12 @@ class Reader:
 
     def add_record(self, statement):
         name = re.search(r"(\w+)\s*;$", statement)[1]
-        self.interface.records.append(Record(name, self.family, statement.strip(), self.doc or ""))
+        known = [each for each in self.interface.records if each.name == name]
+        if known:  # of another target
+            known[0].declaration += "\n" + statement.strip()
+        else:
+            self.interface.records.append(
+                Record(name, self.family, statement.strip(), self.doc or ""))
         self.declared = True
 
     def add_function(self, statement, line):

@@ -73,11 +73,12 @@ class Writer:
         """One paragraph's text."""
         escaped = html.escape(" ".join(text.split()), quote=False)
         escaped = re.sub(r"`([^`]+)`", r"\1", escaped)
-        words = [name for name in parameters
-                 if re.search("[A-Z]", name) or name in ("src", "dst", "out", "hdc", "rect")]
         out = self.linked(escaped, here)
-        if words:
-            out = re.sub(rf"(?<![\w>])(\*?(?:{'|'.join(words)}))(?![\w<])", r"<code>\1</code>", out)
+        # Of a parameter whose name is a word of the language only *name is sure.
+        forms = [re.escape(star + name) for name in parameters for star in ("*", "")
+                 if star or re.search("[A-Z]", name) or name in ("src", "dst", "hdc")]
+        if forms:
+            out = re.sub(rf"(?<![\w>*])({'|'.join(forms)})(?![\w<])", r"<code>\1</code>", out)
         return out
 
     def blocks(self, text, here="", parameters=()):
@@ -131,11 +132,11 @@ def snippets(folder=EXAMPLES):
     pattern = re.compile(r"^EXAMPLE\((\w+)\)\n\{\n(.*?)^\}$", re.DOTALL | re.MULTILINE)
     for source in sorted(folder.glob("*.c*")):
         for name, body in pattern.findall(source.read_text(encoding="utf-8")):
-            shown = re.search(r"^ *// shown\n(.*?)^ *// end$|^ */\* shown \*/\n(.*?)^ */\* end \*/$",
-                              body, re.DOTALL | re.MULTILINE)
+            shown = re.search(r"^ */\* shown \*/\n(.*?)^ */\* end \*/$", body,
+                              re.DOTALL | re.MULTILINE)
             if not shown:
                 raise Incomplete(f"{source.name}: the example of {name} shows no lines")
-            found[name] = textwrap.dedent(shown[1] or shown[2]).rstrip()
+            found[name] = textwrap.dedent(shown[1]).rstrip()
     return found
 
 
@@ -156,6 +157,13 @@ def signature(function):
     return f"{function.result} {function.name}(\n    {inside});"
 
 
+def named(note, functions):
+    """A note's text with the functions that it holds for in the place of their number."""
+    names = [each.name for each in functions if note in each.notes]
+    listed = " and ".join(filter(None, [", ".join(names[:-1]), names[-1]]))
+    return re.sub(r"^(The next \w+|Both)\b", listed, note.text)
+
+
 class Reference:
     """Everything that the pages are made of."""
 
@@ -167,8 +175,8 @@ class Reference:
         self.shown = json.loads((pictures / "pictures.json").read_text(encoding="utf-8"))
         self.statuses = [each for each in self.header.constants if each.name.startswith("QUIB_")
                          and "QuibStatus" in each.value]
-        version = re.search(r"project\(QuibTool VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())
-        self.version = version[1]
+        settings = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
+        self.version = re.search(r"project\(QuibTool VERSION ([\d.]+)", settings)[1]
 
     def page_of(self, function):
         """What a function's page says."""
@@ -191,8 +199,8 @@ class Reference:
             "cplusplus": function.cplusplus,
             "signature": write.linked_signature(signature(function)),
             "text": write.blocks(function.text, function.name, names),
-            "notes": [write.blocks(note.text, function.name, names) for note in function.notes
-                      if note.text],
+            "notes": [write.blocks(named(note, self.header.functions), function.name, names)
+                      for note in function.notes if note.text],
             "shares_with": function.shares_with,
             "ends": write.inline(ends, function.name, names),
             "never_ends": ends.startswith("never"),
@@ -205,8 +213,8 @@ class Reference:
             "before": [each for each in shown["pictures"] if each["role"] == "before"],
             "after": [each for each in shown["pictures"] if each["role"] == "after"],
             "variations": [each for each in shown["pictures"] if each["role"] == "variation"],
-            "depths": function.labels.get("Depths", ""),
-            "modes": function.labels.get("Modes", ""),
+            "depths": write.inline(function.labels.get("Depths", "").rstrip(".")),
+            "modes": write.inline(function.labels.get("Modes", "").rstrip(".")),
         }
 
     def search_entries(self, pages):
@@ -235,7 +243,8 @@ def write_pages(reference, output):
     pages = [reference.page_of(each) for each in reference.header.functions]
     by_name = {page["name"]: page for page in pages}
     families = [{"name": family.name, "page": f"family-{slug(family.name)}.html",
-                 "notes": [write.blocks(note.text) for note in family.notes if note.text],
+                 "notes": [write.blocks(named(note, reference.header.functions))
+                           for note in family.notes if note.text],
                  "pages": [by_name[name] for name in family.functions]}
                 for family in reference.header.families if family.functions]
     shared = {"families": families, "version": reference.version}
@@ -256,7 +265,8 @@ def write_pages(reference, output):
         records=[{"name": each.name, "text": write.blocks(each.text),
                   "declaration": write.code(each.declaration)}
                  for each in [*reference.header.records, *reference.record.records]])
-    put("index.html.j2", "index.html", here="index", pages=sorted(pages, key=lambda each: each["name"].lower()),
+    put("index.html.j2", "index.html", here="index",
+        pages=sorted(pages, key=lambda each: each["name"].lower()),
         introduction=write.blocks(reference.header.introduction),
         definition=write.code(definition_of_try()))
     entries = json.dumps(list(reference.search_entries(pages)), ensure_ascii=False)

@@ -69,8 +69,8 @@ EXAMPLE(QuibSetAlphaS)
     /* end */
     after(image, "With alpha 128 throughout");
     TRY(QuibCopy(photo, &image));
-    QuibRect rect = {0, 30, 90, 90}; /* 60 rows and 90 columns, but from the first row on */
-    WROTE(image, "With a rectangle: its top moves nothing, and its left counts bytes",
+    QuibRect rect = {0, 30, 90, 90};
+    WROTE(image, "With rect {0, 30, 90, 90}: 60 rows, but from the first one on",
           QuibSetAlphaS(image, &rect, 60));
     return QUIB_OK;
 }

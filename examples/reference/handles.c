@@ -125,7 +125,8 @@ EXAMPLE(QuibFillColor)
          (int)rect.bottom);
     IplImage* gray = photograph("cat", 240, 160, 8);
     QuibRect part = {20, 20, 120, 140};
-    WROTE(gray, "On an 8-bit handle, the same as by 255", QuibFillColor(gray, 300, &part));
+    WROTE(gray, "{20, 20, 120, 140} of an 8-bit handle: 300 counts as 255",
+          QuibFillColor(gray, 300, &part));
     return QUIB_OK;
 }
 

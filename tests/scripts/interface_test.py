@@ -105,7 +105,8 @@ class SmallHeader(unittest.TestCase):
 
     def test_text_and_labels(self):
         make = self.functions["Make"]
-        self.assertEqual(make.text, "Makes one. QUIB_BAD for\na bad one.\n\n    a table\n\nGoes on.")
+        self.assertEqual(make.text,
+                         "Makes one. QUIB_BAD for\na bad one.\n\n    a table\n\nGoes on.")
         self.assertEqual(make.labels["Ends the process"], "a width below 1\nand others.")
         self.assertEqual(make.labels["Fails"], "QUIB_BAD.")
 
@@ -135,7 +136,7 @@ class SmallHeader(unittest.TestCase):
     def test_refusals(self):
         for text, told in (("int Make(int a);\n", "Make has no docstring"),
                            ("/* Is. */\nint Make(\n", "line 2 cannot be read"),
-                           ("/* A header. */\n\n/* Is.\n *\n * Fails: A.\n * Fails: B. */\nint Make(int a);\n",
+                           ("/* A. */\n\n/* Is.\n *\n * Fails: A.\n * Fails: B. */\nint Make(int a);\n",
                             "'Fails' is there twice")):
             with self.assertRaisesRegex(interface.Unreadable, told):
                 read(text)
@@ -155,6 +156,9 @@ class PublicHeader(unittest.TestCase):
 
     def test_all_say_something(self):
         for each in self.interface.functions:
+            self.assertLessEqual({"Ends the process", "Fails"}, set(each.labels), each.name)
+            if any("IplImage" in told.type for told in each.parameters):
+                self.assertIn("Depths", each.labels, each.name)
             self.assertEqual(each.result, "QuibStatus", each.name)
             self.assertTrue(each.text, each.name)
             self.assertTrue(each.parameters, each.name)
