@@ -83,15 +83,6 @@ bool isHuge(const double (&bound)[2][2])
            isLegalButHuge(static_cast<int64_t>(width) + 1, static_cast<int64_t>(height) + 1);
 }
 
-// Whether scanlines for such corners would take too long for thousands of times.
-bool isFar(const double (*quad)[2])
-{
-    for (int32_t i = 0; i < 8; ++i)
-        if (std::fabs(quad[i / 2][i % 2]) > 1e5 && std::fabs(quad[i / 2][i % 2]) < 1e10)
-            return true;
-    return false;
-}
-
 int32_t interpolationFrom(Input& input)
 {
     constexpr int32_t values[] = {0, 1, 2, 16, 17, 18, 3, -1};
@@ -163,8 +154,6 @@ void warpQuad(Input& input, Handle& src, Handle& dst)
 {
     double quad[4][2];
     std::memcpy(quad, input.numbers, sizeof quad);
-    if (isFar(quad))
-        return;
     const int32_t interpolate = interpolationFrom(input);
     const bool warpFlag = input.choices.choose(2);
     Handle made;

@@ -5,6 +5,7 @@
 #include "quibtool/startup.h"
 #include "quibtool/warp/fallback.h"
 #include "quibtool/warp/guard.h"
+#include "quibtool/warp/scanline.h"
 
 #include <algorithm>
 #include <cmath>

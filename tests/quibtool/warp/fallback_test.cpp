@@ -126,43 +126,6 @@ TEST(QuibWarpQuadFallback, GivesThePlainResultForRandomQuadrangles)
     });
 }
 
-TEST(QuibWarpQuadFallback, SkipsLongWaysOutsideWithoutADifference)
-{
-    Random random(4);
-    for (int round = 0; round < 12 && !testing::Test::HasFatalFailure(); ++round) {
-        // Scanlines far longer than the image, of which few pixels are inside, or
-        // many more of them than the image has rows.
-        Quad quad = randomQuad(30, 20, 40, random);
-        const double distant = random.between(20000, 60000) * (random.coin() ? 1 : -1);
-        if (round % 3 == 0) {
-            quad.corners[1][0] += distant;
-            quad.corners[2][0] += distant;
-        } else if (round % 3 == 1) {
-            quad.corners[2][1] += distant / 8;
-            quad.corners[3][1] += distant / 8;
-        } else {
-            quad.corners[round % 4][round / 4 % 2] += distant / 8;
-        }
-        expectPlain(30, 20, quad, random);
-    }
-}
-
-TEST(QuibWarpQuadFallback, EndsSoonForFarCorners)
-{
-    Random random(5);
-    const Image src = makeRandomHandle(30, 20, 32, random);
-    const GuardedHandle dst(30, 20, 32);
-    const Quad quads[] = {
-        {{{-5e8, -5e8}, {5e8, -4e8}, {10, 10}, {-4e8, 5e8}}},
-        {{{0, 0}, {1e9, 0}, {10, 10}, {0, 1e9}}},
-        {{{5e8, 5e8}, {1e9, 5e8}, {1e9, 1e9}, {5e8, 1e9}}},
-        {{{-1e9, 3}, {1e9, 3.5}, {1e9, 17}, {-1e9, 13}}},
-        {{{3, -1e9}, {4, -1e9}, {17, 5e7}, {13, 5e7}}},
-    };
-    for (const Quad& quad : quads)
-        fallback(pictureOf(dst.get()), quad, pictureOf(src.get()), wholeQuad(30, 20));
-}
-
 TEST(QuibWarpQuadFallback, StaysInsideTheRowsOfNarrowerPixels)
 {
     Random random(6);
