@@ -7,8 +7,9 @@
 // rounding.
 double ownReduceDegrees(double angle);
 
-// Sine and cosine, the nearest doubles on every target (the platforms' own differ
-// in the last bit) but for one angle in 2^40 or so, up to a billion radians.
+// Sine and cosine, computed to some 100 bits by sums and products alone: the same
+// on every target (the platforms' own differ in the last bit), and the nearest
+// doubles but for one angle in 2^40 or so. No numbers for what is none, or infinite.
 struct IplTurn {
     double sine;
     double cosine;
