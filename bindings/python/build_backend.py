@@ -19,10 +19,16 @@ VERSION_FILE = HERE / "VERSION"  # in a source package, which has no project aro
 
 
 def project_version():
-    """The one version number, as the project's CMakeLists.txt tells it."""
+    """The one version number: three macros of version.h, or else what CMakeLists.txt says."""
     if VERSION_FILE.is_file():
         return VERSION_FILE.read_text(encoding="utf-8").strip()
-    text = (HERE.parent.parent / "CMakeLists.txt").read_text(encoding="utf-8")
+    project = HERE.parent.parent
+    header = project / "include/quibtool/version.h"
+    if header.is_file():
+        text = header.read_text(encoding="utf-8")
+        return ".".join(re.search(rf"#define QUIBTOOL_VERSION_{part} (\d+)", text)[1]
+                        for part in ("MAJOR", "MINOR", "PATCH"))
+    text = (project / "CMakeLists.txt").read_text(encoding="utf-8")
     return re.search(r"project\(QuibTool\s+VERSION\s+([0-9.]+)", text)[1]
 
 

@@ -9,6 +9,7 @@ import base64
 import html
 import inspect
 import pathlib
+import re
 import struct
 import sys
 import textwrap
@@ -47,18 +48,17 @@ def edges(picture, made):
 
 def sunset(picture, made):
     """Tone: the hue turned by degrees, brightness and contrast."""
-    warm = quibtool.hue_saturation(made["loaded"], -20, 60)
+    warm = quibtool.hue_saturation(made["loaded"], -10, 20)
     return quibtool.brightness_contrast(warm, -10, 20)
 
 
 def framed(picture, made):
-    """A region limits what an operation touches. Here a median of 11 x 11 pixels softens all
-    but the middle."""
-    image = quibtool.median_filter(made["loaded"], 11)
-    x, y = image.width // 4, image.height // 4
-    middle = (x, y, image.width - x, image.height - y)
-    quibtool.blt(made["loaded"], image, middle, middle)
-    return image
+    """A region limits what an operation touches. Here the mean of 15 x 15 pixels softens the
+    middle alone; the other pixels of the result are the picture's."""
+    image = made["loaded"].clone()
+    width, height = image.width // 2, image.height // 2
+    image.region = (width // 2, height // 2, width, height)
+    return quibtool.blur(image, 15)
 
 
 def drawn(picture, made):
@@ -117,10 +117,14 @@ def words_and_code(step):
     return inspect.getdoc(step), textwrap.dedent(code)
 
 
+def paragraph(words):
+    return "<p>" + re.sub(r"`(.+?)`", r"<code>\1</code>", html.escape(words)) + "</p>"
+
+
 def section(step, image, seconds):
     words, code = words_and_code(step)
     data = base64.b64encode(png(image)).decode()
-    return (f'<section id="{step.__name__}"><h2>{step.__name__}</h2><p>{html.escape(words)}</p>'
+    return (f'<section id="{step.__name__}"><h2>{step.__name__}</h2>{paragraph(words)}'
             f"<pre>{html.escape(code)}</pre><figure>"
             f'<img alt="{step.__name__}" src="data:image/png;base64,{data}" '
             f'width="{image.width}" height="{image.height}">'
@@ -135,7 +139,7 @@ def closing():
         said = "nothing"
     except ValueError as error:
         said = f"ValueError: {error}"
-    return (f'<section id="refused"><h2>refused</h2><p>{html.escape(words)}</p>'
+    return (f'<section id="refused"><h2>refused</h2>{paragraph(words)}'
             f"<pre>{html.escape(code)}\n\n{html.escape(said)}</pre></section>")
 
 

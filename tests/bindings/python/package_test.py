@@ -3,6 +3,7 @@
 import base64
 import importlib.util
 import os
+import pathlib
 import re
 import shutil
 import struct
@@ -14,8 +15,9 @@ import pytest
 
 
 def project_version(root):
-    text = (root / "CMakeLists.txt").read_text(encoding="utf-8")
-    return re.search(r"project\(QuibTool\s+VERSION\s+([0-9.]+)", text)[1]
+    """What the build itself took for the version."""
+    library = pathlib.Path(os.environ["QUIBTOOL_LIBRARY"]).resolve()
+    return re.search(r"\.so\.([0-9.]+)$", library.name)[1]
 
 
 def test_pip_installs_it_without_a_network(root, tmp_path):
@@ -24,6 +26,7 @@ def test_pip_installs_it_without_a_network(root, tmp_path):
     source = shutil.copytree(root / "bindings/python", tmp_path / "bindings/python",
                              ignore=shutil.ignore_patterns("__pycache__"))
     shutil.copy(root / "CMakeLists.txt", tmp_path)
+    shutil.copytree(root / "include", tmp_path / "include")
     subprocess.run([sys.executable, "-m", "pip", "install", "-q", "--no-index", "--no-deps",
                     "--no-cache-dir", "--target", tmp_path / "there", source], check=True,
                    timeout=300)
