@@ -1,170 +1,168 @@
-// Warps, turns and mirrors with arbitrary numbers, rectangles and channels of
-// interest: the nine exported functions and the engine behind them. The first
-// bytes choose the function and the images, then come the numbers.
-#include "fuzz/fuzz.h"
+// Warps, turns and mirrors with arbitrary numbers, on images of all kinds: the nine exported
+// functions and the engine behind them. The first bytes choose the function and the images,
+// then come the numbers.
+#include "fuzz/pictures.h"
 
-#include "quibtool/quibtool.h"
-
-#include <algorithm>
 #include <cmath>
-#include <iterator>
 
 namespace
 {
 
-constexpr size_t choiceBytes = 16;
-constexpr size_t roiBytes = 16;
-constexpr size_t numberBytes = 9 * sizeof(double);
-constexpr size_t inputBytes = choiceBytes + 2 * roiBytes + numberBytes;
+using Corners = double[4][2];
 
-struct Input {
-    FuzzChoices choices;
-    const uint8_t* rois;
-    double numbers[9];
-};
-
-// Numbers of any kind, or such as pictures have: sixteenths up to some thousands.
-void readNumbers(const uint8_t* bytes, bool any, double (&numbers)[9])
+// Of any kind, or such as small pictures have, or somewhat larger ones.
+void readNumbers(FuzzInput& input, double* numbers, int32_t count)
 {
-    for (double& number : numbers) {
-        if (any) {
-            std::memcpy(&number, bytes, sizeof number);
-            bytes += sizeof number;
-            continue;
-        }
-        int16_t sixteenths;
-        std::memcpy(&sixteenths, bytes, sizeof sixteenths);
-        bytes += sizeof sixteenths;
-        number = sixteenths / 16.0;
+    const uint32_t kind = input.choose(4);
+    for (int32_t i = 0; i < count; ++i)
+        numbers[i] = kind == 3 ? input.anyNumber() : input.number(kind == 2 ? 0x1p-4 : 0x1p-8);
+}
+
+// Whole and halves of coordinates come from a corner that lies in or near the image.
+void readCorners(FuzzInput& input, Corners& quad)
+{
+    if (input.rarely(3)) {
+        readNumbers(input, &quad[0][0], 8);
+        return;
+    }
+    constexpr double start[4][2] = {{0, 0}, {24, 0}, {24, 12}, {0, 12}};
+    const uint32_t turned = input.choose(8);
+    for (int32_t i = 0; i < 4; ++i) {
+        const int32_t from = turned < 4 ? (i + static_cast<int32_t>(turned)) % 4 : 7 - i;
+        for (int32_t k = 0; k < 2; ++k)
+            quad[i][k] = start[from % 4][k] + static_cast<int8_t>(input.byte()) * 0.125;
     }
 }
 
-// A handle that may have a region; frees it with what an operation made.
-class Handle
-{
-public:
-    Handle() = default;
-    Handle(Input& input, int32_t bitDepth)
-    {
-        const int32_t width = 1 + static_cast<int32_t>(input.choices.choose(64));
-        const int32_t height = 1 + static_cast<int32_t>(input.choices.choose(64));
-        QuibCreate(width, height, bitDepth, &image, 0x11335577);
-        if (bitDepth == 24)
-            std::memset(image->imageData, 0x5A, static_cast<size_t>(image->imageSize));
-        const uint32_t region = input.choices.choose(4);
-        if (region == 0)
-            image->roi = iplCreateROI(0, 0, 0, width, height);
-        else if (region == 1)
-            image->roi = anyRegion(input.rois);
-        if (image->roi)
-            image->roi->coi = static_cast<int32_t>(input.choices.choose(6));
-        input.rois += roiBytes;
-    }
-    ~Handle() { iplDeallocate(image, IPL_IMAGE_ALL); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-
-    IplImage* image = nullptr;
-
-private:
-    static IplROI* anyRegion(const uint8_t* bytes)
-    {
-        int32_t words[4];
-        std::memcpy(words, bytes, sizeof words);
-        return iplCreateROI(0, words[0], words[1], words[2], words[3]);
-    }
-};
-
+// Whether a picture of this bound is legal and takes too long for thousands of times.
 bool isHuge(const double (&bound)[2][2])
 {
+    constexpr double manyPixels = 4096;
     const double width = bound[1][0] - bound[0][0];
     const double height = bound[1][1] - bound[0][1];
     return std::fabs(width) < 2e9 && std::fabs(height) < 2e9 &&
-           isLegalButHuge(static_cast<int64_t>(width) + 1, static_cast<int64_t>(height) + 1);
+           (std::fabs(width) + 1) * (std::fabs(height) + 1) > manyPixels &&
+           (std::fabs(width) + 1) * (std::fabs(height) + 1) * 4 < 4e9;
 }
 
-int32_t interpolationFrom(Input& input)
+int32_t interpolationFrom(FuzzInput& input)
 {
     constexpr int32_t values[] = {0, 1, 2, 16, 17, 18, 3, -1};
-    return values[input.choices.choose(8)];
+    return values[input.choose(8)];
 }
 
-void flip(Input& input, Handle& src, Handle& dst)
-{
-    QuibFlip(src.image, input.choices.choose(3) ? dst.image : src.image,
-             static_cast<int32_t>(input.choices.choose(4)) - 1);
-}
-
-void rotate(Input& input, Handle& src, Handle& dst)
-{
-    double angle = input.numbers[0];
-    if (input.choices.choose(2))
-        angle = 90.0 * input.choices.choose(9) - 360.0;
-    int32_t centre[2];
-    std::memcpy(centre, &input.numbers[1], sizeof centre);
-    if (input.choices.choose(4)) {
-        centre[0] = centre[0] % 64;
-        centre[1] = centre[1] % 64;
-    }
-    QuibRotate(src.image, dst.image, angle, centre[0], centre[1], interpolationFrom(input));
-}
-
-// The same numbers as two and as three rows of coefficients.
+// A row of coefficients more than an affine transform has.
 struct Coefficients {
-    double affine[2][3];
-    double perspective[3][3];
+    double rows[3][3];
 
-    explicit Coefficients(const Input& input)
+    explicit Coefficients(FuzzInput& input)
     {
-        std::memcpy(affine, input.numbers, sizeof affine);
-        std::memcpy(perspective, input.numbers, sizeof perspective);
+        readNumbers(input, &rows[0][0], 9);
+        if (input.rarely(4))
+            return;
+        // Near to leaving all as it is.
+        for (int32_t i = 0; i < 9; ++i)
+            (&rows[0][0])[i] *= i % 4 == 2 || i == 5 ? 0.125 : i < 6 ? 0x1p-5 : 0x1p-11;
+        for (int32_t i = 0; i < 3; ++i)
+            rows[i][i] += 1;
     }
 };
 
-void turn(Input& input, Handle& src, Handle&)
+// --- Operations ------------------------------------------------------------------------
+
+using Picture = FuzzPicture;
+
+void flip(FuzzInput& input, Picture& src, Picture& dst)
 {
-    Handle made;
-    QUIBRotate3D(input.numbers[0], src.image, &made.image,
-                 static_cast<int32_t>(input.choices.choose(5)));
+    IplImage* to = (input.choose(3) ? dst : src).image;
+    const int32_t axis = input.below(4) - 1;
+    if (input.choose(2))
+        QuibFlip(src.image, to, axis);
+    else
+        iplMirror(src.image, to, axis);
 }
 
-void warpAffine(Input& input, Handle& src, Handle&)
+double angleFrom(FuzzInput& input)
 {
-    const Coefficients coefficients(input);
-    double bound[2][2] = {};
-    iplGetAffineBound(src.image, coefficients.affine, bound);
-    Handle made;
-    if (!isHuge(bound))
-        QUIBWarpAffine(src.image, &made.image, coefficients.affine, interpolationFrom(input));
+    double angle = 90.0 * input.choose(9) - 360.0;
+    if (input.choose(2))
+        readNumbers(input, &angle, 1);
+    return angle;
 }
 
-void warpPerspective(Input& input, Handle& src, Handle&)
+void rotate(FuzzInput& input, Picture& src, Picture& dst)
 {
-    const Coefficients coefficients(input);
-    double bound[2][2] = {};
-    iplGetPerspectiveBound(src.image, coefficients.perspective, bound);
-    Handle made;
-    if (!isHuge(bound))
-        QUIBWarpPerspective(src.image, &made.image, coefficients.perspective,
-                            static_cast<int32_t>(input.choices.choose(3)),
-                            interpolationFrom(input));
-}
-
-void warpQuad(Input& input, Handle& src, Handle& dst)
-{
-    double quad[4][2];
-    std::memcpy(quad, input.numbers, sizeof quad);
+    const double angle = angleFrom(input);
+    double shifts[2];
     const int32_t interpolate = interpolationFrom(input);
-    const bool warpFlag = input.choices.choose(2);
-    Handle made;
-    QUIBWarpPerspectiveQ(src.image, input.choices.choose(4) ? &dst.image : &made.image, quad,
-                         interpolate, warpFlag);
+    if (input.choose(2)) {
+        const int32_t x = input.rarely(4) ? input.word() : input.below(32);
+        const int32_t y = input.rarely(4) ? input.word() : input.below(32);
+        QuibRotate(src.image, dst.image, angle, x, y, interpolate);
+        return;
+    }
+    readNumbers(input, shifts, 2);
+    if (input.choose(2))
+        iplGetRotateShift(input.below(32), input.below(32), angle, &shifts[0], &shifts[1]);
+    if (input.choose(2))
+        shifts[0] = std::round(shifts[0]), shifts[1] = std::round(shifts[1]);
+    iplRotate(src.image, dst.image, angle, shifts[0], shifts[1], interpolate);
 }
 
-void warpQuadByEngine(Input& input, Handle& src, Handle& dst)
+void turn(FuzzInput& input, Picture& src, Picture&)
 {
-    double quad[4][2];
-    std::memcpy(quad, input.numbers, sizeof quad);
+    FuzzMade made;
+    QUIBRotate3D(angleFrom(input), src.image, &made.image, input.below(5));
+}
+
+void warpAffine(FuzzInput& input, Picture& src, Picture& dst)
+{
+    const int32_t interpolate = interpolationFrom(input);
+    const bool bySurface = input.choose(2);
+    const Coefficients coefficients(input);
+    double bound[2][2] = {};
+    iplGetAffineBound(src.image, coefficients.rows, bound);
+    FuzzMade made;
+    if (!bySurface)
+        iplWarpAffine(src.image, dst.image, coefficients.rows, interpolate);
+    else if (!isHuge(bound))
+        QUIBWarpAffine(src.image, &made.image, coefficients.rows, interpolate);
+}
+
+void warpPerspective(FuzzInput& input, Picture& src, Picture& dst)
+{
+    const int32_t interpolate = interpolationFrom(input);
+    const int32_t warpFlag = input.below(3);
+    const bool bySurface = input.choose(2);
+    const Coefficients coefficients(input);
+    double bound[2][2] = {};
+    iplGetPerspectiveBound(src.image, coefficients.rows, bound);
+    FuzzMade made;
+    if (!bySurface)
+        iplWarpPerspective(src.image, dst.image, coefficients.rows, warpFlag, interpolate);
+    else if (!isHuge(bound))
+        QUIBWarpPerspective(src.image, &made.image, coefficients.rows, warpFlag, interpolate);
+}
+
+void warpQuad(FuzzInput& input, Picture& src, Picture& dst)
+{
+    const int32_t interpolate = interpolationFrom(input);
+    const bool warpFlag = input.choose(2);
+    const bool makes = input.rarely(4);
+    Corners quad;
+    readCorners(input, quad);
+    FuzzMade made;
+    IplImage* given = dst.image;
+    QUIBWarpPerspectiveQ(src.image, makes ? &made.image : &given, quad, interpolate, warpFlag);
+}
+
+void warpQuadByEngine(FuzzInput& input, Picture& src, Picture& dst)
+{
+    const int32_t interpolate = interpolationFrom(input);
+    const bool warpFlag = input.choose(2);
+    const uint32_t way = input.choose(3);
+    Corners quad;
+    readCorners(input, quad);
     double bound[2][2] = {{quad[0][0], quad[0][1]}, {quad[0][0], quad[0][1]}};
     for (const auto& corner : quad) {
         for (int32_t i = 0; i < 2; ++i) {
@@ -172,50 +170,59 @@ void warpQuadByEngine(Input& input, Handle& src, Handle& dst)
             bound[1][i] = std::max(bound[1][i], corner[i]);
         }
     }
-    const int32_t interpolate = interpolationFrom(input);
-    const bool warpFlag = input.choices.choose(2);
-    Handle made;
-    if (input.choices.choose(4))
-        QUIBWarpPerspectiveQ_(src.image, &dst.image, quad, interpolate, warpFlag);
+    FuzzMade made;
+    IplImage* given = dst.image;
+    if (way == 0)
+        iplWarpPerspectiveQ(src.image, dst.image, quad, warpFlag, interpolate);
+    else if (way == 1)
+        QUIBWarpPerspectiveQ_(src.image, &given, quad, interpolate, warpFlag);
     else if (!isHuge(bound))
         QUIBWarpPerspectiveQ_(src.image, &made.image, quad, interpolate, warpFlag);
 }
 
-void findQuad(Input& input, Handle& src, Handle&)
+void findQuad(FuzzInput& input, Picture& src, Picture&)
 {
     const Coefficients coefficients(input);
-    double quad[4][2];
-    QUIBGetPerspectiveQuad(src.image, coefficients.perspective, quad);
+    Corners quad;
+    if (input.choose(2))
+        QUIBGetPerspectiveQuad(src.image, coefficients.rows, quad);
+    else
+        iplGetAffineQuad(src.image, coefficients.rows, quad);
 }
 
-void findTransform(Input& input, Handle& src, Handle&)
+void findTransform(FuzzInput& input, Picture& src, Picture&)
 {
-    double quad[4][2];
-    std::memcpy(quad, input.numbers, sizeof quad);
+    Corners quad;
+    readCorners(input, quad);
     double coefficients[3][3];
     QUIBPerspectiveTransform(src.image, coefficients, quad);
 }
 
-constexpr void (*operations[])(Input& input, Handle& src, Handle& dst) = {
-    flip,     rotate,           turn,     warpAffine,    warpPerspective,
-    warpQuad, warpQuadByEngine, findQuad, findTransform, warpQuad,
+constexpr void (*operations[])(FuzzInput& input, Picture& src, Picture& dst) = {
+    flip,     rotate,           turn,     warpAffine,       warpPerspective,
+    warpQuad, warpQuadByEngine, findQuad, warpQuadByEngine, findTransform,
 };
+
+// What warps serve.
+FuzzFormat warpFormatFrom(FuzzInput& input)
+{
+    FuzzFormat format = formatFrom(input);
+    if (!input.rarely(8) && (format.depth & IPL_DEPTH_SIGN))
+        format.depth = IPL_DEPTH_8U;
+    return format;
+}
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void runFuzzInput(const uint8_t* data, size_t size)
 {
-    if (size < inputBytes)
-        return 0;
-    startFuzzInput();
-    Input input{FuzzChoices(data), data + choiceBytes, {}};
-    const auto operation = operations[input.choices.choose(std::size(operations))];
-    readNumbers(data + choiceBytes + 2 * roiBytes, input.choices.choose(2), input.numbers);
-    constexpr int32_t depths[] = {32, 24, 8, 1};
-    const int32_t bitDepth = depths[input.choices.choose(4)];
-    Handle src(input, bitDepth);
-    // Mostly of the same depth, now and then of the same size.
-    Handle dst(input, input.choices.choose(8) ? bitDepth : 32);
+    FuzzInput input(data, size);
+    useLevelFrom(input);
+    const auto operation = operations[input.choose(std::size(operations))];
+    const FuzzFormat format = warpFormatFrom(input);
+    Picture src(input, format);
+    // Mostly of the same format.
+    Picture dst(input, input.rarely(8) ? formatFrom(input) : format);
+    iplSetStatus(input.rarely(32) ? IPL_StsError : 0);
     operation(input, src, dst);
-    return 0;
 }

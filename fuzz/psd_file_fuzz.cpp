@@ -13,6 +13,8 @@
 namespace
 {
 
+const TemporaryFile temporaryFile;
+
 // A side of the canvas in the file's header.
 class Side
 {
@@ -81,15 +83,13 @@ int64_t countFrames(HGLOBAL block)
 
 } // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void runFuzzInput(const uint8_t* data, size_t size)
 {
-    static const TemporaryFile file;
-    startFuzzInput();
     std::vector<uint8_t> bytes(data, data + size);
     makeCanvasSmall(bytes);
-    const HGLOBAL block = ZxLoadPsdFileAsImage(file.write(bytes.data(), bytes.size()));
+    const HGLOBAL block = ZxLoadPsdFileAsImage(temporaryFile.write(bytes.data(), bytes.size()));
     if (!block)
-        return 0;
+        return;
     const int64_t count = countFrames(block);
     IplImage* image = nullptr;
     IplImage* mask = nullptr;
@@ -98,5 +98,4 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         abort();
     iplDeallocate(image, IPL_IMAGE_ALL);
     iplDeallocate(mask, IPL_IMAGE_ALL);
-    return 0;
 }

@@ -61,14 +61,13 @@ int32_t chooseLevels(FuzzChoices& choices)
 
 } // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void runFuzzInput(const uint8_t* data, size_t size)
 {
     constexpr int32_t dithers[] = {IPL_DITHER_NONE,    IPL_DITHER_FS,    IPL_DITHER_JJH,
                                    IPL_DITHER_STUCKEY, IPL_DITHER_BAYER, 3};
     if (size < choiceBytes)
-        return 0;
+        return;
     FuzzChoices choices(data);
-    startFuzzInput();
     const int32_t dither = dithers[choices.choose(6)];
     const int32_t noise = static_cast<int32_t>(choices.choose(104)) - 1;
     const int32_t levels = chooseLevels(choices);
@@ -83,5 +82,4 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     iplReduceBits(src, dst, noise, dither, levels);
     iplDeallocate(src, IPL_IMAGE_ALL);
     iplDeallocate(dst, IPL_IMAGE_ALL);
-    return 0;
 }

@@ -76,12 +76,11 @@ void encodeAndCompare(const BITMAPINFOHEADER& header, const uint8_t* rows)
 
 } // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void runFuzzInput(const uint8_t* data, size_t size)
 {
     if (size < choiceBytes)
-        return 0;
+        return;
     const BITMAPINFOHEADER header = chooseHeader(FuzzChoices(data));
-    startFuzzInput();
     const OwnDib dib = makeDib(header, data + choiceBytes, size - choiceBytes);
     if (uint8_t* rows = ownDecompressRLE(dib)) {
         if (!isLegalButHuge(header.biWidth, header.biHeight))
@@ -89,5 +88,4 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         iplAlignedFree(rows);
     }
     std::free(dib.block.start);
-    return 0;
 }

@@ -4,11 +4,11 @@
 
 #include "zxdll/inflate.h"
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void runFuzzInput(const uint8_t* data, size_t size)
 {
     constexpr size_t headBytes = 2;
     if (size < headBytes)
-        return 0;
+        return;
     const size_t length = data[0] | static_cast<size_t>(data[1]) << 8;
     const FuzzBlock stream(data, size);
     uint8_t* start = stream.data();
@@ -17,5 +17,4 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     uint8_t* out = static_cast<uint8_t*>(malloc(length));
     zx::inflateZlib(start, size, out, length);
     free(out);
-    return 0;
 }
