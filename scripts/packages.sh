@@ -49,3 +49,12 @@ need_packages() {
     rm -f "$log"
     return $status
 }
+
+# use_compiler_cache: makes every build but the first one short, for a build from the
+# current directory. One that the environment names already is kept.
+use_compiler_cache() {
+    [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]] && need_packages ccache || return 0
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+    export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+}
