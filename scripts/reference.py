@@ -146,6 +146,17 @@ def definition_of_try():
     return "\n".join(re.sub(r"\s*\\$", " \\\\", line) for line in lines)
 
 
+def version():
+    """The library's, where the build finds it."""
+    header = ROOT / "include/quibtool/version.h"
+    if header.is_file():
+        numbers = re.findall(r"VERSION_(?:MAJOR|MINOR|PATCH) (\d+)$",
+                             header.read_text(encoding="utf-8"), re.MULTILINE)
+        return ".".join(numbers)
+    settings = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
+    return re.search(r"project\(QuibTool VERSION ([\d.]+)", settings)[1]
+
+
 # --- Pages ---------------------------------------------------------------------------
 
 
@@ -175,8 +186,7 @@ class Reference:
         self.shown = json.loads((pictures / "pictures.json").read_text(encoding="utf-8"))
         self.statuses = [each for each in self.header.constants if each.name.startswith("QUIB_")
                          and "QuibStatus" in each.value]
-        settings = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
-        self.version = re.search(r"project\(QuibTool VERSION ([\d.]+)", settings)[1]
+        self.version = version()
 
     def page_of(self, function):
         """What a function's page says."""
