@@ -193,6 +193,12 @@ bool hasRoom(const IplImage* dst, const IplImage* src)
     return !src || (dst->widthStep >= src->widthStep && dst->height >= src->height);
 }
 
+// Before functions that lose a region that a record held.
+void regionsMayBeLost()
+{
+    allowBlocksToStay();
+}
+
 // --- Handles ---------------------------------------------------------------------------
 
 void create(Caller& caller)
@@ -233,6 +239,7 @@ void inspect(Caller& caller)
 
 void fill(Caller& caller)
 {
+    regionsMayBeLost();
     IplImage* handle = caller.handle();
     const uint32_t colour = static_cast<uint32_t>(caller.value());
     QuibFillColor(handle, colour, caller.rect());
@@ -285,6 +292,7 @@ void replaceRecord(Caller& caller)
 
 void transfer(Caller& caller)
 {
+    regionsMayBeLost();
     IplImage* src = caller.handle();
     IplImage* dst = caller.handle();
     int32_t edges[8];
@@ -302,6 +310,7 @@ void transfer(Caller& caller)
 // The caller's rectangle lies inside the destination.
 void panAndZoom(Caller& caller)
 {
+    regionsMayBeLost();
     IplImage* src = caller.handle();
     IplImage* dst = caller.slot();
     const double x = caller.number();
@@ -359,6 +368,7 @@ void composeAt(Caller& caller)
 
 void composeByEngine(Caller& caller)
 {
+    regionsMayBeLost();
     IplImage* srcA = caller.handle();
     IplImage* srcB = caller.handle();
     QuibRect rects[3];
