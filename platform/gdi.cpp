@@ -8,6 +8,9 @@
 
 using namespace quib;
 
+static_assert(sizeof(BITMAPINFOHEADER) == 40);
+static_assert(sizeof(BITMAPFILEHEADER) == 14);
+
 namespace
 {
 

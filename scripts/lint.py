@@ -39,8 +39,8 @@ LIBRARY = ("quibtool", "_Src", "kernels", "platform", "zxdll")
 ROOMS = {"": 0, "image": 1, "walk": 2, "pixel": 3, "size": 4, "dib": 4, "warp": 4, "colour": 4,
          "window": 4}
 # Each header of programs belongs to the folder that serves it.
-INTERFACE = {"quibtool.h": "quibtool", "iplimage.h": "_Src", "platform.h": "platform",
-             "platform": "platform"}
+INTERFACE = {"quibtool.h": "quibtool", "version.h": "quibtool", "iplimage.h": "_Src",
+             "platform.h": "platform", "platform": "platform"}
 DOCUMENTED = ("include/quibtool/quibtool.h", "_Src/ipl.h")
 SUFFIXES = {".c", ".cpp", ".h", ".inl"}
 

@@ -1,7 +1,9 @@
-// What the library asks of the platform, under the platform's own names. On
-// Windows these are the real calls; elsewhere the stand-ins of this folder
-// with the same names, layouts and outcomes.
-#pragma once
+/* What the library asks of the platform, under the platform's own names: blocks of
+ * global memory, memory device contexts and their bitmaps. On Windows these are the
+ * real calls; elsewhere stand-ins with the same names, layouts and outcomes, which
+ * the companion library libQuibPlatform has. Plain C. */
+#ifndef QUIBTOOL_PLATFORM_H
+#define QUIBTOOL_PLATFORM_H
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -9,4 +11,6 @@
 #include "platform/gdi.h"
 #include "platform/memory.h"
 #include "platform/types.h"
+#endif
+
 #endif

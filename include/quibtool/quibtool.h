@@ -27,16 +27,26 @@
 #define QUIBTOOL_H
 
 #include "iplimage.h"
+#include "version.h"
 
-#include <stdbool.h>
 #include <stdint.h>
+#if !defined(__cplusplus)
+#include <stdbool.h>
+#endif
 
 #if defined(_WIN32)
-#define QUIB_API
 typedef long QuibStatus;
 #else
-#define QUIB_API __attribute__((visibility("default")))
 typedef int32_t QuibStatus;
+#endif
+
+/* __extension__ is for the bool of one function in C of 1989. */
+#if defined(__GNUC__) && !defined(_WIN32)
+#define QUIB_API __extension__ __attribute__((visibility("default")))
+#elif defined(__GNUC__) || defined(__clang__)
+#define QUIB_API __extension__
+#else
+#define QUIB_API
 #endif
 
 #ifdef __cplusplus

@@ -1,7 +1,8 @@
-// Drawing surfaces. On Windows the system's own header; elsewhere interfaces that
-// any object can implement, with the order of methods, the layouts and the values
-// of the system's. Nothing needs to be linked for them.
-#pragma once
+/* Drawing surfaces. On Windows the system's own header; elsewhere the records, and
+ * for C++ the interfaces, which any object can implement, with the order of methods,
+ * the layouts and the values of the system's. Nothing needs to be linked for them. */
+#ifndef QUIBTOOL_PLATFORM_DDRAW_H
+#define QUIBTOOL_PLATFORM_DDRAW_H
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -11,32 +12,32 @@
 
 #include "types.h"
 
-using HRESULT = int32_t;
-using ULONG = uint32_t;
+typedef int32_t HRESULT;
+typedef uint32_t ULONG;
 #define STDMETHODCALLTYPE
 
-struct GUID {
+typedef struct GUID {
     uint32_t Data1;
     uint16_t Data2;
     uint16_t Data3;
     uint8_t Data4[8];
-};
+} GUID;
 
-constexpr HRESULT DD_OK = 0;
-constexpr DWORD DDLOCK_WAIT = 1;
-constexpr DWORD DDSD_HEIGHT = 0x2;
-constexpr DWORD DDSD_WIDTH = 0x4;
-constexpr DWORD DDSD_PITCH = 0x8;
-constexpr DWORD DDSD_LPSURFACE = 0x800;
-constexpr DWORD DDSD_PIXELFORMAT = 0x1000;
-constexpr DWORD DDPF_RGB = 0x40;
+#define DD_OK ((HRESULT)0)
+#define DDLOCK_WAIT ((DWORD)1)
+#define DDSD_HEIGHT ((DWORD)0x2)
+#define DDSD_WIDTH ((DWORD)0x4)
+#define DDSD_PITCH ((DWORD)0x8)
+#define DDSD_LPSURFACE ((DWORD)0x800)
+#define DDSD_PIXELFORMAT ((DWORD)0x1000)
+#define DDPF_RGB ((DWORD)0x40)
 
-struct DDCOLORKEY {
+typedef struct DDCOLORKEY {
     DWORD dwColorSpaceLowValue;
     DWORD dwColorSpaceHighValue;
-};
+} DDCOLORKEY;
 
-struct DDPIXELFORMAT {
+typedef struct DDPIXELFORMAT {
     DWORD dwSize;
     DWORD dwFlags;
     DWORD dwFourCC;
@@ -45,39 +46,39 @@ struct DDPIXELFORMAT {
     DWORD dwGBitMask;
     DWORD dwBBitMask;
     DWORD dwRGBAlphaBitMask;
-};
+} DDPIXELFORMAT;
 
-struct DDSCAPS {
+typedef struct DDSCAPS {
     DWORD dwCaps;
-};
+} DDSCAPS;
 
-struct DDSCAPS2 {
+typedef struct DDSCAPS2 {
     DWORD dwCaps;
     DWORD dwCaps2;
     DWORD dwCaps3;
     DWORD dwCaps4;
-};
+} DDSCAPS2;
 
-struct DDSURFACEDESC {
+typedef struct DDSURFACEDESC {
     DWORD dwSize;
     DWORD dwFlags;
     DWORD dwHeight;
     DWORD dwWidth;
-    LONG lPitch; // bytes from one row to the next
+    LONG lPitch; /* bytes from one row to the next */
     DWORD dwBackBufferCount;
     DWORD dwMipMapCount;
     DWORD dwAlphaBitDepth;
     DWORD dwReserved;
-    void* lpSurface; // the first pixel, while the surface is locked
+    void* lpSurface; /* the first pixel, while the surface is locked */
     DDCOLORKEY ddckCKDestOverlay;
     DDCOLORKEY ddckCKDestBlt;
     DDCOLORKEY ddckCKSrcOverlay;
     DDCOLORKEY ddckCKSrcBlt;
     DDPIXELFORMAT ddpfPixelFormat;
     DDSCAPS ddsCaps;
-};
+} DDSURFACEDESC;
 
-struct DDSURFACEDESC2 {
+typedef struct DDSURFACEDESC2 {
     DWORD dwSize;
     DWORD dwFlags;
     DWORD dwHeight;
@@ -95,7 +96,9 @@ struct DDSURFACEDESC2 {
     DDPIXELFORMAT ddpfPixelFormat;
     DDSCAPS2 ddsCaps;
     DWORD dwTextureStage;
-};
+} DDSURFACEDESC2;
+
+#if defined(__cplusplus)
 
 struct DDBLTBATCH;
 struct DDBLTFX;
@@ -104,9 +107,9 @@ struct IDirectDraw;
 struct IDirectDrawClipper;
 struct IDirectDrawPalette;
 
-// The methods that both interfaces begin with, in this order, on the surface, its
-// description and its capabilities. Of them the library calls Lock, Unlock and, on
-// the newer one, GetSurfaceDesc.
+/* The methods that both interfaces begin with, in this order, on the surface, its
+ * description and its capabilities. Of them the library calls Lock, Unlock and, on
+ * the newer one, GetSurfaceDesc. */
 #define QUIB_SURFACE_METHODS(Surface, Description, Capabilities)                                   \
     virtual HRESULT QueryInterface(const GUID& id, void** object) = 0;                             \
     virtual ULONG AddRef() = 0;                                                                    \
@@ -178,5 +181,6 @@ struct IDirectDrawSurface7 {
 
 #endif
 
-static_assert(sizeof(DDSURFACEDESC) == (sizeof(void*) == 8 ? 120 : 108));
-static_assert(sizeof(DDSURFACEDESC2) == (sizeof(void*) == 8 ? 136 : 124));
+#endif
+
+#endif

@@ -1,39 +1,45 @@
-// The platform's basic types, constants and records, for systems without them.
-#pragma once
+/* The platform's basic types, constants and records, for systems without them.
+ * Plain C. */
+#ifndef QUIBTOOL_PLATFORM_TYPES_H
+#define QUIBTOOL_PLATFORM_TYPES_H
 
-#include <cstddef>
-#include <cstdint>
+#include <stddef.h>
+#include <stdint.h>
 
+#if defined(__cplusplus)
 #define QUIB_PLATFORM_API extern "C" __attribute__((visibility("default")))
+#else
+#define QUIB_PLATFORM_API extern __attribute__((visibility("default")))
+#endif
 
-using BOOL = int32_t;
-using BYTE = uint8_t;
-using WORD = uint16_t;
-using DWORD = uint32_t;
-using UINT = uint32_t;
-using LONG = int32_t;
-using SIZE_T = size_t;
-using UINT_PTR = uintptr_t;
-using HANDLE = void*;
-using HGLOBAL = void*;
-using HDC = void*;
-using HBITMAP = void*;
-using HGDIOBJ = void*;
+typedef int32_t BOOL;
+typedef uint8_t BYTE;
+typedef uint16_t WORD;
+typedef uint32_t DWORD;
+typedef uint32_t UINT;
+typedef int32_t LONG;
+typedef size_t SIZE_T;
+typedef uintptr_t UINT_PTR;
+typedef void* HANDLE;
+typedef void* HGLOBAL;
+typedef void* HDC;
+typedef void* HBITMAP;
+typedef void* HGDIOBJ;
 
 #if !defined(TRUE)
 #define TRUE 1
 #define FALSE 0
 #endif
 
-struct RECT {
+typedef struct tagRECT {
     LONG left;
     LONG top;
     LONG right;
     LONG bottom;
-};
+} RECT;
 
-// The header of a device-independent bitmap.
-struct tagBITMAPINFOHEADER {
+/* The header of a device-independent bitmap. */
+typedef struct tagBITMAPINFOHEADER {
     DWORD biSize;
     LONG biWidth;
     LONG biHeight;
@@ -45,43 +51,42 @@ struct tagBITMAPINFOHEADER {
     LONG biYPelsPerMeter;
     DWORD biClrUsed;
     DWORD biClrImportant;
-};
-using BITMAPINFOHEADER = tagBITMAPINFOHEADER;
-static_assert(sizeof(BITMAPINFOHEADER) == 40);
+} BITMAPINFOHEADER;
 
-struct RGBQUAD {
+typedef struct tagRGBQUAD {
     BYTE rgbBlue;
     BYTE rgbGreen;
     BYTE rgbRed;
     BYTE rgbReserved;
-};
+} RGBQUAD;
 
-struct BITMAPINFO {
+typedef struct tagBITMAPINFO {
     BITMAPINFOHEADER bmiHeader;
     RGBQUAD bmiColors[1];
-};
+} BITMAPINFO;
 
 #pragma pack(push, 2)
-struct BITMAPFILEHEADER {
+typedef struct tagBITMAPFILEHEADER {
     WORD bfType;
     DWORD bfSize;
     WORD bfReserved1;
     WORD bfReserved2;
     DWORD bfOffBits;
-};
+} BITMAPFILEHEADER;
 #pragma pack(pop)
-static_assert(sizeof(BITMAPFILEHEADER) == 14);
 
-constexpr DWORD BI_RGB = 0;
-constexpr DWORD BI_RLE8 = 1;
-constexpr DWORD BI_RLE4 = 2;
-constexpr DWORD BI_BITFIELDS = 3;
-constexpr UINT DIB_RGB_COLORS = 0;
-constexpr UINT GMEM_FIXED = 0x0000;
-constexpr UINT GMEM_MOVEABLE = 0x0002;
-constexpr UINT GMEM_ZEROINIT = 0x0040;
-constexpr UINT GHND = GMEM_MOVEABLE | GMEM_ZEROINIT;
-constexpr UINT GPTR = GMEM_FIXED | GMEM_ZEROINIT;
-constexpr UINT GMEM_LOCKCOUNT = 0x00FF;
-constexpr UINT GMEM_DISCARDED = 0x4000;
-constexpr UINT GMEM_INVALID_HANDLE = 0x8000;
+#define BI_RGB ((DWORD)0)
+#define BI_RLE8 ((DWORD)1)
+#define BI_RLE4 ((DWORD)2)
+#define BI_BITFIELDS ((DWORD)3)
+#define DIB_RGB_COLORS ((UINT)0)
+#define GMEM_FIXED ((UINT)0x0000)
+#define GMEM_MOVEABLE ((UINT)0x0002)
+#define GMEM_ZEROINIT ((UINT)0x0040)
+#define GHND (GMEM_MOVEABLE | GMEM_ZEROINIT)
+#define GPTR (GMEM_FIXED | GMEM_ZEROINIT)
+#define GMEM_LOCKCOUNT ((UINT)0x00FF)
+#define GMEM_DISCARDED ((UINT)0x4000)
+#define GMEM_INVALID_HANDLE ((UINT)0x8000)
+
+#endif
