@@ -9,7 +9,10 @@
 #include <cstdlib>
 
 #if defined(QUIB_HAS_ASAN)
-#include <sanitizer/allocator_interface.h>
+// Of the sanitizers' allocator; one compiler's headers leave it out.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onAllocation)(const volatile void*,
+                                                                              size_t),
+                                                         void (*onFree)(const volatile void*));
 
 // Blocks larger than this are refused, and the library sees no memory. Leaks are looked for
 // here.
