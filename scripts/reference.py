@@ -147,14 +147,9 @@ def definition_of_try():
 
 
 def version():
-    """The library's, where the build finds it."""
-    header = ROOT / "include/quibtool/version.h"
-    if header.is_file():
-        numbers = re.findall(r"VERSION_(?:MAJOR|MINOR|PATCH) (\d+)$",
-                             header.read_text(encoding="utf-8"), re.MULTILINE)
-        return ".".join(numbers)
-    settings = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
-    return re.search(r"project\(QuibTool VERSION ([\d.]+)", settings)[1]
+    """The library's, as its header tells it."""
+    text = (ROOT / "include/quibtool/version.h").read_text(encoding="utf-8")
+    return ".".join(re.findall(r"VERSION_(?:MAJOR|MINOR|PATCH) (\d+)$", text, re.MULTILINE))
 
 
 # --- Pages ---------------------------------------------------------------------------
