@@ -231,6 +231,56 @@ TEST(QuibSetAlpha, DoesNothingToAnImageWithoutRows)
     EXPECT_EQ(bytesOf(handle.get()), before);
 }
 
+TEST(QuibSetAlpha, IgnoresRegionsMasksAndTheOriginOfBothSides)
+{
+    Random random(40);
+    for (const uint32_t percent : {0u, 40u, 100u}) {
+        const Image handle = makeRandomHandle(9, 5, 32, random);
+        const Image plane = makeRandomHandle(9, 5, 8, random);
+        const std::vector<uint8_t> expected = expectedBytes(handle.get(), plane.get(), percent);
+        for (const Image* image : {&handle, &plane}) {
+            setRoi(image->get(), 1, 2, 1, 3, 2);
+            giveRandomMask(image->get(), 9, 5, random);
+        }
+        plane->origin = IPL_ORIGIN_BL;
+        EXPECT_EQ(QuibSetAlpha(handle.get(), plane.get(), percent), QUIB_OK);
+        EXPECT_EQ(bytesOf(handle.get()), expected);
+        EXPECT_NE(handle->roi, nullptr);
+    }
+}
+
+TEST(QuibSetAlphaS, IgnoresARegionAndAMask)
+{
+    Random random(41);
+    const Image handle = makeRandomHandle(9, 5, 32, random);
+    const Image plain(iplCloneImage(handle.get()));
+    setRoi(handle.get(), 1, 2, 1, 3, 2);
+    giveRandomMask(handle.get(), 9, 5, random);
+    QuibRect rect{4, 0, 8, 3};
+    EXPECT_EQ(QuibSetAlphaS(plain.get(), nullptr, 7), QUIB_OK);
+    EXPECT_EQ(QuibSetAlphaS(plain.get(), &rect, 9), QUIB_OK);
+    EXPECT_EQ(QuibSetAlphaS(handle.get(), nullptr, 7), QUIB_OK);
+    EXPECT_EQ(QuibSetAlphaS(handle.get(), &rect, 9), QUIB_OK);
+    EXPECT_EQ(bytesOf(handle.get()), bytesOf(plain.get()));
+    EXPECT_EQ(element(handle.get(), 0, 4, 3), 7);
+}
+
+TEST(QuibSetAlpha, TakesFiveChannelsForPixelsOfFourBytes)
+{
+    // The pixel pitch is four bytes, whatever the record says.
+    Random random(42);
+    const Image handle = makeImage(8, 3, 5, IPL_DEPTH_8U);
+    randomise(handle.get(), random);
+    std::vector<uint8_t> expected = bytesOf(handle.get());
+    for (int32_t y = 0; y < 3; ++y)
+        for (int32_t x = 0; x < 8; ++x)
+            expected[static_cast<size_t>(y * handle->widthStep + x * 4 + 3)] = 0;
+    EXPECT_EQ(QuibSetAlpha(handle.get(), nullptr, 0), QUIB_OK);
+    EXPECT_EQ(bytesOf(handle.get()), expected);
+    EXPECT_EQ(QuibSetAlphaS(handle.get(), nullptr, 0), QUIB_OK);
+    EXPECT_EQ(bytesOf(handle.get()), expected);
+}
+
 TEST(QuibSetAlpha, RoundsScaledValuesDown)
 {
     const Image handle = makeHandle(1, 1, 32);

@@ -733,6 +733,16 @@ TEST(QuibBlt, StretchesNothingWhenMemoryForItsTableRunsOut)
 
 // --- Stretches through the engine -------------------------------------------------------
 
+TEST(QuibBlt, FreesItsRegions)
+{
+    const Image src = makeHandle(6, 6, 8);
+    const Image dst = makeHandle(6, 6, 8);
+    const int64_t before = liveBlocks();
+    EXPECT_EQ(blit(src.get(), {0, 0, 3, 3}, dst.get(), {0, 0, 6, 6}, 1), QUIB_OK);
+    EXPECT_EQ(blit(src.get(), {0, 0, 3, 3}, dst.get(), {0, 0, 6, 6}, 0), QUIB_OK);
+    EXPECT_EQ(liveBlocks(), before);
+}
+
 TEST(QuibBlt, StretchesOtherDepthsToTheEnginesNearestPixel)
 {
     Random random(18);
@@ -775,6 +785,57 @@ TEST(QuibBlt, HandsTheClippedCornersAndTheFullSizesToTheEngine)
         iplDeallocate(src.get(), IPL_IMAGE_ROI);
         ASSERT_EQ(blit(src.get(), from, dst.get(), to, 1), QUIB_OK);
         ASSERT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
+    }
+}
+
+TEST(QuibBltDeathTest, LeavesAPairOfThreeAndFourChannelsToTheEngine)
+{
+    const Image colour = makeHandle(4, 4, 24);
+    const Image alpha = makeHandle(4, 4, 32);
+    for (const auto& [src, dst] :
+         {std::pair{colour.get(), alpha.get()}, std::pair{alpha.get(), colour.get()}}) {
+        EXPECT_REPORT(blit(src, {0, 0, 2, 2}, dst, {0, 0, 4, 4}, 1), -2, "iplZoom",
+                      "srcImage COI != dstImage COI", "iplZoom");
+        EXPECT_REPORT(blit(src, {0, 0, 4, 4}, dst, {0, 0, 4, 4}, 1), -5, "iplCopy",
+                      "Number of processed channels of srcImage != "
+                      "Number of processed channels of dstImage",
+                      "iplsce");
+    }
+}
+
+TEST(QuibBlt, StretchesThreeChannelsAndThreeBesideAlphaThroughTheEngine)
+{
+    Random random(23);
+    const Image colour = makeRandomHandle(5, 4, 24, random);
+    const Image target = makeImage(9, 8, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 4, 4);
+    randomise(target.get(), random);
+    const std::vector<uint8_t> before = bytesOf(target.get());
+    EXPECT_EQ(blit(colour.get(), {1, 1, 4, 3}, target.get(), {2, 3, 8, 7}, 1), QUIB_OK);
+    for (int32_t y = 0; y < 8; ++y)
+        for (int32_t x = 0; x < 9; ++x)
+            for (int32_t c = 0; c < 4; ++c) {
+                const bool inside = x >= 2 && x < 8 && y >= 3 && y < 7 && c < 3;
+                ASSERT_EQ(element(target.get(), x, y, c),
+                          inside ? element(colour.get(), 1 + (x - 2) / 2, 1 + (y - 3) / 2, c)
+                                 : before[static_cast<size_t>(y * 36 + x * 4 + c)]);
+            }
+}
+
+TEST(QuibBlt, KeepsRegionsHeldBeforeWhenItRefuses)
+{
+    const CleanStatus clean;
+    for (const int32_t bitDepth : {8, 32}) {
+        const Image src = makeHandle(6, 6, bitDepth);
+        const Image dst = makeHandle(6, 6, bitDepth);
+        setRoi(src.get(), 0, 1, 1, 2, 2);
+        setRoi(dst.get(), 0, 2, 2, 2, 2);
+        const IplROI* const held[] = {src->roi, dst->roi};
+        EXPECT_EQ(blit(src.get(), {0, 0, 0, 2}, dst.get(), {0, 0, 4, 4}, 1), QUIB_BAD_ARGUMENT);
+        EXPECT_EQ(blit(src.get(), {0, 0, 2, 2}, dst.get(), {9, 0, 12, 4}, 1), QUIB_BAD_ARGUMENT);
+        dst->align = 5;
+        EXPECT_EQ(blit(src.get(), {0, 0, 2, 2}, dst.get(), {0, 0, 4, 4}, 1), -21);
+        EXPECT_EQ(src->roi, held[0]);
+        EXPECT_EQ(dst->roi, held[1]);
     }
 }
 

@@ -48,7 +48,8 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
     const uint8_t* s = dataOf(over);
     const uint8_t* d = dataOf(under);
     if (over->widthStep == under->widthStep && over->height == under->height) {
-        const int32_t count = under->widthStep * under->height / 4;
+        const int32_t count =
+            std::min(under->widthStep * under->height, static_cast<int32_t>(out.size())) / 4;
         for (int32_t i = 0; i < count; ++i)
             plainPixel(out.data() + i * 4, d + i * 4, s + i * 4);
         return out;
@@ -63,8 +64,10 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
             // What lies past a block's end is left out.
             const int32_t sAt = y * overAdvance + x;
             const int32_t dAt = y * underAdvance + x;
-            if (sAt + 4 <= over->imageSize && dAt + 4 <= under->imageSize)
-                plainPixel(out.data() + y * targetAdvance + x, d + dAt, s + sAt);
+            const int32_t outAt = y * targetAdvance + x;
+            if (sAt + 4 <= over->imageSize && dAt + 4 <= under->imageSize &&
+                static_cast<size_t>(outAt) + 4 <= out.size())
+                plainPixel(out.data() + outAt, d + dAt, s + sAt);
         }
     }
     return out;
@@ -150,6 +153,23 @@ TEST(QuibComposition3, RefusesAResultWithoutPixels)
     EXPECT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_BAD_ARGUMENT);
     EXPECT_EQ(result, header.get());
     EXPECT_EQ(bytesOf(under.get()), before);
+}
+
+TEST(QuibComposition3, WritesTheTextForABadResultHandleAlone)
+{
+    const CleanStatus clean;
+    const Image over = makeHandle(4, 4, 32);
+    const Image under = makeHandle(4, 4, 32);
+    const Image header = makeHandle(4, 4, 32);
+    iplDeallocateImage(header.get());
+    IplImage* result = header.get();
+    EXPECT_BAD_HANDLE(QuibComposition3(over.get(), under.get(), &result));
+    // One whose record is bad gets none.
+    const Image bad = makeHandle(4, 4, 32);
+    bad->origin = 9;
+    result = bad.get();
+    EXPECT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(takeErrorRow(), -1);
 }
 
 TEST(QuibComposition3, RefusesAResultThatTheCheckRefuses)
@@ -259,6 +279,21 @@ TEST(QuibComposition3, WalksThreeImagesOfDifferentWidthsAskew)
     });
 }
 
+TEST(QuibComposition3, StepsByTheLowerImagesWidthInAResultOfAnotherWidth)
+{
+    forEachLevel([] {
+        Random random(17);
+        for (int round = 0; round < 300; ++round) {
+            const Image over = makeRandomHandleUpTo(40, 9, 32, random);
+            const Image under = random.coin()
+                                    ? makeRandomHandle(over->width, over->height, 32, random)
+                                    : makeRandomHandleUpTo(40, 9, 32, random);
+            const Image target = makeRandomHandleUpTo(60, 12, 32, random);
+            ASSERT_NO_FATAL_FAILURE(expectPlainInto(target.get(), over.get(), under.get()));
+        }
+    });
+}
+
 TEST(QuibComposition3, ExchangesTheAdvancesOfThreeImages)
 {
     // Over has opaque pixels whose blue byte is their number.
@@ -361,7 +396,14 @@ TEST(QuibComposition3, IgnoresRegionsAndMasks)
     const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), nullptr);
     setRoi(over.get(), 1, 3, 3, 2, 2);
     setRoi(under.get(), 1, 3, 3, 2, 2);
+    giveRandomMask(over.get(), 17, 5, random);
     giveRandomMask(under.get(), 17, 5, random);
+    const Image target = makeRandomHandle(17, 5, 32, random);
+    setRoi(target.get(), 1, 3, 3, 2, 2);
+    giveRandomMask(target.get(), 17, 5, random);
+    IplImage* result = target.get();
+    EXPECT_EQ(QuibComposition3(over.get(), under.get(), &result), QUIB_OK);
+    EXPECT_EQ(bytesOf(target.get()), expected);
     EXPECT_EQ(QuibComposition3(over.get(), under.get(), nullptr), QUIB_OK);
     EXPECT_EQ(bytesOf(under.get()), expected);
     EXPECT_NE(under->roi, nullptr);

@@ -408,3 +408,21 @@ TEST(QuibComposition4, LeavesRegionsAndTheAlphaChannelFieldAlone)
     EXPECT_EQ(under->roi->xOffset, 2);
     EXPECT_EQ(under->alphaChannel, 4);
 }
+
+TEST(QuibComposition4, ComposesOutsideOfRegionsAndMasksToo)
+{
+    Random random(21);
+    const Image over = makeRandomHandle(17, 5, 32, random);
+    const Image under = makeRandomHandle(17, 5, 32, random);
+    const Image plain(iplCloneImage(under.get()));
+    const QuibPoint position{1, -1};
+    EXPECT_EQ(QuibComposition4(over.get(), plain.get(), &position, nullptr), QUIB_OK);
+    EXPECT_EQ(QuibComposition4(over.get(), plain.get(), nullptr, nullptr), QUIB_OK);
+    for (const Image* image : {&over, &under}) {
+        setRoi(image->get(), 1, 3, 3, 2, 2);
+        giveRandomMask(image->get(), 17, 5, random);
+    }
+    EXPECT_EQ(QuibComposition4(over.get(), under.get(), &position, nullptr), QUIB_OK);
+    EXPECT_EQ(QuibComposition4(over.get(), under.get(), nullptr, nullptr), QUIB_OK);
+    EXPECT_EQ(bytesOf(under.get()), bytesOf(plain.get()));
+}

@@ -331,6 +331,41 @@ TEST(QuibCompositionS, CrossesTheStepsOfTheTwoImagesWhenThereIsAResult)
     EXPECT_EQ(element(result.get(), 2, 1, 0), 0);
 }
 
+TEST(QuibCompositionS, StepsByTheLowerImagesWidthInAResultOfAnotherWidth)
+{
+    forRandomPairs(10, [](IplImage* over, IplImage* under, Random& random) {
+        const Image result = makeRandomHandleUpTo(60, 12, 32, random);
+        expectPlainResult(over, under, result.get());
+    });
+}
+
+TEST(QuibCompositionS, IgnoresRegionsAndMasks)
+{
+    Random random(11);
+    Image images[3];
+    for (Image& image : images) {
+        image = makeRandomHandle(17, 5, 32, random);
+        setRoi(image.get(), 1, 3, 3, 2, 2);
+        giveRandomMask(image.get(), 17, 5, random);
+    }
+    expectPlainResult(images[0].get(), images[1].get(), images[2].get());
+    expectPlainInPlace(images[0].get(), images[1].get());
+    for (const Image& image : images) {
+        EXPECT_NE(image->roi, nullptr);
+        EXPECT_NE(image->maskROI, nullptr);
+    }
+}
+
+TEST(QuibCompositionS, WritesTheTextForABadResultHandle)
+{
+    const Image over = makeHandle(4, 4, 32);
+    const Image under = makeHandle(4, 4, 32);
+    const Image header = makeHandle(4, 4, 32);
+    iplDeallocateImage(header.get());
+    IplImage* result = header.get();
+    EXPECT_BAD_HANDLE(QuibComposition_s(over.get(), under.get(), &result));
+}
+
 TEST(QuibCompositionS, WritesIntoTheUpperOrLowerHandleGivenAsTheResult)
 {
     forEachLevel([] {

@@ -87,6 +87,71 @@ void checkDrawn(const IplImage* handle, int32_t x, int32_t y)
 
 } // namespace
 
+#if !defined(_WIN32)
+// The system's function of this program, through which the calls of the library
+// go: the linker's names for the call and for what it stands for.
+struct DrawCall {
+    int32_t calls;
+    HDC hdc;
+    int32_t numbers[8]; // in the order of the arguments
+    const void* bits;
+    BITMAPINFOHEADER header;
+    UINT usage;
+};
+static DrawCall drawn;
+
+extern "C" {
+int __real_SetDIBitsToDevice(HDC, int, int, DWORD, DWORD, int, int, UINT, UINT, const void*,
+                             const BITMAPINFO*, UINT);
+
+int __wrap_SetDIBitsToDevice(HDC hdc, int xDest, int yDest, DWORD width, DWORD height, int xSrc,
+                             int ySrc, UINT startScan, UINT scanLines, const void* bits,
+                             const BITMAPINFO* info, UINT usage)
+{
+    drawn = {drawn.calls + 1,
+             hdc,
+             {xDest, yDest, static_cast<int32_t>(width), static_cast<int32_t>(height), xSrc, ySrc,
+              static_cast<int32_t>(startScan), static_cast<int32_t>(scanLines)},
+             bits,
+             info->bmiHeader,
+             usage};
+    return __real_SetDIBitsToDevice(hdc, xDest, yDest, width, height, xSrc, ySrc, startScan,
+                                    scanLines, bits, info, usage);
+}
+}
+
+TEST(QuibDrawToHDC, HandsOverAHeaderWithoutATableAndTheHandlesOwnPixels)
+{
+    const Canvas canvas(4, 4);
+    const auto expectCall = [&](const IplImage* handle, WORD bitCount) {
+        drawn = {};
+        EXPECT_EQ(QuibDrawToHDC(handle, canvas.context(), -3, 7), QUIB_OK);
+        EXPECT_EQ(drawn.calls, 1);
+        EXPECT_EQ(drawn.hdc, canvas.context());
+        const int32_t numbers[8] = {-3, 7, 11, 5, 0, 0, 0, 5};
+        EXPECT_EQ(std::memcmp(drawn.numbers, numbers, sizeof numbers), 0);
+        EXPECT_EQ(drawn.bits, handle->imageData);
+        EXPECT_EQ(drawn.usage, UINT{DIB_RGB_COLORS});
+        const BITMAPINFOHEADER& header = drawn.header;
+        EXPECT_EQ(header.biSize, 40u);
+        EXPECT_EQ(header.biWidth, 11);
+        EXPECT_EQ(header.biHeight, -5);
+        EXPECT_EQ(header.biPlanes, 1);
+        EXPECT_EQ(header.biBitCount, bitCount);
+        EXPECT_EQ(header.biCompression, 0u);
+        EXPECT_EQ(header.biSizeImage, 0u);
+        EXPECT_EQ(header.biXPelsPerMeter, 0);
+        EXPECT_EQ(header.biYPelsPerMeter, 0);
+        EXPECT_EQ(header.biClrUsed, 0u);
+        EXPECT_EQ(header.biClrImportant, 0u);
+    };
+    for (const int32_t bits : {1, 8, 24, 32})
+        expectCall(makeHandle(11, 5, bits).get(), static_cast<WORD>(bits));
+    // Depth times channels, whatever the device makes of that.
+    expectCall(makeImage(11, 5, 3, IPL_DEPTH_16U).get(), 48);
+}
+#endif
+
 TEST(QuibDrawToHDC, RefusesABadHandle)
 {
     EXPECT_BAD_HANDLE(QuibDrawToHDC(nullptr, nullptr, 0, 0));

@@ -764,6 +764,20 @@ TEST(QuibIsBlack, StoresOneBeforeTheCheckRefuses)
     EXPECT_EQ(result, -1);
 }
 
+TEST(QuibIsBlack, CountsEveryByteOfFourWideChannels)
+{
+    // 64 bits a pixel: no byte of them is alpha.
+    const Image handle = makeImage(3, 2, 4, IPL_DEPTH_16U);
+    for (int32_t i = 0; i < 8; ++i) {
+        uint8_t* const byte = rowOf(handle.get(), 1) + 8 + i;
+        *byte = 9;
+        int32_t black = 1;
+        EXPECT_EQ(QuibIsBlack(handle.get(), 8, &black), QUIB_OK);
+        EXPECT_EQ(black, 0) << "byte " << i;
+        *byte = 0;
+    }
+}
+
 TEST(QuibIsBlack, FaultsAtTheStoreForANullResult)
 {
     const Image handle = makeHandle(2, 2, 8);

@@ -236,6 +236,44 @@ TEST(QuibBltPanZoom, RefusesASpanOfOnePixelOrLessOfEitherImage)
     EXPECT_EQ(panZoom(src.get(), {0, 1, 0, 1, 0, 1.0625, 0, 4}, dst.get(), 1), QUIB_OK);
 }
 
+TEST(QuibBltPanZoom, TakesASpanJustAboveOnePixelOfEitherImage)
+{
+    Random random(20);
+    const Image src = makeRandomHandle(8, 8, 32, random);
+    const double justAbove = std::nextafter(1.0, 2.0);
+    for (const View& view : {
+             View{0, 1, 0, 1, 0, justAbove, 0, 4},     // one column
+             View{0, 1, 0, 1, 0, 4, 0, justAbove},     // one row
+             View{0, justAbove / 4, 0, 1, 0, 4, 0, 4}, // one column of the source
+             View{0, 1, 0, justAbove / 4, 0, 4, 0, 4}  // one row of the source
+         }) {
+        const Image dst = makeHandle(8, 8, 32);
+        EXPECT_EQ(panZoom(src.get(), view, dst.get(), 0), QUIB_OK) << view;
+        EXPECT_EQ(rowOf(dst.get(), 0)[0], rowOf(src.get(), 0)[0]);
+    }
+}
+
+TEST(QuibBltPanZoom, KeepsRegionsHeldBeforeWhenItRefuses)
+{
+    const CleanStatus clean;
+    const View good{0, 0.5, 0, 0.5, 0, 6, 0, 6};
+    const View narrow{0, 1, 0, 1, 0, 1, 0, 4};
+    const View missing{20, 0.5, 0, 0.5, 0, 6, 0, 6};
+    for (const int32_t bitDepth : {8, 32}) {
+        const Image src = makeHandle(6, 6, bitDepth);
+        const Image dst = makeHandle(6, 6, bitDepth);
+        setRoi(src.get(), 0, 1, 1, 2, 2);
+        setRoi(dst.get(), 0, 2, 2, 2, 2);
+        const IplROI* const held[] = {src->roi, dst->roi};
+        EXPECT_EQ(panZoom(src.get(), narrow, dst.get(), 0), QUIB_BAD_ARGUMENT);
+        EXPECT_EQ(panZoom(src.get(), missing, dst.get(), 0), QUIB_BAD_ARGUMENT);
+        dst->align = 5;
+        EXPECT_EQ(panZoom(src.get(), good, dst.get(), 0), -21);
+        EXPECT_EQ(src->roi, held[0]);
+        EXPECT_EQ(dst->roi, held[1]);
+    }
+}
+
 TEST(QuibBltPanZoom, RefusesEdgesThatFallTogetherWhenTruncated)
 {
     Random random(2);
@@ -580,6 +618,15 @@ TEST(QuibBltPanZoom, ScalesOtherDepthsThroughTheEngineWithoutThePhase)
     EXPECT_GT(taken, 100);
 }
 
+TEST(QuibBltPanZoom, FreesItsRegions)
+{
+    const Image src = makeHandle(6, 6, 8);
+    const Image dst = makeHandle(6, 6, 8);
+    const int64_t before = liveBlocks();
+    EXPECT_EQ(panZoom(src.get(), {0, 0.5, 0, 0.5, 0, 6, 0, 6}, dst.get(), 1), QUIB_OK);
+    EXPECT_EQ(liveBlocks(), before);
+}
+
 TEST(QuibBltPanZoom, LosesARegionHeldBeforeThroughTheEngine)
 {
     const Image src = makeHandle(6, 6, 8);
@@ -607,6 +654,43 @@ TEST(QuibBltPanZoomDeathTest, EndsTheProcessWhenTheEngineRefuses)
                   "iplResize", "(xDst > xSrc || yDst > ySrc)", "iplresiz");
     EXPECT_REPORT(panZoom(gray.get(), {0, 0.5, 0, 0.5, 0, 6, 0, 6}, alpha.get(), 0), -2, "iplZoom",
                   "srcImage COI != dstImage COI", "iplZoom");
+}
+
+TEST(QuibBltPanZoomDeathTest, LeavesAPairOfThreeAndFourChannelsToTheEngine)
+{
+    const View view{0, 0.5, 0, 0.5, 0, 6, 0, 6};
+    const Image colour = makeHandle(6, 6, 24);
+    const Image alpha = makeHandle(6, 6, 32);
+    const char* text = "srcImage COI != dstImage COI";
+    for (const int32_t mode : {0, 1, 2}) {
+        EXPECT_REPORT(panZoom(colour.get(), view, alpha.get(), mode), -2, "iplZoom", text,
+                      "iplZoom");
+        EXPECT_REPORT(panZoom(alpha.get(), view, colour.get(), mode), -2, "iplZoom", text,
+                      "iplZoom");
+    }
+}
+
+TEST(QuibBltPanZoom, TakesThreeChannelsAndThreeBesideAlphaThroughTheEngine)
+{
+    // What the engine counts is three channels on both sides.
+    Random random(21);
+    const View view{0.75, 0.5, 0.75, 0.5, 0, 6, 0, 6};
+    const Image colour = makeRandomHandle(6, 6, 24, random);
+    const Image target = makeImage(6, 6, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 4, 4);
+    const Image expected = makeImage(6, 6, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 4, 4);
+    EXPECT_EQ(panZoom(colour.get(), view, target.get(), 1), QUIB_OK);
+    setRoi(colour.get(), 0, 0, 0, 3, 3);
+    iplResize(colour.get(), expected.get(), 6, 3, 6, 3, 1);
+    EXPECT_EQ(bytesOf(target.get()), bytesOf(expected.get()));
+    // And the other way.
+    const Image source = makeImage(6, 6, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PIXEL, 4, 4);
+    randomise(source.get(), random);
+    const Image plain = makeHandle(6, 6, 24);
+    const Image result = makeHandle(6, 6, 24);
+    EXPECT_EQ(panZoom(source.get(), view, result.get(), 1), QUIB_OK);
+    setRoi(source.get(), 0, 0, 0, 3, 3);
+    iplResize(source.get(), plain.get(), 6, 3, 6, 3, 1);
+    EXPECT_EQ(bytesOf(result.get()), bytesOf(plain.get()));
 }
 
 TEST(QuibBltPanZoom, TakesTheAreaAverageOfTheEngine)

@@ -152,6 +152,59 @@ TEST(QuibResize, TakesRoutesByBitsAPixelAlone)
     }
 }
 
+TEST(QuibResize, TakesTheRouteOf32BitsInEveryModeButAreas)
+{
+    Random random(20);
+    for (const int32_t mode : {0, 1, 2, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1}) {
+        const Image src = makeImage(8, 6, 2, IPL_DEPTH_16U);
+        const Image dst = makeImage(11, 4, 2, IPL_DEPTH_16U);
+        randomise(src.get(), random);
+        EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
+        std::vector<uint8_t> expected(11 * 4 * 4);
+        StretchPacked32(expected.data(), 11, 4, bytesOf(src.get()).data(), 8, 6, mode);
+        EXPECT_EQ(bytesOf(dst.get()), expected) << mode;
+    }
+}
+
+TEST(QuibResize, TakesTheEngineFor24BitsAndOneBitInEveryMode)
+{
+    Random random(22);
+    for (const int32_t bitDepth : {1, 24}) {
+        const Image src = makeRandomHandle(9, 6, bitDepth, random);
+        for (const int32_t mode : {0, 1, 2}) {
+            const Image dst = makeHandle(14, 9, bitDepth);
+            const Image expected = makeHandle(14, 9, bitDepth);
+            EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
+            iplZoom(src.get(), expected.get(), 14, 9, 9, 6, mode);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get())) << bitDepth << ", " << mode;
+        }
+        const Image dst = makeHandle(14, 9, bitDepth);
+        for (const int32_t mode : {5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1})
+            EXPECT_REPORT(QuibResize(src.get(), dst.get(), mode), -5, "iplZoom", modeText,
+                          "iplZoom");
+    }
+}
+
+TEST(QuibResize, CopiesTheRowsOfOnePlaneAlone)
+{
+    Random random(23);
+    for (const uint32_t depth : {IPL_DEPTH_8U, IPL_DEPTH_16U}) {
+        for (const int32_t channels : {2, 3, 4, 5}) {
+            for (const int32_t mode : {0, 1, 3}) {
+                const Image src = makeImage(7, 4, channels, depth, IPL_DATA_ORDER_PLANE);
+                const Image dst = makeImage(7, 4, channels, depth, IPL_DATA_ORDER_PLANE);
+                randomise(src.get(), random);
+                randomise(dst.get(), random);
+                std::vector<uint8_t> expected = bytesOf(dst.get());
+                const std::vector<uint8_t> from = bytesOf(src.get());
+                std::copy_n(from.begin(), src->widthStep * 4, expected.begin());
+                EXPECT_EQ(QuibResize(src.get(), dst.get(), mode), QUIB_OK);
+                EXPECT_EQ(bytesOf(dst.get()), expected);
+            }
+        }
+    }
+}
+
 TEST(QuibResize, StretchesEqualSizesOfAnotherLayout)
 {
     // The same size with longer rows: not a copy, and the 32-bit route takes
@@ -351,6 +404,27 @@ TEST(QuibResizeFit, ScalesRegionsEachImageOnItsOwn)
                           inside ? element(src.get(), 4 + (x - 3) / 2, 2 + y - 1, c)
                                  : before[static_cast<size_t>(y * 60 + x * 3 + c)]);
         }
+    }
+}
+
+TEST(QuibResizeFit, TakesTheSizesOfRegionsPastTheEdgeAsTheyStand)
+{
+    Random random(24);
+    for (const auto& [srcRoi, dstRoi] :
+         {std::pair{QuibRect{14, 6, 12, 9}, QuibRect{0, 0, 20, 10}},
+          std::pair{QuibRect{0, 0, 10, 5}, QuibRect{15, 4, 20, 10}},
+          std::pair{QuibRect{14, 6, 12, 9}, QuibRect{15, 4, 30, 18}}}) {
+        const Image src = makeRandomHandle(20, 10, 24, random);
+        const Image dst = makeRandomHandle(20, 10, 24, random);
+        const Image expected(iplCloneImage(dst.get()));
+        // left, top, width and height
+        setRoi(src.get(), 0, srcRoi.left, srcRoi.top, srcRoi.right, srcRoi.bottom);
+        setRoi(dst.get(), 0, dstRoi.left, dstRoi.top, dstRoi.right, dstRoi.bottom);
+        setRoi(expected.get(), 0, dstRoi.left, dstRoi.top, dstRoi.right, dstRoi.bottom);
+        EXPECT_EQ(QuibResizeFit(src.get(), dst.get(), 0), QUIB_OK);
+        iplResize(src.get(), expected.get(), dstRoi.right, srcRoi.right, dstRoi.bottom,
+                  srcRoi.bottom, 0);
+        EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
     }
 }
 
