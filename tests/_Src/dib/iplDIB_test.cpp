@@ -378,6 +378,84 @@ TEST(IplConvertFromDIB, RefusesHeaders)
         expectFromRefused(bad.header, image.get(), -5, bad.text);
 }
 
+namespace
+{
+
+// A header that fails the n-th of its nine tests and, where one header can, all
+// that stand behind it.
+BITMAPINFOHEADER badFrom(int32_t n)
+{
+    constexpr int32_t compressions[] = {4, 4, 4, 1, 2, 1, 0, 0, 0};
+    constexpr int32_t bits[] = {8, 8, 8, 4, 8, 8, 8, 8, 4};
+    BITMAPINFOHEADER header =
+        dibHeader(4, n <= 5 ? -4 : 4, bits[n], static_cast<uint32_t>(compressions[n]),
+                  n <= 6   ? 0x8001
+                  : n == 7 ? 257
+                           : 17);
+    if (n == 0)
+        header.biSize = 108;
+    if (n <= 1)
+        header.biPlanes = 3;
+    return header;
+}
+
+// What is reported of it.
+std::string textFrom(int32_t n)
+{
+    // badHeaders() has two for the sixth test and for the seventh.
+    constexpr size_t places[] = {0, 1, 2, 3, 4, 5, 7, 9, 10};
+    return badHeaders()[places[n]].text;
+}
+
+} // namespace
+
+TEST(IplConvertFromDIB, TestsTheImageThenTheHeaderThenTheSizes)
+{
+    // All that stands behind the n-th test is bad too.
+    const char* const texts[] = {
+        "( image->alphaChannel < 0 )",
+        "( image->nChannels < image->alphaChannel )",
+        "( (image->dataOrder != 0) && (image->dataOrder != 1) )",
+        "( (image->origin != 0) && (image->origin != 1) )",
+        "( (image->align != 4) && (image->align != 8) && (image->align != 16) && "
+        "(image->align != 32) )",
+        "(image->height <= 0)",
+        "(image->width <= 0)",
+        "(image->imageSize <= 0)",
+        "(image->widthStep <= 0)",
+    };
+    for (size_t n = 0; n < std::size(texts); ++n) {
+        const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+        setSequence(image.get(), "none");
+        image->alphaChannel = n == 0 ? -1 : n == 1 ? 4 : 0;
+        image->dataOrder = n <= 2 ? 2 : 0;
+        image->origin = n <= 3 ? 2 : 0;
+        image->align = n <= 4 ? 5 : 4;
+        image->height = n <= 5 ? 0 : 4;
+        image->width = n <= 6 ? 0 : 4;
+        image->imageSize = n <= 7 ? 0 : image->imageSize;
+        image->widthStep = 0;
+        expectFromRefused(badFrom(0), image.get(), -5, texts[n]);
+    }
+    const Image small = makeImage(1, 1, 3, IPL_DEPTH_8U);
+    setSequence(small.get(), "none");
+    for (int32_t n = 0; n < 9; ++n)
+        expectFromRefused(badFrom(n), small.get(), -5, textFrom(n));
+    expectFromRefused(dibHeader(4, 4, 24), small.get(), -10, "Image size is too small");
+    expectFromRefused(dibHeader(1, 1, 24), small.get(), -14, "image->channelSeq unsupport");
+}
+
+TEST(IplConvertFromDIB, LooksAtAnOldFailureBeforeTheImageAndTheHeader)
+{
+    const CleanStatus clean;
+    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    image->alphaChannel = -1;
+    const Bytes dib = dibWith(badFrom(0), Bytes(64));
+    iplSetStatus(-10);
+    iplConvertFromDIB(reinterpret_cast<const BITMAPINFOHEADER*>(dib.data()), image.get());
+    EXPECT_EQ(iplGetStatus(), -10);
+}
+
 TEST(IplConvertFromDIB, RefusesASmallerImage)
 {
     const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
@@ -618,6 +696,86 @@ TEST(IplConvertToDIB, RefusesOtherArguments)
     expectToRefused(image.get(), header, 1, 2, -3, "Error of creating medcut palette");
     setSequence(image.get(), "GRAY");
     expectToRefused(image.get(), header, 1, 2, -3, "Error of creating medcut palette");
+}
+
+TEST(IplConvertToDIB, TestsTheImageThenTheSizeTheHeaderAndTheArguments)
+{
+    // All that stands behind the n-th test is bad too: the sizes differ, and the
+    // header and both arguments are refused.
+    BITMAPINFOHEADER bad = badFrom(0);
+    bad.biWidth = 5;
+    const auto refuse = [&bad](int32_t nChannels, uint32_t depth, int32_t alpha, const char* text) {
+        const Image image = makeImage(4, 4, nChannels, depth, 0, 4, alpha);
+        setSequence(image.get(), "none");
+        expectToRefused(image.get(), bad, 0, 3, -5, text);
+    };
+    refuse(5, IPL_DEPTH_8S, 5, "(image->nChannels <= 0 || image->nChannels > 4)");
+    refuse(3, IPL_DEPTH_8S, 3,
+           "( (image->depth != 1) && (image->depth != 8) && (image->depth != 16) )");
+    refuse(3, IPL_DEPTH_8U, 3, "(image->alphaChannel != 0 && image->alphaChannel != 4)");
+    refuse(2, IPL_DEPTH_8U, 0, "(image->nChannels != 3 && image->nChannels != 1)");
+    const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    setSequence(image.get(), "none");
+    expectToRefused(image.get(), bad, 0, 3, -5,
+                    "(image->width != dib->biWidth || image->height != abs_biHeight)");
+    for (int32_t n = 0; n < 9; ++n)
+        expectToRefused(image.get(), badFrom(n), 0, 3, -5, textFrom(n));
+    const BITMAPINFOHEADER header = dibHeader(4, 4, 12);
+    expectToRefused(image.get(), header, 0, 3, -5,
+                    "(dither != 1 && dither != 2 && dither != 4 && dither != 8 && dither != 16)");
+    expectToRefused(image.get(), header, 2, 3, -5,
+                    "(paletteConversion != 0 && paletteConversion != 1 && "
+                    "paletteConversion != 2)");
+    expectToRefused(image.get(), header, 2, 2, -3, "Error of creating medcut palette");
+    expectToRefused(image.get(), header, 2, 1, -5,
+                    "Parameter biBitCount of DIB-image have illegal value");
+    expectToRefused(image.get(), header, 1, 0, -14, "image->channelSeq unsupport");
+    EXPECT_REPORT(iplConvertToDIB(image.get(), nullptr, 0, 3), -5, "iplConvertToDIB", "dib==0",
+                  fileName);
+}
+
+TEST(IplConvertToDIB, LeavesAFullColourTableAsItWas)
+{
+    Random random(44);
+    for (const int32_t bits : {1, 4, 8}) {
+        const Image image = makeImage(5, 3, 1, IPL_DEPTH_8U);
+        randomise(image.get(), random);
+        const Bytes before = randomDib(dibHeader(5, 3, bits), random);
+        const GuardedBytes block(before);
+        EXPECT_EQ(iplConvertToDIB(image.get(), block.dib(), 1, 0), 0);
+        const Bytes after = block.bytes();
+        const size_t entries = size_t{1} << bits;
+        EXPECT_EQ(Bytes(after.begin(), after.begin() + static_cast<ptrdiff_t>(40 + 4 * entries)),
+                  Bytes(before.begin(), before.begin() + static_cast<ptrdiff_t>(40 + 4 * entries)));
+        EXPECT_NE(after, before);
+    }
+}
+
+TEST(IplConvertFromDIB, TakesNoMasksOutOfATableAtEightBitsAndBelow)
+{
+    // `biCompression` 3 means masks at 16 and 32 bits only.
+    Random random(45);
+    for (const int32_t bits : {1, 4, 8, 24}) {
+        const Bytes plain = randomDib(dibHeader(9, 4, bits), random);
+        Bytes dib = plain;
+        put32(dib, 16, 3);
+        const Image expected = makeImage(9, 4, 3, IPL_DEPTH_8U);
+        const Image image = makeImage(9, 4, 3, IPL_DEPTH_8U);
+        const GuardedBytes withoutMasks(plain);
+        const GuardedBytes block(dib);
+        iplConvertFromDIB(withoutMasks.dib(), expected.get());
+        iplConvertFromDIB(block.dib(), image.get());
+        EXPECT_EQ(bytesOf(image.get()), bytesOf(expected.get())) << bits;
+        Bytes out = plain;
+        put32(out, 16, 3);
+        const GuardedBytes target(out);
+        EXPECT_EQ(iplConvertToDIB(expected.get(), target.dib(), 1, 0), 3);
+        const GuardedBytes plainTarget(plain);
+        EXPECT_EQ(iplConvertToDIB(expected.get(), plainTarget.dib(), 1, 0), 0);
+        Bytes written = plainTarget.bytes();
+        put32(written, 16, 3);
+        EXPECT_EQ(target.bytes(), written) << bits;
+    }
 }
 
 TEST(IplConvertToDIB, TakesTheLengthOfATableOnlyAsFarAsItsPixelsTell)

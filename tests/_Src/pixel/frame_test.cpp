@@ -1,6 +1,7 @@
 // Every member of the family, over random arrangements of images.
 #include "_Src/pixel/frame.h"
 
+#include "fuzz/leaks.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/levels.h"
 #include "tests/support/pixel_cases.h"
@@ -740,4 +741,30 @@ TEST(PixelFrame, ReleasesNoTileOnceOneDidNotCome)
     dst.collect(plain.get());
     EXPECT_EQ(element(plain.get(), 7, 7, 0), 3);
     EXPECT_EQ(element(plain.get(), 8, 0, 0), 0);
+}
+
+TEST(PixelFrame, LeavesTheMergedMaskBehindWhenATileDoesNotCome)
+{
+    Random random(510);
+    const Image plain = makeImage(16, 8, 1, IPL_DEPTH_8U);
+    TiledImage src(plain.get(), 8, 8);
+    const Image dst = makeImage(16, 8, 1, IPL_DEPTH_8U);
+    const Image masks[2] = {makeImage(16, 8, 1, IPL_DEPTH_1U), makeImage(16, 8, 1, IPL_DEPTH_1U)};
+    src->maskROI = masks[0].get();
+    dst->maskROI = masks[1].get();
+    src.failFrom = 2;
+    const ReportsReturn returning;
+    const LeaksAllowed leaks;
+    int64_t before = 0;
+    for (int round = 0; round < 2; ++round) {
+        before = liveBlocks();
+        src.log.clear();
+        iplSetStatus(0);
+        iplOrS(src.get(), dst.get(), 3);
+        EXPECT_EQ(iplGetStatus(), -5);
+    }
+    // Its record and its bits; the log had its room from the first round on.
+    EXPECT_EQ(liveBlocks(), before + 2);
+    src->maskROI = nullptr;
+    dst->maskROI = nullptr;
 }

@@ -522,6 +522,43 @@ TEST(IplCopy, ReadsTheSourcesMaskBeforeItWritesIt)
                       element(before.get(), x, y, 0) != 0 ? element(src.get(), x, y, 0) : 0);
 }
 
+TEST(IplCopy, CopiesBitsUnderAMaskOfAnotherOriginWithoutTheMasksOwn)
+{
+    Random random(44);
+    for (const bool onSource : {false, true}) {
+        const Image src = makeImage(21, 6, 1, IPL_DEPTH_1U);
+        const Image dst = makeImage(21, 6, 1, IPL_DEPTH_1U);
+        randomise(src.get(), random);
+        randomise(dst.get(), random);
+        IplImage* const mask = giveRandomMask(onSource ? src.get() : dst.get(), 21, 6, random);
+        mask->origin = IPL_ORIGIN_BL;
+        IplImage* const inner = giveRandomMask(mask, 21, 6, random);
+        inner->origin = IPL_ORIGIN_BL;
+        const RecordedReports reports;
+        expectPlainCopy(src.get(), dst.get());
+        EXPECT_EQ(reports.all(), std::vector<Report>{});
+        EXPECT_EQ(mask->maskROI, inner);
+        iplDeallocate(inner, IPL_IMAGE_ALL);
+        mask->maskROI = nullptr;
+    }
+}
+
+TEST(IplCopy, TakesTwoMasksOfAnotherOrigin)
+{
+    Random random(45);
+    for (const uint32_t depth : {IPL_DEPTH_1U, IPL_DEPTH_8U}) {
+        const Image src = makeImage(21, 6, 1, depth);
+        const Image dst = makeImage(21, 6, 1, depth);
+        randomise(src.get(), random);
+        randomise(dst.get(), random);
+        giveRandomMask(src.get(), 21, 6, random)->origin = IPL_ORIGIN_BL;
+        giveRandomMask(dst.get(), 21, 6, random);
+        const RecordedReports reports;
+        expectPlainCopy(src.get(), dst.get());
+        EXPECT_EQ(reports.all(), std::vector<Report>{});
+    }
+}
+
 TEST(IplCopy, LeavesTwoMasksToLogic)
 {
     Random random(40);
