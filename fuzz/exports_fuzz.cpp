@@ -139,6 +139,7 @@ struct Caller {
     // A handle of the library's own, which may be null.
     IplImage*& slot() { return handles[input.choose(libraryHandles)]; }
     int32_t value() { return input.choose(2) ? input.byte() : input.word(); }
+    int32_t shift() { return input.choose(2) ? static_cast<int8_t>(input.byte()) : input.word(); }
     int32_t place() { return input.rarely(8) ? input.word() : input.below(40) - 8; }
     double number() { return input.rarely(8) ? input.anyNumber() : input.number(0x1p-8); }
 
@@ -623,8 +624,8 @@ void warpQuad(Caller& caller)
 void adjustTone(Caller& caller)
 {
     IplImage* src = caller.handle();
-    const int32_t first = caller.value() - 64;
-    const int32_t second = caller.value() - 64;
+    const int32_t first = caller.shift();
+    const int32_t second = caller.shift();
     const bool contrast = caller.input.choose(2);
     const int32_t channel = caller.input.below(5);
     intoAny(caller, [&](IplImage** out) {

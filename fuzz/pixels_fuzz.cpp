@@ -63,8 +63,8 @@ void compose(const Images& images)
                           divides);
         return;
     }
-    const int32_t alphaA = images.value() - 1;
-    const int32_t alphaB = images.value() - 1;
+    const int32_t alphaA = images.input.rarely(4) ? -1 : images.value();
+    const int32_t alphaB = images.input.rarely(4) ? -1 : images.value();
     iplAlphaCompositeC(srcA, srcB, dst, type, alphaA, alphaB, premultiplied, divides);
 }
 
