@@ -1,5 +1,9 @@
 #include "kernels/kernels.h"
 
+#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "Pixels are read and written as little-endian words; this processor is big-endian."
+#endif
+
 namespace quib
 {
 

@@ -225,7 +225,8 @@ TEST(QuibLoadBMP, SpendsNoTimeOnPixelsThatAFileOnlyClaims)
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(rowOf(loaded.handle.get(), 0)[0], 0xFF);
     EXPECT_EQ(rowOf(loaded.handle.get(), 2)[(1 << 25) - 1], 0xFF);
-    EXPECT_LT(seconds.count(), 2.0);
+    // Pixel by pixel it would be 40 and more; an emulator takes 2.
+    EXPECT_LT(seconds.count(), 8.0);
 }
 
 TEST(QuibLoadBMP, ReadsNoMoreThanBiSizeImage)
