@@ -13,6 +13,9 @@ int32_t firstFailing;
 int32_t failingCalls;
 std::atomic<int64_t> blocks;
 
+constexpr int leftAlone = -1;
+int filling = leftAlone;
+
 void* counted(void* block)
 {
     if (block)
@@ -38,6 +41,16 @@ FailingAllocation::~FailingAllocation()
 int32_t FailingAllocation::asked() const
 {
     return calls;
+}
+
+FilledMemory::FilledMemory(uint8_t byte)
+{
+    filling = byte;
+}
+
+FilledMemory::~FilledMemory()
+{
+    filling = leftAlone;
 }
 
 bool allocationFails()
@@ -72,7 +85,8 @@ QUIB_LINKED void* __wrap_malloc(size_t size)
     if (allocationFails())
         return nullptr;
     void* const block = counted(__real_malloc(size));
-    return counting && block ? std::memset(block, pattern, size) : block;
+    const int fill = counting ? pattern : filling;
+    return fill != leftAlone && block ? std::memset(block, fill, size) : block;
 }
 
 QUIB_LINKED void* __wrap_calloc(size_t count, size_t size)

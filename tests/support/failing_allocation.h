@@ -19,6 +19,16 @@ public:
     int32_t asked() const;
 };
 
+// While it lives, new blocks hold this byte, on which no result must depend.
+class FilledMemory
+{
+public:
+    explicit FilledMemory(uint8_t byte);
+    ~FilledMemory();
+    FilledMemory(const FilledMemory&) = delete;
+    FilledMemory& operator=(const FilledMemory&) = delete;
+};
+
 // For an allocator of another kind: counts an allocation, and tells whether it must
 // fail.
 bool allocationFails();
