@@ -25,6 +25,7 @@ MAX_NESTING = 3
 RANKS = {
     "tests": 4,
     "examples": 3,
+    "tools": 3,
     "benchmarks": 3,
     "fuzz": 3,
     "quibtool": 2,
