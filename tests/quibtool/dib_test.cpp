@@ -132,9 +132,10 @@ TEST(Dib2Quib, ChoosesTheHandlesDepth)
         int32_t bits;
         int32_t targetDepth;
         int32_t depth;
-    } routes[] = {{1, 0, 1},   {8, 0, 8},    {24, 0, 24},  {32, 0, 32},  {1, 8, 8},
-                  {8, 8, 8},   {24, 8, 8},   {32, 8, 8},   {1, 1, 32},   {1, 32, 32},
-                  {8, 24, 32}, {24, 24, 32}, {24, 32, 32}, {32, -1, 32}, {24, 1, 32}};
+    } routes[] = {{1, 0, 1},   {8, 0, 8},    {24, 0, 24},        {32, 0, 32},  {1, 8, 8},
+                  {8, 8, 8},   {24, 8, 8},   {32, 8, 8},         {1, 1, 32},   {1, 32, 32},
+                  {8, 24, 32}, {24, 24, 32}, {24, 32, 32},       {32, -1, 32}, {24, 1, 32},
+                  {1, -8, 32}, {8, -1, 32},  {24, INT32_MIN, 32}};
     for (const auto& route : routes) {
         const Bytes dib = randomDib(dibHeader(5, 3, route.bits), random);
         const Imported imported = import(dib, route.targetDepth);
@@ -621,6 +622,18 @@ TEST(Quib2Dib, ReadsFourBytesAPixelOfEveryHandle)
                 }
             }
         }
+    }
+}
+
+TEST(Quib2Dib, TakesMoreThanFourChannelsForFour)
+{
+    Random random(11);
+    for (const int32_t channels : {5, 9}) {
+        const Image image = makeImage(7, 3, channels, IPL_DEPTH_8U);
+        randomise(image.get(), random);
+        const Bytes dib = randomDib(dibHeader(7, 3, 24), random);
+        EXPECT_EQ(exported(image.get(), dib), expectedExport(image.get(), dib));
+        expectMismatch(image.get(), dibHeader(7, 3, channels * 8));
     }
 }
 

@@ -446,6 +446,29 @@ TEST(IplZoom, ResamplesTheDestinationsMaskToo)
     EXPECT_EQ(rowValues(dst, 2), std::vector<int32_t>(6, 0));
 }
 
+// A mask's order and origin change nothing.
+TEST(IplZoom, TakesMasksInPlaneOrderAndOfEitherOrigin)
+{
+    Random random(61);
+    const Image src = makeImage(13, 9, 1, IPL_DEPTH_8U);
+    randomise(src.get(), random);
+    IplImage* const mask = giveRandomMask(src.get(), src->width, src->height, random);
+    for (int32_t mode = 0; mode < 3; ++mode) {
+        const Image plain = makeImage(26, 18, 1, IPL_DEPTH_8U);
+        mask->dataOrder = IPL_DATA_ORDER_PIXEL;
+        mask->origin = IPL_ORIGIN_TL;
+        iplZoom(src.get(), plain.get(), 2, 1, 2, 1, mode);
+        EXPECT_NE(bytesOf(plain.get()), std::vector<uint8_t>(bytesOf(plain.get()).size(), 0));
+        for (const int32_t order : {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE}) {
+            mask->dataOrder = order;
+            mask->origin = IPL_ORIGIN_BL;
+            const Image dst = makeImage(26, 18, 1, IPL_DEPTH_8U);
+            iplZoom(src.get(), dst.get(), 2, 1, 2, 1, mode);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(plain.get())) << "order " << order;
+        }
+    }
+}
+
 TEST(IplZoom, WritesNothingWhereTheMaskDoesNotReach)
 {
     const Image src = row8({10, 20, 30}, 2);

@@ -523,6 +523,29 @@ TEST(IplDecimate, WritesWhereTheResampledMaskIsSet)
     }
 }
 
+// A mask's order and origin change nothing.
+TEST(IplDecimate, TakesMasksInPlaneOrderAndOfEitherOrigin)
+{
+    Random random(62);
+    const Image src = makeImage(27, 18, 1, IPL_DEPTH_8U);
+    randomise(src.get(), random);
+    IplImage* const mask = giveRandomMask(src.get(), src->width, src->height, random);
+    for (int32_t mode = 0; mode < 4; ++mode) {
+        const Image plain = makeImage(18, 12, 1, IPL_DEPTH_8U);
+        mask->dataOrder = IPL_DATA_ORDER_PIXEL;
+        mask->origin = IPL_ORIGIN_TL;
+        iplDecimate(src.get(), plain.get(), 2, 3, 2, 3, mode);
+        EXPECT_NE(bytesOf(plain.get()), std::vector<uint8_t>(bytesOf(plain.get()).size(), 0));
+        for (const int32_t order : {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE}) {
+            mask->dataOrder = order;
+            mask->origin = IPL_ORIGIN_BL;
+            const Image dst = makeImage(18, 12, 1, IPL_DEPTH_8U);
+            iplDecimate(src.get(), dst.get(), 2, 3, 2, 3, mode);
+            EXPECT_EQ(bytesOf(dst.get()), bytesOf(plain.get())) << "order " << order;
+        }
+    }
+}
+
 TEST(IplDecimate, IsThePlainFormAtEveryDepthOrderRegionMaskAndMode)
 {
     expectPlainForm(2, 60, randomFactors, 3, decimateAndCheck);
