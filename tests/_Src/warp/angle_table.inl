@@ -1,4 +1,5 @@
 // Made by angle_table.py: an angle, its sine and its cosine.
+// clang-format off
 {-0x1.921fb54442d18p+2, 0x1.1a62633145c07p-52, 0x1.0000000000000p+0},
 {-0x1.815e630c155e2p+2, 0x1.0907dc193068fp-2, 0x1.ee8dd4748bf15p-1},
 {-0x1.709d10d3e7eabp+2, 0x1.0000000000004p-1, 0x1.bb67ae8584ca8p-1},

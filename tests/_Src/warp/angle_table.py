@@ -54,6 +54,7 @@ def angles():
 def main():
     mpmath.mp.prec = 2000
     print("// Made by angle_table.py: an angle, its sine and its cosine.")
+    print("// clang-format off")
     for angle in angles():
         exact = mpmath.mpf(angle)
         print(f"{{{angle.hex()}, {nearest(mpmath.sin(exact)).hex()}, "
