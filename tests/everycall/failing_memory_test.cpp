@@ -133,6 +133,8 @@ TEST(EveryCall, CallsEveryExportedFunction)
 
 TEST_P(FailingMemory, IsToldAndLosesNothing)
 {
+    // What stays from then on is taken by the first of a process.
+    runWith(everyCall()[0], GetParam(), 0, 0);
     for (size_t i = 0; i < everyCall().size(); ++i) {
         const EveryCall& call = everyCall()[i];
         const Outcome wanted = runWith(call, GetParam(), 0, 0);

@@ -197,12 +197,21 @@ TEST(OwnQuadRows, StayInsideWhateverTheCornersAre)
         rowsOf(randomQuad(random, -40, 60, 0.5), field, random.between(0, 1));
 }
 
-TEST(OwnQuadRows, AreNoneWithoutMemory)
+TEST(OwnQuadRows, SayThatThereIsNoMemory)
 {
+    const Quad quad = boxQuad(1, 1, 8, 8);
+    int32_t* start = nullptr;
+    int32_t* end = nullptr;
+    int32_t first = 0;
+    int32_t last = 0;
     for (const int32_t passing : {0, 1}) {
         const FailingAllocation failing(passing);
-        EXPECT_TRUE(rowsOf(boxQuad(1, 1, 8, 8), field, 1).rows.empty());
+        EXPECT_EQ(ownQuadRows(quad.at, field.x1, field.y1, field.x2, field.y2, 1, &start, &end,
+                              &first, &last),
+                  -1);
     }
+    EXPECT_EQ(start, nullptr);
+    EXPECT_EQ(end, nullptr);
 }
 
 TEST(OwnQuadRows, CoverRandomQuadrangles)
