@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""readme_test.py ROOT COMMAND...: the README shows examples/hello/main.c word for word,
-and COMMAND, which runs it, does what the README says."""
+"""readme_test.py ROOT SHORT FULL [EMULATOR...]: the README shows examples/hello/short.c
+and main.c word for word, and the programs, run by the emulator if there is one, do what
+it says."""
 
 import pathlib
 import re
@@ -8,9 +9,9 @@ import subprocess
 import sys
 
 
-def run(*arguments):
+def run(program, *arguments):
     """The exit status, and what was printed without Windows' line ends."""
-    ended = subprocess.run([*sys.argv[2:], *arguments], stdout=subprocess.PIPE,
+    ended = subprocess.run([*sys.argv[4:], program, *arguments], stdout=subprocess.PIPE,
                            stderr=subprocess.STDOUT, text=True, check=False)
     return ended.returncode, ended.stdout
 
@@ -19,12 +20,19 @@ def main():
     root = pathlib.Path(sys.argv[1])
     shown = re.findall(r"^```c\n(.*?)^```$", (root / "README.md").read_text(encoding="utf-8"),
                        re.DOTALL | re.MULTILINE)
-    example = (root / "examples/hello/main.c").read_text(encoding="utf-8")
+    examples = [(root / "examples/hello" / name).read_text(encoding="utf-8")
+                for name in ("short.c", "main.c")]
+    short, full = sys.argv[2:4]
     problems = []
-    if shown != [example]:
-        problems.append("README.md does not show examples/hello/main.c")
+    if shown != examples:
+        problems.append("README.md does not show examples/hello/short.c and main.c")
 
-    status, output = run(str(root / "examples/images/cat.bmp"))
+    if run(short, str(root / "examples/images/cat.bmp")) != (0, "status 00000000\n"):
+        problems.append("short.c does not take the picture")
+    if run(short, str(root / "no-such-picture.bmp")) != (1, "status 80000000\n"):
+        problems.append("short.c does not say that there is no picture")
+
+    status, output = run(full, str(root / "examples/images/cat.bmp"))
     line = re.search(r"^1920 x 1080, in the middle: red (\d+), green (\d+), blue (\d+), alpha 255$",
                      output, re.MULTILINE)
     if status != 0 or line is None:
@@ -32,7 +40,7 @@ def main():
     elif len(set(line.groups())) == 1:
         problems.append(f"the picture came out gray: {output!r}")
 
-    status, output = run(str(root / "no-such-picture.bmp"))
+    status, output = run(full, str(root / "no-such-picture.bmp"))
     if status == 0 or "QuibLoadBMP: status 80000000" not in output:
         problems.append(f"no picture: status {status}, {output!r}")
 

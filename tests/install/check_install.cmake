@@ -86,7 +86,7 @@ execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK}/parent/build --target h
 if(NOT targets MATCHES "QuibTool")
   message(FATAL_ERROR "the parent has no library: ${targets}")
 endif()
-string(REGEX MATCHALL "quib_(hello|viewer|demo|bench|[a-z]*_(tests|fuzz))|quib:" foreign "${targets}")
+string(REGEX MATCHALL "quib_(hello|short|viewer|demo|bench|[a-z]*_(tests|fuzz))|quib:" foreign "${targets}")
 if(foreign)
   message(FATAL_ERROR "the parent builds ${foreign}")
 endif()
