@@ -15,8 +15,8 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onAllocation)(co
                                                          void (*onFree)(const volatile void*));
 
 // Blocks larger than this are refused, and the library sees no memory. Leaks are looked for
-// here.
-extern "C" const char* __asan_default_options();
+// here. The sanitizer's shared library has to see the name.
+extern "C" [[gnu::visibility("default")]] const char* __asan_default_options();
 extern "C" const char* __asan_default_options()
 {
     return "allocator_may_return_null=1:detect_leaks=0:max_allocation_size_mb=32:"
