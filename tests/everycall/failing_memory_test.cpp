@@ -1,5 +1,6 @@
 // Every exported function, with memory that runs out at every place: it says so or
 // does what it would have done, loses nothing, and leaves its arguments to be used.
+#include "fuzz/leaks.h"
 #include "tests/everycall/global_blocks.h"
 #include "tests/everycall/scene.h"
 #include "tests/support/failing_allocation.h"
@@ -50,6 +51,7 @@ struct Outcome {
 void runIn(Scene* scene, const EveryCall& call, int32_t passing, int32_t failing, Outcome* outcome)
 {
     const CountedReports counted;
+    const LeaksAllowed allowed; // they are counted
     const FailingAllocation allocation(passing, failing);
     call.run(*scene);
     outcome->asked = allocation.asked();
