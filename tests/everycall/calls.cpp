@@ -102,7 +102,10 @@ constexpr EveryCall layerCalls[] = {
          const QuibRect rect{1, 1, 15, 12};
          s.note(QuibComposition4(s.pixels, s.others, &position, &rect));
      }},
-    CALL(QuibComposition_s, s.pixels, s.others, s.out()),
+    CALL(QuibComposition_s, s.pixels, s.others, &s.others),
+    // Some processors leave the alphas as they are, which are undefined then.
+    {"QuibComposition_s", [](Scene& s) { s.note(QuibComposition_s(s.pixels, s.others, s.out())); },
+     true},
     {"QuibSetAlphaS",
      [](Scene& s) {
          QuibRect rect{4, 1, 15, 12};
@@ -169,9 +172,13 @@ constexpr EveryCall warpCalls[] = {
 };
 
 constexpr EveryCall toneCalls[] = {
-    CALL(QuibBrightnessAndContrast, s.pixels, s.out(), 20, -10, 0),
+    // The alphas of a new handle are undefined.
+    {"QuibBrightnessAndContrast",
+     [](Scene& s) { s.note(QuibBrightnessAndContrast(s.pixels, s.out(), 20, -10, 0)); }, true},
     CALL(QuibBrightnessAndContrast, s.pixels, &s.others, 20, 10, 2),
-    CALL(QuibHueAndSaturation, s.pixels, s.out(), 75, 20),
+    {"QuibHueAndSaturation",
+     [](Scene& s) { s.note(QuibHueAndSaturation(s.pixels, s.out(), 75, 20)); }, true},
+    CALL(QuibHueAndSaturation, s.pixels, &s.others, 75, 20),
     CALL(QuibColorToGray, s.pixels, s.out()),
     CALL(QuibBitonalToGray, s.bits, s.out(), 17, 201),
     CALL(QuibColorConversion, s.a, s.b),

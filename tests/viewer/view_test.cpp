@@ -3,6 +3,7 @@
 #include "examples/viewer/keys.h"
 #include "examples/viewer/view.h"
 
+#include "quibtool/startup.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>
@@ -297,7 +298,10 @@ TEST(View, WarpsOntoDraggedCorners)
     // Fitted, and then a notch further away: 240 by 160 pixels of the frame.
     EXPECT_DOUBLE_EQ(view.zoom, 1);
     renderFrame(&view);
-    EXPECT_EQ(pixel(view.frame, 250, 100), pixel(view.picture, 220, 80));
+    // Other processors get all quadrangles by scanlines, which repeat and skip pixels.
+    if (quibProcessorFlag) {
+        EXPECT_EQ(pixel(view.frame, 250, 100), pixel(view.picture, 220, 80));
+    }
     EXPECT_EQ(pixel(view.frame, 269, 179), 0xFF3050C8u) << "the knob";
     pressMouse(&view, 270, 181);
     EXPECT_TRUE(moveMouse(&view, 220, 151));
