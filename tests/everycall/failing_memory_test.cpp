@@ -1,7 +1,6 @@
 // Every exported function, with memory that runs out at every place: it says so or
 // does what it would have done, loses nothing, and leaves its arguments to be used.
 #include "fuzz/leaks.h"
-#include "tests/everycall/global_blocks.h"
 #include "tests/everycall/scene.h"
 #include "tests/support/failing_allocation.h"
 
@@ -69,7 +68,7 @@ bool failsWithMemory(Scene* scene, const EveryCall& call)
 Outcome runWith(const EveryCall& call, const SceneKind& kind, int32_t passing, int32_t failing)
 {
     Outcome outcome{};
-    const int64_t before = liveBlocks() + liveGlobalBlocks();
+    const int64_t before = liveBlocks();
     {
         Scene scene(kind);
         runIn(&scene, call, passing, failing, &outcome);
@@ -79,7 +78,7 @@ Outcome runWith(const EveryCall& call, const SceneKind& kind, int32_t passing, i
         if (failing > 0)
             outcome.failsAgain = failsWithMemory(&scene, call);
     }
-    outcome.lost = liveBlocks() + liveGlobalBlocks() - before;
+    outcome.lost = liveBlocks() - before;
     return outcome;
 }
 

@@ -23,6 +23,15 @@ void* counted(void* block)
     return block;
 }
 
+// Counts an allocation, and tells whether it must fail.
+bool allocationFails()
+{
+    if (!counting)
+        return false;
+    const int32_t call = calls++;
+    return call >= firstFailing && call - firstFailing < failingCalls;
+}
+
 } // namespace
 
 FailingAllocation::FailingAllocation(int32_t passing, int32_t failing)
@@ -51,14 +60,6 @@ FilledMemory::FilledMemory(uint8_t byte)
 FilledMemory::~FilledMemory()
 {
     filling = leftAlone;
-}
-
-bool allocationFails()
-{
-    if (!counting)
-        return false;
-    const int32_t call = calls++;
-    return call >= firstFailing && call - firstFailing < failingCalls;
 }
 
 int64_t liveBlocks()

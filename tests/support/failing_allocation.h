@@ -29,9 +29,5 @@ public:
     FilledMemory& operator=(const FilledMemory&) = delete;
 };
 
-// For an allocator of another kind: counts an allocation, and tells whether it must
-// fail.
-bool allocationFails();
-
 // How many blocks this program holds.
 int64_t liveBlocks();
