@@ -27,10 +27,12 @@ def main():
     if shown != examples:
         problems.append("README.md does not show examples/hello/short.c and main.c")
 
-    if run(short, str(root / "examples/images/cat.bmp")) != (0, "status 00000000\n"):
-        problems.append("short.c does not take the picture")
-    if run(short, str(root / "no-such-picture.bmp")) != (1, "status 80000000\n"):
-        problems.append("short.c does not say that there is no picture")
+    # An emulator may add lines of its own: hence "in".
+    for picture, expected in (("examples/images/cat.bmp", (0, "status 00000000\n")),
+                              ("no-such-picture.bmp", (1, "status 80000000\n"))):
+        status, output = run(short, str(root / picture))
+        if status != expected[0] or expected[1] not in output:
+            problems.append(f"short.c with {picture}: status {status}, {output!r}")
 
     status, output = run(full, str(root / "examples/images/cat.bmp"))
     line = re.search(r"^1920 x 1080, in the middle: red (\d+), green (\d+), blue (\d+), alpha 255$",
