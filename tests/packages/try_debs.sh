@@ -73,8 +73,12 @@ if [[ -d $checkout/bindings/python/quibtool ]]; then
     inside env PYTHONPATH=/tmp/python python3 -c 'import quibtool; print(quibtool.__file__)'
 fi
 
-say "documentation"
-inside test -s /usr/share/doc/quibtool/installing.md.gz
+if compgen -G "$packages/quibtool-doc_*.deb" >/dev/null; then
+    say "documentation"
+    inside test -s /usr/share/doc/quibtool/installing.md.gz
+    python3 "$checkout/tests/examples/reference_test.py" "$checkout" \
+        "$tree/usr/share/doc/quibtool/reference"
+fi
 
 say "remove"
 inside dpkg --purge "${names[@]}"
