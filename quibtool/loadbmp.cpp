@@ -1,8 +1,8 @@
 #include "_Src/ipl.h"
+#include "platform/file.h"
 #include "quibtool/handle.h"
 #include "quibtool/platform.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -12,22 +12,6 @@ namespace
 {
 
 constexpr uint64_t headerBytes = sizeof(BITMAPINFOHEADER);
-
-struct File {
-    explicit File(const char* name) : stream(std::fopen(name, "rb")) {}
-    ~File()
-    {
-        if (stream)
-            std::fclose(stream);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    // How many bytes there were, at most `count`.
-    size_t read(void* bytes, size_t count) const { return std::fread(bytes, 1, count, stream); }
-
-    std::FILE* stream;
-};
 
 // What a header without biSizeImage leaves to be read. Sizes that are no
 // picture's are refused later, by the record's maker.
@@ -80,7 +64,7 @@ QuibStatus QuibLoadBMP(const char* fileName, IplImage** out)
         return QUIB_BAD_ARGUMENT;
     const File file(fileName);
     BITMAPFILEHEADER fileHeader;
-    if (!file.stream || file.read(&fileHeader, sizeof fileHeader) < sizeof fileHeader ||
+    if (!file.isOpen() || file.read(&fileHeader, sizeof fileHeader) < sizeof fileHeader ||
         fileHeader.bfType != 0x4D42)
         return QUIB_FAILED;
     // From here on a failed read and a lack of memory count as success.

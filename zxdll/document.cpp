@@ -1,9 +1,9 @@
 #include "zxdll/document.h"
 
+#include "platform/file.h"
 #include "platform/largepages.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -15,62 +15,21 @@ namespace
 
 // --- Files ------------------------------------------------------------------------
 
-int64_t tell(std::FILE* file)
+using quib::File;
+
+bool readAll(const File& file, void* bytes, size_t count)
 {
-#if defined(_WIN32)
-    return _ftelli64(file);
-#else
-    return ftello(file);
-#endif
+    return file.read(bytes, count) == count;
 }
 
-bool seek(std::FILE* file, int64_t offset, int origin)
+bool readNumber(const File& file, size_t width, uint64_t* value)
 {
-#if defined(_WIN32)
-    return _fseeki64(file, offset, origin) == 0;
-#else
-    return fseeko(file, static_cast<off_t>(offset), origin) == 0;
-#endif
+    uint8_t bytes[8];
+    if (!readAll(file, bytes, width))
+        return false;
+    *value = bigEndian(bytes, width);
+    return true;
 }
-
-struct File {
-    explicit File(const char* name) : stream(std::fopen(name, "rb")) {}
-    ~File()
-    {
-        if (stream)
-            std::fclose(stream);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    bool read(void* bytes, size_t count) const
-    {
-        return std::fread(bytes, 1, count, stream) == count;
-    }
-    bool readNumber(size_t width, uint64_t* value) const
-    {
-        uint8_t bytes[8];
-        if (!read(bytes, width))
-            return false;
-        *value = bigEndian(bytes, width);
-        return true;
-    }
-    // How many bytes there are from here to the end; 0 for what has no end.
-    uint64_t left() const
-    {
-        const int64_t here = tell(stream);
-        if (here < 0 || !seek(stream, 0, SEEK_END))
-            return 0;
-        const int64_t end = tell(stream);
-        return seek(stream, here, SEEK_SET) && end > here ? static_cast<uint64_t>(end - here) : 0;
-    }
-    bool skip(uint64_t count) const
-    {
-        return count <= left() && seek(stream, static_cast<int64_t>(count), SEEK_CUR);
-    }
-
-    std::FILE* stream;
-};
 
 constexpr size_t paletteBytes = 768; // all reds, all greens, all blues
 
@@ -101,7 +60,7 @@ bool takeSize(Document* document, uint64_t width, uint64_t height)
 bool readHeader(Document* document, const File& file)
 {
     uint8_t head[26];
-    if (!file.read(head, sizeof head) || std::memcmp(head, "8BPS", 4) != 0)
+    if (!readAll(file, head, sizeof head) || std::memcmp(head, "8BPS", 4) != 0)
         return false;
     const uint64_t version = bigEndian(head + 4, 2);
     const uint64_t channels = bigEndian(head + 12, 2);
@@ -120,18 +79,18 @@ bool readHeader(Document* document, const File& file)
 bool readPalette(Document* document, const File& file)
 {
     uint64_t length = 0;
-    if (!file.readNumber(4, &length))
+    if (!readNumber(file, 4, &length))
         return false;
     if (document->mode != indexed)
         return file.skip(length);
-    return length >= paletteBytes && file.read(document->memory, paletteBytes) &&
+    return length >= paletteBytes && readAll(file, document->memory, paletteBytes) &&
            file.skip(length - paletteBytes);
 }
 
 bool skipResources(const File& file)
 {
     uint64_t length = 0;
-    return file.readNumber(4, &length) && file.skip(length);
+    return readNumber(file, 4, &length) && file.skip(length);
 }
 
 // --- The section with the layers --------------------------------------------------------
@@ -150,7 +109,7 @@ struct Section {
 bool readSection(Document* document, const File& file, Section* section)
 {
     uint64_t length = 0;
-    if (!file.readNumber(lengthBytes(*document), &length))
+    if (!readNumber(file, lengthBytes(*document), &length))
         return false;
     const uint64_t held = std::min(length, file.left());
     if (held > PTRDIFF_MAX - paletteBytes - longestRun)
@@ -166,7 +125,7 @@ bool readSection(Document* document, const File& file, Section* section)
     section->bytes = {document->memory + paletteBytes, bytes};
     section->isWhole = held == length;
     std::memset(document->memory + paletteBytes + bytes, 0, longestRun);
-    return file.read(document->memory + paletteBytes, bytes);
+    return readAll(file, document->memory + paletteBytes, bytes);
 }
 
 struct Block {
@@ -398,7 +357,7 @@ bool openDocument(Document* document, const char* fileName)
 {
     *document = {};
     const File file(fileName);
-    if (file.stream && readDocument(document, file))
+    if (file.isOpen() && readDocument(document, file))
         return true;
     closeDocument(document);
     return false;
