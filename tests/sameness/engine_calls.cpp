@@ -1,6 +1,7 @@
 // The engine's functions but for those of bitmaps.
 #include "_Src/ipl.h"
 #include "quibtool/quibtool.h"
+#include "tests/sameness/kernelarguments.h"
 #include "tests/sameness/picture.h"
 #include "tests/sameness/warpnumbers.h"
 
@@ -503,45 +504,25 @@ void reduceBits(Call& call)
 
 // --- Kernels and convolutions --------------------------------------------------------
 
-constexpr int32_t mostTaps = 7;
+OwnConvKernel* makeOfInts(const KernelArguments& of)
+{
+    return iplCreateConvKernel(of.nCols, of.nRows, of.anchorX, of.anchorY, of.values, of.shift);
+}
 
-struct KernelArguments {
-    int32_t nCols;
-    int32_t nRows;
-    int32_t anchorX;
-    int32_t anchorY;
-    int32_t shift;
-    int32_t values[mostTaps * mostTaps];
-    int8_t bytes[mostTaps * mostTaps];
+OwnConvKernel* makeOfBytes(const KernelArguments& of)
+{
+    return iplCreateConvKernelChar(of.nCols, of.nRows, of.anchorX, of.anchorY, of.bytes, of.shift);
+}
 
-    KernelArguments(Call& call, int32_t mostCols, int32_t mostRows)
-    {
-        nCols = call.choose("nCols", 1, mostCols);
-        nRows = call.choose("nRows", 1, mostRows);
-        anchorX = call.choose("anchorX", 0, nCols - (call.oneIn(40) ? 0 : 1));
-        anchorY = call.choose("anchorY", 0, nRows - 1);
-        shift = call.choose("shift", -1, 12);
-        const int32_t most = call.oneIn(8) ? 100000000 : call.oneIn(4) ? 40000 : 127;
-        for (int32_t i = 0; i < mostTaps * mostTaps; ++i) {
-            values[i] = call.random.between(-most, most);
-            bytes[i] = static_cast<int8_t>(call.random.between(-128, 127));
-        }
-    }
-    OwnConvKernel* make() const
-    {
-        return iplCreateConvKernel(nCols, nRows, anchorX, anchorY, values, shift);
-    }
-    OwnConvKernel* makeOfBytes() const
-    {
-        return iplCreateConvKernelChar(nCols, nRows, anchorX, anchorY, bytes, shift);
-    }
-};
+OwnConvKernel* anyKernel(Call& call, int32_t mostCols, int32_t mostRows)
+{
+    return makeOfInts(KernelArguments(call, mostCols, mostRows, true));
+}
 
 template<class Tap, auto make, auto get>
 void kernel(Call& call)
 {
-    const KernelArguments arguments(call, mostTaps, mostTaps);
-    OwnConvKernel* const made = (arguments.*make)();
+    OwnConvKernel* const made = make(KernelArguments(call, mostTaps, mostTaps, true));
     int32_t fields[5] = {};
     Tap taps[mostTaps * mostTaps] = {};
     Tap* at = taps;
@@ -561,7 +542,7 @@ void convolve(Call& call)
     const int32_t count = call.oneIn(2) ? 1 : call.choose("kernels", 2, 3);
     OwnConvKernel* kernels[3] = {};
     for (int32_t i = 0; i < count; ++i)
-        kernels[i] = KernelArguments(call, most, most).make();
+        kernels[i] = anyKernel(call, most, most);
     const int32_t method = call.choose("combineMethod", 0, 4);
     iplConvolve2D(pair.src, pair.target(call), kernels, count, method);
     for (OwnConvKernel* const made : kernels)
@@ -571,8 +552,8 @@ void convolve(Call& call)
 void convolveSep(Call& call)
 {
     Pair pair(call, anyFormat(call), anyFormat, withAll);
-    OwnConvKernel* const x = call.oneIn(8) ? nullptr : KernelArguments(call, mostTaps, 1).make();
-    OwnConvKernel* const y = call.oneIn(8) ? nullptr : KernelArguments(call, 1, mostTaps).make();
+    OwnConvKernel* const x = call.oneIn(8) ? nullptr : anyKernel(call, mostTaps, 1);
+    OwnConvKernel* const y = call.oneIn(8) ? nullptr : anyKernel(call, 1, mostTaps);
     iplConvolveSep2D(pair.src, pair.dst, x, y);
     iplDeleteConvKernel(x);
     iplDeleteConvKernel(y);
@@ -640,9 +621,8 @@ std::vector<CorpusFunction> corpusOfEngine()
         {"iplConvolve2D", convolve, 320},
         {"iplConvolveSep2D", convolveSep, 240},
         {"iplCopy", onOne<iplCopy>, 160},
-        {"iplCreateConvKernel", kernel<int32_t, &KernelArguments::make, iplGetConvKernel>, 24},
-        {"iplCreateConvKernelChar",
-         kernel<int8_t, &KernelArguments::makeOfBytes, iplGetConvKernelChar>, 24},
+        {"iplCreateConvKernel", kernel<int32_t, makeOfInts, iplGetConvKernel>, 24},
+        {"iplCreateConvKernelChar", kernel<int8_t, makeOfBytes, iplGetConvKernelChar>, 24},
         {"iplCreateImageHeader", createHeader, 160},
         {"iplCreateROI", region, 24},
         {"iplCreateTileInfo", tileInfo, 24},
@@ -652,13 +632,13 @@ std::vector<CorpusFunction> corpusOfEngine()
         {"iplDecimate", scale<iplDecimate, Scaling::down, 3>, 320},
         {"iplDecimateBlur", decimateBlur, 160},
         {"iplDefaultErrorHandler", defaultHandler, 24},
-        {"iplDeleteConvKernel", kernel<int8_t, &KernelArguments::make, iplGetConvKernelChar>, 24},
+        {"iplDeleteConvKernel", kernel<int8_t, makeOfInts, iplGetConvKernelChar>, 24},
         {"iplError", error, 48},
         {"iplFixedFilter", fixedFilter, 320},
         {"iplGetAffineBound", affine, 48},
         {"iplGetAffineQuad", affine, 48},
-        {"iplGetConvKernel", kernel<int32_t, &KernelArguments::makeOfBytes, iplGetConvKernel>, 24},
-        {"iplGetConvKernelChar", kernel<int8_t, &KernelArguments::make, iplGetConvKernelChar>, 24},
+        {"iplGetConvKernel", kernel<int32_t, makeOfBytes, iplGetConvKernel>, 24},
+        {"iplGetConvKernelChar", kernel<int8_t, makeOfInts, iplGetConvKernelChar>, 24},
         {"iplGetErrorMode", setStatus, 24},
         {"iplGetPerspectiveBound", perspective, 48},
         {"iplGetPerspectiveQuad", perspective, 48},

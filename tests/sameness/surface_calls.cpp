@@ -1,6 +1,7 @@
 // The exported functions that take and give handles.
 #include "_Src/ipl.h"
 #include "quibtool/quibtool.h"
+#include "tests/sameness/kernelarguments.h"
 #include "tests/sameness/picture.h"
 #include "tests/sameness/warpnumbers.h"
 #include "tests/support/memory_surface.h"
@@ -656,39 +657,14 @@ void decimateBlur(Call& call)
 
 // --- Kernels and convolutions --------------------------------------------------------
 
-constexpr int32_t mostTaps = 7;
-
-// A kernel and what it is made of.
-struct KernelArguments {
-    int32_t nCols;
-    int32_t nRows;
-    int32_t anchorX;
-    int32_t anchorY;
-    int32_t shift;
-    int32_t values[mostTaps * mostTaps];
-    int8_t bytes[mostTaps * mostTaps];
-
-    KernelArguments(Call& call, int32_t mostCols, int32_t mostRows)
-    {
-        nCols = call.choose("nCols", 1, mostCols);
-        nRows = call.choose("nRows", 1, mostRows);
-        anchorX = call.choose("anchorX", 0, nCols - 1);
-        anchorY = call.choose("anchorY", 0, nRows - 1);
-        shift = call.choose("shift", -1, 12);
-        const int32_t most = call.oneIn(8) ? 100000000 : call.oneIn(4) ? 40000 : 127;
-        for (int32_t i = 0; i < mostTaps * mostTaps; ++i) {
-            values[i] = call.random.between(-most, most);
-            bytes[i] = static_cast<int8_t>(call.random.between(-128, 127));
-        }
-    }
-    // Null, after a report, where there can be none.
-    OwnConvKernel* make() const
-    {
-        OwnConvKernel* kernel = nullptr;
-        QuibCreateConvKernel(&kernel, nCols, nRows, anchorX, anchorY, values, shift);
-        return kernel;
-    }
-};
+// A kernel, or null after a report where there can be none.
+OwnConvKernel* anyKernel(Call& call, int32_t mostCols, int32_t mostRows)
+{
+    const KernelArguments of(call, mostCols, mostRows);
+    OwnConvKernel* kernel = nullptr;
+    QuibCreateConvKernel(&kernel, of.nCols, of.nRows, of.anchorX, of.anchorY, of.values, of.shift);
+    return kernel;
+}
 
 template<class Tap, auto getKernel>
 void seeKernel(Call& call, const OwnConvKernel* kernel)
@@ -705,8 +681,7 @@ void seeKernel(Call& call, const OwnConvKernel* kernel)
 
 void createKernel(Call& call)
 {
-    const KernelArguments arguments(call, mostTaps, mostTaps);
-    OwnConvKernel* kernel = arguments.make();
+    OwnConvKernel* kernel = anyKernel(call, mostTaps, mostTaps);
     seeKernel<int32_t, QuibGetConvKernel>(call, kernel);
     give(call, QuibDeleteConvKernel(kernel));
 }
@@ -755,7 +730,7 @@ void convolve(Call& call)
     const int32_t most = call.choose("most", 1, mostTaps);
     Kernels kernels(call.oneIn(2) ? 1 : call.random.between(2, 4));
     for (int32_t i = 0; i < kernels.count; ++i)
-        kernels.all[i] = KernelArguments(call, most, most).make();
+        kernels.all[i] = anyKernel(call, most, most);
     const int32_t method = call.choose("combineMethod", 0, call.oneIn(12) ? 5 : 4);
     Made made(call);
     give(call, QuibConvolve2D(src, made.address(), kernels.all, kernels.count, method));
@@ -766,8 +741,8 @@ void convolveSep(Call& call)
     const Picture src(call, "src", anyHandleFormat(call), withRegion | withMask | withBorders);
     const int32_t wrong = call.oneIn(12) ? 2 : 1;
     Kernels kernels(2);
-    kernels.all[0] = KernelArguments(call, mostTaps, wrong).make();
-    kernels.all[1] = KernelArguments(call, wrong, mostTaps).make();
+    kernels.all[0] = anyKernel(call, mostTaps, wrong);
+    kernels.all[1] = anyKernel(call, wrong, mostTaps);
     Made made(call);
     give(call, QuibConvolveSep2D(src, made.address(), kernels.all[0], kernels.all[1]));
 }

@@ -135,16 +135,11 @@ inline IplImage* giveRandomMask(IplImage* image, int32_t width, int32_t height, 
     return image->maskROI;
 }
 
-// One element, by its place, as the plain forms of the tests see it: bits at
-// depth 1, integers, or the float's value.
-inline double element(const IplImage* image, int32_t x, int32_t y, int32_t channel)
+// The element that a row of single elements, bits as bytes, has at an index.
+inline double rowElement(uint32_t depth, const uint8_t* row, ptrdiff_t index)
 {
-    const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE;
-    const uint8_t* row = rowOf(image, planes ? y + channel * image->height : y);
-    const ptrdiff_t index = planes ? x : static_cast<ptrdiff_t>(x) * image->nChannels + channel;
-    switch (image->depth) {
+    switch (depth) {
     case IPL_DEPTH_1U:
-        return (row[x >> 3] >> (7 - (x & 7))) & 1;
     case IPL_DEPTH_8U:
         return row[index];
     case IPL_DEPTH_8S:
@@ -158,6 +153,18 @@ inline double element(const IplImage* image, int32_t x, int32_t y, int32_t chann
     default:
         return reinterpret_cast<const float*>(row)[index];
     }
+}
+
+// One element, by its place, as the plain forms of the tests see it: bits at
+// depth 1, integers, or the float's value.
+inline double element(const IplImage* image, int32_t x, int32_t y, int32_t channel)
+{
+    const bool planes = image->dataOrder == IPL_DATA_ORDER_PLANE;
+    const uint8_t* row = rowOf(image, planes ? y + channel * image->height : y);
+    const ptrdiff_t index = planes ? x : static_cast<ptrdiff_t>(x) * image->nChannels + channel;
+    if (image->depth == IPL_DEPTH_1U)
+        return (row[x >> 3] >> (7 - (x & 7))) & 1;
+    return rowElement(image->depth, row, index);
 }
 
 inline void putElement(IplImage* image, int32_t x, int32_t y, int32_t channel, double value)

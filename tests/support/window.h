@@ -73,26 +73,6 @@ inline void giveRandomBorders(IplImage* image, Random& random)
     }
 }
 
-// The element that a row of single elements, bits as bytes, has at an index.
-inline double rowElement(uint32_t depth, const uint8_t* row, ptrdiff_t index)
-{
-    switch (depth) {
-    case IPL_DEPTH_1U:
-    case IPL_DEPTH_8U:
-        return row[index];
-    case IPL_DEPTH_8S:
-        return reinterpret_cast<const int8_t*>(row)[index];
-    case IPL_DEPTH_16U:
-        return reinterpret_cast<const uint16_t*>(row)[index];
-    case IPL_DEPTH_16S:
-        return reinterpret_cast<const int16_t*>(row)[index];
-    case IPL_DEPTH_32S:
-        return reinterpret_cast<const int32_t*>(row)[index];
-    default:
-        return reinterpret_cast<const float*>(row)[index];
-    }
-}
-
 // --- Filters -------------------------------------------------------------------------
 
 struct PlainWindow {
