@@ -12,7 +12,6 @@ import subprocess
 import sys
 from xml.sax.saxutils import escape
 
-SOURCES = ("Native.cs", "QuibException.cs", "Image.cs", "Operations.cs")
 # What each type of the header is here; the others have the same name.
 TYPES = {
     "int32_t": "int", "uint32_t": "uint", "bool": "[MarshalAs(UnmanagedType.I1)] bool",
@@ -46,7 +45,7 @@ def problems_of_declarations(root):
     sys.dont_write_bytecode = True
     import interface
     found = {name: (entry, types) for name, entry, types in
-             declared((root / "bindings/csharp/Native.cs").read_text(encoding="utf-8"))}
+             declared((root / "bindings/csharp/QuibTool/Native.cs").read_text(encoding="utf-8"))}
     lines = (root / "quibtool/decorated.txt").read_text(encoding="utf-8").splitlines()
     decorated = {line.split()[0]: line.split()[1:] for line in lines
                  if line and not line.startswith("#")}
@@ -68,12 +67,14 @@ def build(root, scratch):
     source, tests = root / "bindings/csharp", root / "tests/bindings/csharp"
     common = ["mcs", "-unsafe", "-langversion:latest", "-warnaserror"]
     assembly = scratch / "QuibTool.Net.dll"
+    # With -doc, a public member without its documentation is a warning.
     subprocess.run([*common, "-target:library", f"-out:{assembly}",
-                    *(source / name for name in SOURCES)], check=True)
+                    f"-doc:{assembly.with_suffix('.xml')}",
+                    *sorted((source / "QuibTool").glob("*.cs"))], check=True)
     shutil.copy(source / "QuibTool.Net.dll.config", scratch)
-    for program in (source / "Sample.cs", tests / "Tests.cs"):
+    for name, files in (("Sample", [source / "Sample.cs"]), ("Tests", sorted(tests.glob("*.cs")))):
         subprocess.run([*common, f"-r:{assembly}", "-r:System.Core.dll",
-                        f"-out:{scratch / program.stem}.exe", program], check=True)
+                        f"-out:{scratch / name}.exe", *files], check=True)
 
 
 def problems_of_sample(root, scratch, environment):
@@ -85,6 +86,14 @@ def problems_of_sample(root, scratch, environment):
             yield f"{picture}: status {done.returncode}, {done.stdout} {done.stderr}"
     if not (scratch / "sample.ppm").read_bytes().startswith(b"P6\n451 300\n255\n"):
         yield "no such picture"
+
+
+def problems_of_memory(scratch, environment):
+    """What is wrong where memory runs out."""
+    done = subprocess.run(["mono", scratch / "Tests.exe", "memory"], env=environment,
+                          capture_output=True, text=True, check=False)
+    if done.returncode or done.stdout != "15 refused, 0 not, 100\n":
+        yield f"status {done.returncode}: {done.stdout} {done.stderr}"
 
 
 def result(name, problems):
@@ -104,9 +113,13 @@ def main():
     build(root, scratch)
     environment = {**os.environ, "LD_LIBRARY_PATH": str(library.parent)}
     checks = {"declarations": "\n".join(problems_of_declarations(root)),
-              "sample": "\n".join(problems_of_sample(root, scratch, environment))}
-    done = subprocess.run(["mono", scratch / "Tests.exe", root / "examples/images", scratch,
-                           results], env=environment, check=False)
+              "sample": "\n".join(problems_of_sample(root, scratch, environment)),
+              "memory": "\n".join(problems_of_memory(scratch, environment))}
+    results.unlink(missing_ok=True)
+    done = subprocess.run(["mono", scratch / "Tests.exe", root, scratch, results],
+                          env=environment, check=False)
+    if not results.exists():
+        sys.exit(f"status {done.returncode} in {(scratch / 'running').read_text(encoding='utf-8')}")
     text = results.read_text(encoding="utf-8")
     own = "".join(result(name, problems) for name, problems in checks.items())
     results.write_text(text.replace("</testsuite>", own + "</testsuite>"), encoding="utf-8")

@@ -6,6 +6,8 @@ namespace QuibTool
     /// <summary>A function of the library returned a status that is no success.</summary>
     public class QuibException : Exception
     {
+        internal const int Failed = unchecked((int)0x80000000);
+
         private static readonly Dictionary<uint, string> meanings = new Dictionary<uint, string> {
             { 0x80000000, "QUIB_FAILED: failed, for no more exact reason" },
             { 0x80000001, "QUIB_BAD_WIDTH: width below 1" },
@@ -28,6 +30,7 @@ namespace QuibTool
         /// <summary>What it returned.</summary>
         public uint Status { get; private set; }
 
+        /// <summary>Makes one of the function's C name and its status.</summary>
         public QuibException(string function, int status)
             : base(function + ": 0x" + ((uint)status).ToString("X8") + ": " + Meaning(status))
         {
