@@ -1,5 +1,6 @@
 #include "tools/quib/batch.h"
 
+#include "tools/quib/names.h"
 #include "tools/quib/process.h"
 
 #include <algorithm>
@@ -37,16 +38,17 @@ void drawBar(const Batch& batch)
     const size_t filled = batch.done * width / batch.jobs.size();
     std::string bar(filled, '#');
     bar.resize(width, '.');
-    std::fprintf(stderr, "\r[%s] %zu of %zu", bar.c_str(), batch.done, batch.jobs.size());
+    std::string text = "\r[" + bar + "] " + std::to_string(batch.done) + " of " +
+                       std::to_string(batch.jobs.size());
     if (batch.failed)
-        std::fprintf(stderr, ", %zu failed", batch.failed);
-    std::fflush(stderr);
+        text += ", " + std::to_string(batch.failed) + " failed";
+    print(stderr, text);
 }
 
 void clearBar(const Batch& batch)
 {
     if (batch.showsBar)
-        std::fprintf(stderr, "\r\033[K");
+        print(stderr, "\r\033[K");
 }
 
 void report(Batch* batch, const Job& job, const Problem& problem, double seconds)
@@ -56,11 +58,11 @@ void report(Batch* batch, const Job& job, const Problem& problem, double seconds
     clearBar(*batch);
     if (!problem.empty()) {
         ++batch->failed;
-        std::fprintf(stderr, "quib: %s: %s\n", printable(job.input).c_str(), problem.c_str());
+        print(stderr, "quib: " + printable(job.input) + ": " + problem + "\n");
     } else if (batch->plan["--verbose"].isGiven) {
-        std::printf("%s -> %s, %.3f s\n", printable(job.input).c_str(),
-                    printable(job.output).c_str(), seconds);
-        std::fflush(stdout);
+        char taken[32];
+        std::snprintf(taken, sizeof taken, ", %.3f s\n", seconds);
+        print(stdout, printable(job.input) + " -> " + printable(job.output) + taken);
     }
     if (batch->showsBar)
         drawBar(*batch);
@@ -70,7 +72,7 @@ void report(Batch* batch, const Job& job, const Problem& problem, double seconds
 Problem findTarget(const Plan& plan, const std::string& output, fs::path* target)
 {
     std::error_code error;
-    *target = output;
+    *target = pathOf(output);
     const fs::file_status status = fs::status(*target, error);
     if (fs::is_directory(status))
         return inQuotes(output) + " is a folder";
@@ -87,7 +89,7 @@ Problem findTarget(const Plan& plan, const std::string& output, fs::path* target
     if (!folder.empty())
         fs::create_directories(folder, error);
     if (!folder.empty() && !fs::is_directory(folder, error))
-        return inQuotes(folder.string()) + ": the folder cannot be made";
+        return inQuotes(nameOf(folder)) + ": the folder cannot be made";
     return {};
 }
 
@@ -104,7 +106,7 @@ Problem ask(const Batch& batch, const Job& job, const fs::path& unfinished, Proc
         return "no process could be started for it: " + reason;
     const std::string format = formatOfName(job.output) == Format::none ? "" : job.output;
     std::string request = job.input;
-    for (const std::string& part : {format, unfinished.string()})
+    for (const std::string& part : {format, nameOf(unfinished)})
         request += '\0' + part;
     request += '\0';
     std::string step = "loading", message;
@@ -168,10 +170,11 @@ int summarise(const Batch& batch)
 {
     clearBar(batch);
     if (batch.jobs.size() > 1 && !batch.plan["--quiet"].isGiven)
-        std::fprintf(stderr, "quib: %zu of %zu pictures written, %zu failed\n",
-                     batch.done - batch.failed, batch.jobs.size(), batch.failed);
+        print(stderr, "quib: " + std::to_string(batch.done - batch.failed) + " of " +
+                          std::to_string(batch.jobs.size()) + " pictures written, " +
+                          std::to_string(batch.failed) + " failed\n");
     if (isInterrupted()) {
-        std::fprintf(stderr, "quib: interrupted\n");
+        print(stderr, "quib: interrupted\n");
         return 130;
     }
     return batch.failed ? 1 : 0;

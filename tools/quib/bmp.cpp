@@ -1,6 +1,7 @@
 // BMP files: read by the library, which believes their headers, so these are looked at
 // first; written here, and 8-bit grays read too.
 #include "tools/quib/formats.h"
+#include "tools/quib/names.h"
 
 #include <cstring>
 #include <vector>
@@ -122,7 +123,7 @@ Problem checkHeader(const Header& header, uint64_t fileBytes)
 
 Problem checkFile(const std::string& name, Header* header)
 {
-    File file(std::fopen(name.c_str(), "rb"));
+    File file(openFile(name, "rb"));
     if (!file)
         return "the file cannot be opened: " + systemReason();
     uint8_t bytes[headersSize] = {};
@@ -206,11 +207,15 @@ Problem loadBmp(const std::string& file, Picture* picture)
         return problem;
     const bool isPlainGray = header.bitCount == 8 && header.compression == 0 &&
                              (header.colours == 0 || header.colours == 256);
-    File opened(isPlainGray ? std::fopen(file.c_str(), "rb") : nullptr);
+    File opened(isPlainGray ? openFile(file, "rb") : nullptr);
     if (opened && hasGrayRamp(opened.get()))
         return loadGrays(header, opened.get(), picture);
+    LibraryName name;
+    problem = name.find(file);
+    if (!problem.empty())
+        return problem;
     IplImage* handle = nullptr;
-    const QuibStatus status = QuibLoadBMP(file.c_str(), &handle);
+    const QuibStatus status = QuibLoadBMP(name.get(), &handle);
     problem = takeResult("QuibLoadBMP", status, handle, picture);
     // A file without alphas gives a picture that is transparent throughout.
     if (!problem.empty() || depthOf(*picture) != 32 || !hasNoAlpha(*picture))

@@ -1,6 +1,7 @@
 #include "tools/quib/files.h"
 
 #include "tools/quib/formats.h"
+#include "tools/quib/names.h"
 
 #include <algorithm>
 #include <cctype>
@@ -58,7 +59,11 @@ Problem loadPsd(const std::string& file, bool wantsMask, Picture* picture)
 {
     IplImage* image = nullptr;
     IplImage* mask = nullptr;
-    const QuibStatus status = QuibLoadFramePsd2Bmp(file.c_str(), &image, &mask);
+    LibraryName name;
+    const Problem problem = name.find(file);
+    if (!problem.empty())
+        return problem;
+    const QuibStatus status = QuibLoadFramePsd2Bmp(name.get(), &image, &mask);
     Picture ownedImage(image), ownedMask(mask);
     if (status != QUIB_OK)
         return "no picture could be read from this PSD file; expected are two layers with pixels, "
@@ -108,7 +113,7 @@ std::string systemReason()
 
 Format formatOfName(const std::string& name)
 {
-    std::string ending = std::filesystem::path(name).extension().string();
+    std::string ending = nameOf(pathOf(name).extension());
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     for (const Ending& known : endings)
@@ -142,11 +147,12 @@ Problem loadPicture(const std::string& file, Picture* picture)
     if (wantsMask)
         name.resize(name.size() - std::strlen(maskSuffix));
     std::error_code error;
-    if (std::filesystem::is_directory(name, error))
+    const std::filesystem::path path = pathOf(name);
+    if (std::filesystem::is_directory(path, error))
         return "this is a folder, expected a picture file";
-    if (std::filesystem::exists(name, error) && !std::filesystem::is_regular_file(name, error))
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
         return "this is no ordinary file";
-    File opened(std::fopen(name.c_str(), "rb"));
+    File opened(openFile(name, "rb"));
     if (!opened)
         return "the file cannot be opened: " + systemReason();
     unsigned char head[8] = {};
@@ -165,7 +171,7 @@ Problem loadPicture(const std::string& file, Picture* picture)
 Problem savePicture(const Picture& picture, Format format,
                     [[maybe_unused]] const SaveOptions& options, const std::string& file)
 {
-    File opened(std::fopen(file.c_str(), "wb"));
+    File opened(openFile(file, "wb"));
     if (!opened)
         return "the file cannot be written: " + systemReason();
     Problem problem;

@@ -1,6 +1,8 @@
 // The pictures of a plan, and where their results go.
 #include "tools/quib/batch.h"
 
+#include "tools/quib/names.h"
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -34,7 +36,7 @@ bool matches(const char* pattern, const char* name)
 
 bool isReadable(const fs::path& file)
 {
-    return formatOfName(file.string()) != Format::none;
+    return formatOfName(nameOf(file)) != Format::none;
 }
 
 Problem listFolder(const fs::path& folder, bool isRecursive, std::vector<Found>* found)
@@ -56,9 +58,9 @@ Problem listFolder(const fs::path& folder, bool isRecursive, std::vector<Found>*
             take(*i);
     }
     if (error)
-        return inQuotes(folder.string()) + ": the folder cannot be read: " + error.message();
+        return inQuotes(nameOf(folder)) + ": the folder cannot be read: " + error.message();
     if (files.empty())
-        return inQuotes(folder.string()) + ": there are no pictures in this folder";
+        return inQuotes(nameOf(folder)) + ": there are no pictures in this folder";
     std::sort(files.begin(), files.end(),
               [](const Found& a, const Found& b) { return a.file < b.file; });
     found->insert(found->end(), files.begin(), files.end());
@@ -67,13 +69,13 @@ Problem listFolder(const fs::path& folder, bool isRecursive, std::vector<Found>*
 
 Problem listPattern(const std::string& pattern, std::vector<Found>* found)
 {
-    const fs::path path(pattern);
+    const fs::path path = pathOf(pattern);
     const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    const std::string name = path.filename().string();
+    const std::string name = keyOf(nameOf(path.filename()));
     std::error_code error;
     std::vector<Found> files;
     for (fs::directory_iterator i(folder, error), end; !error && i != end; i.increment(error))
-        if (matches(name.c_str(), i->path().filename().string().c_str()))
+        if (matches(name.c_str(), keyOf(nameOf(i->path().filename())).c_str()))
             files.push_back({i->path(), {}});
     if (files.empty())
         return inQuotes(pattern) + ": no file has such a name";
@@ -88,12 +90,13 @@ Problem listInputs(const Plan& plan, std::vector<Found>* found)
     for (const std::string& input : plan.inputs) {
         std::error_code error;
         Problem problem;
-        if (fs::is_directory(input, error))
-            problem = listFolder(input, plan["--recursive"].isGiven, found);
-        else if (isPattern(input) && !fs::exists(input, error))
+        const fs::path path = pathOf(input);
+        if (fs::is_directory(path, error))
+            problem = listFolder(path, plan["--recursive"].isGiven, found);
+        else if (isPattern(input) && !fs::exists(path, error))
             problem = listPattern(input, found);
         else
-            found->push_back({input, {}});
+            found->push_back({path, {}});
         if (!problem.empty())
             return problem;
     }
@@ -104,7 +107,13 @@ bool isFolderName(const std::string& text)
 {
     std::error_code error;
     return text.back() == '/' || (text.back() == '\\' && fs::path::preferred_separator == '\\') ||
-           fs::is_directory(text, error);
+           fs::is_directory(pathOf(text), error);
+}
+
+std::string endingOfOthers()
+{
+    const std::vector<std::string> endings = writableEndings();
+    return std::find(endings.begin(), endings.end(), ".png") == endings.end() ? ".bmp" : ".png";
 }
 
 std::string endingOf(const Plan& plan, const fs::path& file)
@@ -112,10 +121,10 @@ std::string endingOf(const Plan& plan, const fs::path& file)
     const std::string& format = plan["--format"].text;
     if (!format.empty())
         return format == "jpeg" ? ".jpg" : "." + format;
-    const std::string ending = file.extension().string();
+    const std::string ending = nameOf(file.extension());
     // Layers are not written.
-    const Format own = formatOfName(file.string());
-    return own == Format::psd || own == Format::none ? ".png" : ending;
+    const Format own = formatOfName(nameOf(file));
+    return own == Format::psd || own == Format::none ? endingOfOthers() : ending;
 }
 
 // In the place of {name}, {number} and {ext}.
@@ -131,9 +140,9 @@ std::string fillIn(std::string text, const std::map<std::string, std::string>& v
 // The mask of a PSD file is named by its file.
 fs::path withoutPart(const fs::path& file)
 {
-    const std::string text = file.string();
+    const std::string text = nameOf(file);
     const size_t at = text.rfind(":mask");
-    return at != std::string::npos && at + 5 == text.size() ? fs::path(text.substr(0, at)) : file;
+    return at != std::string::npos && at + 5 == text.size() ? pathOf(text.substr(0, at)) : file;
 }
 
 std::string outputFor(const Plan& plan, const Found& found, size_t number)
@@ -141,13 +150,12 @@ std::string outputFor(const Plan& plan, const Found& found, size_t number)
     const fs::path file = withoutPart(found.file);
     const std::string ending = endingOf(plan, file);
     if (plan.output.find('{') != std::string::npos)
-        return fillIn(plan.output, {{"{name}", file.stem().string()},
+        return fillIn(plan.output, {{"{name}", nameOf(file.stem())},
                                     {"{number}", std::to_string(number)},
                                     {"{ext}", ending.substr(1)}});
     if (isFolderName(plan.output))
-        return (fs::path(plan.output) / found.below / (file.stem().string() + ending))
-            .lexically_normal()
-            .string();
+        return nameOf((pathOf(plan.output) / found.below / pathOf(nameOf(file.stem()) + ending))
+                          .lexically_normal());
     return plan.output;
 }
 
@@ -164,7 +172,7 @@ Problem checkOutputs(const Plan& plan, const std::vector<Job>& jobs)
             if (format == Format::psd)
                 return inQuotes(job.output) + ": PSD files are only read";
         }
-        const auto [place, isNew] = seen.emplace(job.output, job.input);
+        const auto [place, isNew] = seen.emplace(keyOf(job.output), job.input);
         if (!isNew)
             return inQuotes(place->second) + " and " + inQuotes(job.input) +
                    " would both be written to " + inQuotes(job.output);
@@ -205,7 +213,7 @@ Problem listJobs(const Plan& plan, std::vector<Job>* jobs)
                " is none; one that is to be made ends in a slash, and {name}, {number} and {ext} "
                "make a name for each";
     for (size_t i = 0; i < found.size(); ++i)
-        jobs->push_back({found[i].file.string(), outputFor(plan, found[i], i + 1)});
+        jobs->push_back({nameOf(found[i].file), outputFor(plan, found[i], i + 1)});
     problem = checkOutputs(plan, *jobs);
     return problem.empty() ? checkBuild(plan, *jobs) : problem;
 }

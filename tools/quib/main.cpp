@@ -1,5 +1,6 @@
 // quib: the library's operations from the command line.
 #include "tools/quib/batch.h"
+#include "tools/quib/names.h"
 #include "tools/quib/texts.h"
 
 #include <cstdio>
@@ -15,21 +16,19 @@ using Words = std::vector<std::string>;
 
 int complain(const std::string& text)
 {
-    std::fprintf(stderr, "quib: %s\nquib --help shows how it is used.\n", text.c_str());
+    print(stderr, "quib: " + text + "\nquib --help shows how it is used.\n");
     return wrongUsage;
 }
 
-int print(const std::string& text)
+int answer(const std::string& text)
 {
-    const bool isWritten =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    return isWritten ? 0 : 1;
+    return print(stdout, text) ? 0 : 1;
 }
 
 int help(const Words& words)
 {
     if (words.size() == 1)
-        return print(usageText());
+        return answer(usageText());
     std::string text;
     for (size_t i = 1; i < words.size(); ++i) {
         const Operation* operation = findOperation(words[i]);
@@ -38,14 +37,14 @@ int help(const Words& words)
                             "; quib list shows all");
         text += (text.empty() ? "" : "\n") + helpText(*operation);
     }
-    return print(text);
+    return answer(text);
 }
 
 int completion(const Words& words)
 {
     const std::string text = words.size() == 2 ? completionText(words[1]) : "";
     return text.empty() ? complain("completion: SHELL is missing or none of bash, zsh, fish")
-                        : print(text);
+                        : answer(text);
 }
 
 // In a process of its own: files are loaded by the library.
@@ -58,15 +57,16 @@ int info(const Words& words)
         Picture picture;
         const Problem problem = loadPicture(words[i], &picture);
         if (!problem.empty()) {
-            std::fprintf(stderr, "quib: %s: %s\n", printable(words[i]).c_str(), problem.c_str());
+            print(stderr, "quib: " + printable(words[i]) + ": " + problem + "\n");
             status = 1;
             continue;
         }
         int32_t isBlack = 0;
         QuibIsBlack(picture.get(), 0, &isBlack);
-        std::printf("%s: %s, %d bits%s%s\n", printable(words[i]).c_str(),
-                    sizeText(picture->width, picture->height).c_str(), depthOf(picture),
-                    isOpaque(picture) ? "" : ", with alpha", isBlack ? ", black" : "");
+        print(stdout, printable(words[i]) + ": " + sizeText(picture->width, picture->height) +
+                          ", " + std::to_string(depthOf(picture)) + " bits" +
+                          (isOpaque(picture) ? "" : ", with alpha") + (isBlack ? ", black" : "") +
+                          "\n");
     }
     return status;
 }
@@ -87,7 +87,7 @@ void printJob(const Plan& plan, const Job& job)
     std::string text = printable(job.input);
     for (const Step& step : plan.steps)
         text += std::string(" | ") + step.operation->name;
-    std::printf("%s > %s\n", text.c_str(), printable(job.output).c_str());
+    print(stdout, text + " > " + printable(job.output) + "\n");
 }
 
 int run(const Words& words)
@@ -116,16 +116,16 @@ int serve(const Words& words)
 int dispatch(const Words& words)
 {
     if (words.empty()) {
-        std::fputs(usageText().c_str(), stderr);
+        print(stderr, usageText());
         return wrongUsage;
     }
     const std::string& first = words[0];
     if (first == "--worker")
         return serve(words);
     if (has(words, "--help"))
-        return print(usageText());
+        return answer(usageText());
     if (has(words, "--version"))
-        return print(versionText());
+        return answer(versionText());
     if (first == "help")
         return help(words);
     if (first == "info")
@@ -133,9 +133,9 @@ int dispatch(const Words& words)
     if (first == "completion")
         return completion(words);
     if (first == "list" && words.size() == 1)
-        return print(listText());
+        return answer(listText());
     if (first == "manual" && words.size() == 1)
-        return print(manualText());
+        return answer(manualText());
     return run(words);
 }
 
@@ -143,5 +143,6 @@ int dispatch(const Words& words)
 
 int main(int argc, char** argv)
 {
-    return dispatch(Words(argv + (argc > 0 ? 1 : 0), argv + argc));
+    prepareStreams();
+    return dispatch(commandLine(argc, argv));
 }

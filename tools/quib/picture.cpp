@@ -111,7 +111,7 @@ Problem makePicture(int64_t width, int64_t height, int depth, uint32_t word, Pic
         QuibCreate(static_cast<int32_t>(width), static_cast<int32_t>(height), depth, &handle, word);
     problem = takeResult("QuibCreate", status, handle, out);
     if (problem.empty() && depth == 24)
-        std::memset(rowOf(handle, 0), 0, bytesOf(width, height, depth));
+        std::memset(rowOf(handle, 0), 0, static_cast<size_t>(bytesOf(width, height, depth)));
     return problem;
 }
 

@@ -49,6 +49,12 @@ std::string printable(std::string_view text)
     return shown;
 }
 
+bool print(std::FILE* stream, const std::string& text)
+{
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
+           std::fflush(stream) == 0;
+}
+
 std::string inQuotes(std::string_view text)
 {
     return "'" + printable(text) + "'";
