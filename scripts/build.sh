@@ -12,23 +12,29 @@ build_quietly() {
     fi
 }
 
-# build_showing LOG COMMAND...: the same, with a word on how far ninja has come: one
-# line that changes on a terminal, a line for each quarter elsewhere.
+# show_progress: of ninja's output a word on how far it has come: one line that changes
+# on a terminal, a line for each quarter elsewhere. Not by awk, which may read in blocks.
+show_progress() {
+    local live=no line last=0 told=0 quarter seen=no
+    [[ -t 1 ]] && live=yes
+    while IFS= read -r line; do
+        [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+        ((BASH_REMATCH[1] >= last)) || told=0 # another build
+        last=${BASH_REMATCH[1]} quarter=$((4 * BASH_REMATCH[1] / BASH_REMATCH[2]))
+        if [[ $live == yes ]]; then
+            printf '\r  %d of %d\033[K' "$last" "${BASH_REMATCH[2]}"
+        elif ((quarter > told)); then
+            echo "  $last of ${BASH_REMATCH[2]}"
+        fi
+        told=$quarter seen=yes
+    done
+    [[ $live == no || $seen == no ]] || echo
+}
+
+# build_showing LOG COMMAND...: as build_quietly, and shows progress.
 build_showing() {
-    local live=0
-    [[ -t 1 ]] && live=1
     mkdir -p "$(dirname "$1")"
-    if ! "${@:2}" </dev/null 2>&1 | tee -a "$1" | awk -v live="$live" '
-        /^\[[0-9]+\/[0-9]+\]/ {
-            split(substr($1, 2), count, /[\/\]]/)
-            quarter = int(4 * count[1] / count[2])
-            if (live) printf "\r  %d of %d", count[1], count[2]
-            else if (quarter > told) print "  " count[1] " of " count[2]
-            told = quarter
-            seen = 1
-            fflush()
-        }
-        END { if (live && seen) print "" }'; then
+    if ! "${@:2}" </dev/null 2>&1 | tee -a "$1" | show_progress; then
         tail -n 40 "$1" >&2
         echo "The build failed; all of its output is in $1" >&2
         return 1
