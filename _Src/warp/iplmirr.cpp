@@ -348,9 +348,11 @@ void andBits(const IplImage* bits, const IplImage* mask)
 // its pixels, where the destination's has a 1 too. Null after a report.
 IplImage* createMask(const MirrorPair& pair)
 {
-    const IplImage* srcMask = pair.src->maskROI;
+    // A mask's bits count as they are, alpha or not.
+    IplImage srcMask = *pair.src->maskROI;
+    srcMask.alphaChannel = 0;
     IplImage* mask = iplCreateImageHeader(1, 0, IPL_DEPTH_1U, "GRAY", "G   ", IPL_DATA_ORDER_PLANE,
-                                          srcMask->origin, 4, pair.width, pair.height, nullptr,
+                                          srcMask.origin, 4, pair.width, pair.height, nullptr,
                                           nullptr, nullptr, nullptr);
     if (mask)
         iplAllocateImage(mask, 0, 0);
@@ -359,7 +361,7 @@ IplImage* createMask(const MirrorPair& pair)
         iplDeallocate(mask, IPL_IMAGE_ALL);
         return nullptr;
     }
-    mirrorRows({srcMask, mask, nullptr, pair.flips, pair.width, pair.height});
+    mirrorRows({&srcMask, mask, nullptr, pair.flips, pair.width, pair.height});
     if (pair.dst->maskROI)
         andBits(mask, pair.dst->maskROI);
     return mask;

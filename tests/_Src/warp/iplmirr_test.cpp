@@ -189,6 +189,22 @@ TEST(IplMirror, TheSourcesMaskTravelsWithThePicture)
     EXPECT_EQ(textOf(dst.get()), (Rows{"..ba", "h..."}));
 }
 
+TEST(IplMirror, TakesTheBitsOfAMaskOfAlphaAlone)
+{
+    for (const bool hasRegion : {false, true}) {
+        const Image src = imageOf({"abcd", "efgh"});
+        giveMask(src.get(), {"1100", "0001"});
+        src->maskROI->alphaChannel = 1;
+        if (hasRegion)
+            setRoi(src->maskROI, 0, 0, 0, 4, 2);
+        const Image dst = imageOf({"....", "...."});
+        // What new memory holds plays no part.
+        const FilledMemory memory(0xFF);
+        iplMirror(src.get(), dst.get(), 1);
+        EXPECT_EQ(textOf(dst.get()), (Rows{"..ba", "h..."}));
+    }
+}
+
 TEST(IplMirror, TheDestinationsMaskStays)
 {
     const Image src = imageOf({"abcd", "efgh"});
@@ -473,6 +489,41 @@ TEST(IplMirror, ReturnsAtOnceAfterAReport)
     iplMirror(src.get(), dst.get(), 2);
     EXPECT_EQ(iplGetStatus(), -5);
     EXPECT_EQ(textOf(dst.get()), Rows{"..."});
+}
+
+TEST(IplMirror, EndsAtABadImageAndAtATileThatDoesNotCome)
+{
+    const ReportsReturn back;
+    const Image src = makeImage(20, 20, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(20, 20, 1, IPL_DEPTH_8U);
+    iplSet(src.get(), 200);
+    dst->align = 5;
+    iplMirror(src.get(), dst.get(), 0);
+    EXPECT_EQ(iplGetStatus(), -21);
+    dst->align = 4;
+    TiledTwin tiled(dst.get(), 8, 8);
+    tiled.failFrom = 2;
+    iplSetStatus(0);
+    iplMirror(src.get(), tiled.get(), 0);
+    EXPECT_EQ(iplGetStatus(), -2);
+    // One piece was written, and no tile is asked for after the one that did not come.
+    EXPECT_EQ(tiled.log.size(), 3u);
+    tiled.collect(dst.get());
+    EXPECT_EQ(element(dst.get(), 7, 7, 0), 200);
+    EXPECT_EQ(element(dst.get(), 8, 0, 0), 0);
+}
+
+TEST(IplMirror, LeavesTilesInPlaceWithoutMemoryForACopy)
+{
+    const ReportsReturn back;
+    const Image image = makeImage(20, 20, 1, IPL_DEPTH_8U);
+    TiledTwin tiled(image.get(), 8, 8);
+    {
+        const FailingAllocation failing(0);
+        iplMirror(tiled.get(), tiled.get(), 0);
+    }
+    EXPECT_EQ(iplGetStatus(), -4);
+    EXPECT_TRUE(tiled.log.empty());
 }
 
 TEST(IplMirror, ReportsThatMemoryRunsOut)
