@@ -45,14 +45,26 @@ if(QUIB_SANITIZE)
   add_link_options(-fsanitize=${QUIB_SANITIZE})
 endif()
 
+# Counters in the library alone, and code that stands as it is written.
+set(QUIB_KERNEL_OPTIMISATION -O3)
+if(QUIB_COVERAGE)
+  set(QUIB_COUNTERS --coverage -O0)
+  # The kernels' loops carry remarks that mean nothing then, which is a warning.
+  set(QUIB_KERNEL_OPTIMISATION -O0 -Wno-error)
+endif()
+
 set(QUIB_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
 if(QUIB_WERROR)
   list(APPEND QUIB_WARNINGS -Werror)
 endif()
 
+if(QUIB_COVERAGE)
+  add_link_options(--coverage)
+endif()
+
 # Settings for the library's own code.
 function(quib_library_settings target)
-  target_compile_options(${target} PRIVATE ${QUIB_WARNINGS}
+  target_compile_options(${target} PRIVATE ${QUIB_WARNINGS} ${QUIB_COUNTERS}
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
   target_include_directories(${target} PRIVATE
     ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)

@@ -54,13 +54,12 @@ void replaceAlpha(const IplImage* picture, const IplImage* mask)
     QuibUnlockData(mask);
 }
 
-// What QuibClone does, but that the handle itself takes the clone's place.
+// What QuibClone does, but that the handle itself takes the clone's place. A record of
+// the library's own that has pixels passes every check.
 QuibStatus storePicture(IplImage** picture, IplImage** outImage)
 {
     if (!QuibIsValid(*picture))
         return QUIB_BAD_ARGUMENT;
-    if (const int32_t status = iplCheckImage(*picture))
-        return status;
     *outImage = *picture;
     *picture = nullptr;
     return QUIB_OK;
@@ -111,8 +110,6 @@ IplImage* QuibDibToImage(const void* dib)
         return nullptr;
     const BITMAPINFOHEADER* header = static_cast<const BITMAPINFOHEADER*>(dib);
     const int32_t bits = header->biBitCount;
-    if (!ownIsHandleDepth(bits))
-        return nullptr;
     IplImage* image = ownCreateRecord(header->biWidth, header->biHeight, bits == 24 ? 32 : bits);
     if (image)
         iplConvertFromDIB(header, image);

@@ -259,3 +259,19 @@ TEST(WarpFixed, SumsAreHighHalvesOfProducts)
         }
     }
 }
+
+TEST(WarpRatio, ReadsNoPixelPastTheLastWhereFloatsSkipNumbers)
+{
+    // The float next to the last column's number lies behind it.
+    constexpr int32_t width = 16777220;
+    const GuardedBuffer bytes(width, Guard::afterEnd);
+    bytes.as<uint8_t>()[width - 2] = 9;
+    bytes.as<uint8_t>()[width - 1] = 7;
+    const WarpSource src{bytes.as<uint8_t>(), width, 1, width - 1, 0};
+    const quib::WarpRatio<float> run{0x1p30f, 0, 1, 0, 0, 0, 0, false, 0, 0, 0, 0};
+    forEachTable<quib::WarpKernels>([&](const quib::WarpKernels& kernels) {
+        Bytes out(70);
+        kernels.ratio8[0]({out.data(), 1, 1, 0}, src, run, out.size());
+        EXPECT_EQ(out, Bytes(70, 9));
+    });
+}

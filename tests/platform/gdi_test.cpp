@@ -1,4 +1,5 @@
 #include "quibtool/platform.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
 
@@ -115,6 +116,76 @@ TEST(CreateDIBSection, RefusesSizesThatCannotBe)
         EXPECT_EQ(bits, nullptr);
     }
 }
+
+TEST(CreateDIBSection, RefusesAShortHeader)
+{
+    DibInfo info = dibInfo(5, 3, 32);
+    info.header.biSize = 39;
+    EXPECT_EQ(CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, nullptr, nullptr, 0), nullptr);
+}
+
+TEST(DeleteObject, LeavesTheStockBitmap)
+{
+    const HDC context = CreateCompatibleDC(nullptr);
+    const DibInfo info = dibInfo(5, 3, 32);
+    const HBITMAP bitmap =
+        CreateDIBSection(context, info.get(), DIB_RGB_COLORS, nullptr, nullptr, 0);
+    const HGDIOBJ stock = SelectObject(context, bitmap);
+    EXPECT_TRUE(DeleteObject(stock));
+    EXPECT_EQ(SelectObject(context, stock), bitmap);
+    EXPECT_TRUE(DeleteObject(bitmap));
+    EXPECT_TRUE(DeleteDC(context));
+}
+
+#if !defined(_WIN32)
+TEST(CreateDIBSection, RefusesNoHeader)
+{
+    void* bits = &bits;
+    EXPECT_EQ(CreateDIBSection(nullptr, nullptr, DIB_RGB_COLORS, &bits, nullptr, 0), nullptr);
+    EXPECT_EQ(bits, nullptr);
+}
+
+TEST(CreateCompatibleDC, GivesNullWithoutMemory)
+{
+    std::vector<HDC> contexts;
+    contexts.reserve(10000);
+    const int64_t held = liveBlocks();
+    {
+        const FailingAllocation failing;
+        EXPECT_EQ(CreateCompatibleDC(nullptr), nullptr);
+    }
+    EXPECT_EQ(liveBlocks(), held);
+    // One of them wants a larger table, which cannot be had.
+    bool failed = false;
+    while (!failed && contexts.size() < contexts.capacity()) {
+        const int64_t before = liveBlocks();
+        const FailingAllocation failing(1);
+        const HDC context = CreateCompatibleDC(nullptr);
+        failed = context == nullptr;
+        if (failed)
+            EXPECT_EQ(liveBlocks(), before);
+        else
+            contexts.push_back(context);
+    }
+    EXPECT_TRUE(failed);
+    for (const HDC context : contexts)
+        EXPECT_TRUE(DeleteDC(context));
+}
+
+TEST(CreateDIBSection, GivesNullWithoutMemory)
+{
+    const DibInfo info = dibInfo(5, 3, 32);
+    const int64_t held = liveBlocks();
+    for (const int32_t passing : {0, 1}) {
+        void* bits = &bits;
+        const FailingAllocation failing(passing);
+        EXPECT_EQ(CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, &bits, nullptr, 0),
+                  nullptr);
+        EXPECT_EQ(bits, nullptr);
+        EXPECT_EQ(liveBlocks(), held);
+    }
+}
+#endif
 
 TEST(SelectObject, GivesTheBitmapSelectedBefore)
 {

@@ -1,4 +1,5 @@
 #include "quibtool/platform.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>
@@ -268,6 +269,31 @@ TEST(GlobalBlock, IsNullWhenMemoryRunsOut)
     EXPECT_EQ(GlobalAlloc(GMEM_FIXED, most), nullptr);
     EXPECT_EQ(GlobalAlloc(GHND, most - 4096), nullptr);
 }
+
+#if !defined(_WIN32)
+TEST(GlobalBlock, IsNullWithoutMemoryForTheTableOfBlocks)
+{
+    std::vector<HGLOBAL> blocks;
+    blocks.reserve(100000);
+    bool failed = false;
+    while (!failed && blocks.size() < blocks.capacity()) {
+        const int64_t before = liveBlocks();
+        const FailingAllocation failing(2);
+        const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, 16);
+        failed = block == nullptr;
+        if (failed)
+            EXPECT_EQ(liveBlocks(), before);
+        else
+            blocks.push_back(block);
+    }
+    EXPECT_TRUE(failed);
+    // The others are still known.
+    for (const HGLOBAL block : blocks) {
+        EXPECT_EQ(GlobalSize(block), 16u);
+        EXPECT_EQ(GlobalFree(block), nullptr);
+    }
+}
+#endif
 
 TEST(GlobalBlock, ManyLiveTogether)
 {

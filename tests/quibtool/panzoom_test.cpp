@@ -764,3 +764,15 @@ TEST(BuildPanZoomTable, TakesPositionsThatNoIndexCanHold)
         }
     }
 }
+
+TEST(StretchPanZoom32, DrawsNothingIntoABlockOfNoBytes)
+{
+    uint32_t pixel = 0x11223344;
+    uint32_t out = 0x55667788;
+    uint8_t* const from = reinterpret_cast<uint8_t*>(&pixel);
+    uint8_t* const to = reinterpret_cast<uint8_t*>(&out);
+    const FailingAllocation failing(0);
+    EXPECT_TRUE(StretchPanZoom32({to, 1, 1, 4, 0}, {from, 1, 1, 4}, 0, 0, 0, 1, 1));
+    EXPECT_EQ(failing.asked(), 0);
+    EXPECT_EQ(out, 0x55667788u);
+}

@@ -3,9 +3,11 @@
 #pragma once
 
 #include "_Src/ipl.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
 #include "tests/support/regions.h"
+#include "tests/support/report.h"
 #include "tests/support/tiles.h"
 
 #include <gtest/gtest.h>
@@ -373,5 +375,60 @@ void expectTilesMakeNoDifference(uint64_t seed, MakeFactors makeFactors, int32_t
         work(pair.src.get(), pair.dst.get(), factors, mode);
         ASSERT_EQ(bytesOf(fromTiled.get()), bytesOf(pair.dst.get()));
         ASSERT_EQ(bytesOf(toTiled.get()), bytesOf(pair.dst.get()));
+    }
+}
+
+// Fails each allocation of a size change in turn: the status says so, the destination is as
+// it was, and no block is lost.
+template<class Work>
+void expectNothingWithoutMemory(const IplImage* dst, Work work)
+{
+    const std::vector<uint8_t> before = bytesOf(dst);
+    for (int32_t passing = 0, asked = 1;; ++passing) {
+        const ReportsReturn back;
+        const int64_t held = liveBlocks();
+        {
+            const FailingAllocation failing(passing);
+            work();
+            asked = failing.asked();
+        }
+        ASSERT_EQ(liveBlocks(), held) << passing;
+        if (asked <= passing) {
+            EXPECT_GT(passing, 1);
+            return;
+        }
+        ASSERT_EQ(iplGetStatus(), IPL_StsNoMem) << passing;
+        ASSERT_EQ(bytesOf(dst), before) << passing;
+    }
+}
+
+// Of images and tiled images, with masks and without, at every depth and in modes up to this.
+template<class Work>
+void expectNothingWithoutMemory(int32_t lastMode, Work work)
+{
+    Random random(77);
+    for (const uint32_t depth : {IPL_DEPTH_1U, IPL_DEPTH_8U, IPL_DEPTH_16U, IPL_DEPTH_32F}) {
+        for (int32_t mode = 0; mode <= lastMode; ++mode) {
+            const int32_t channels = depth == IPL_DEPTH_1U ? 1 : 3;
+            const Image src = makeImage(20, 18, channels, depth);
+            const Image dst = makeImage(20, 18, channels, depth);
+            SCOPED_TRACE(describe(src.get()) + " mode " + std::to_string(mode));
+            randomise(src.get(), random);
+            randomise(dst.get(), random);
+            TiledTwin tiledSrc(src.get(), 8, 8);
+            TiledTwin tiledDst(dst.get(), 16, 8);
+            // Nothing else allocates meanwhile.
+            tiledSrc.log.reserve(1000);
+            tiledDst.log.reserve(1000);
+            expectNothingWithoutMemory(dst.get(), [&] { work(src.get(), dst.get(), mode); });
+            expectNothingWithoutMemory(dst.get(), [&] { work(tiledSrc.get(), dst.get(), mode); });
+            tiledDst.collect(dst.get());
+            expectNothingWithoutMemory(dst.get(), [&] {
+                work(src.get(), tiledDst.get(), mode);
+                tiledDst.collect(dst.get());
+            });
+            giveRandomMask(src.get(), 20, 18, random);
+            expectNothingWithoutMemory(dst.get(), [&] { work(src.get(), dst.get(), mode); });
+        }
     }
 }

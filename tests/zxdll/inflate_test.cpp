@@ -205,6 +205,21 @@ TEST(Inflate, RefusesCodesThatAreNone)
     EXPECT_FALSE(inflated(streamOf("1 01 00000 01111 0000 100 100 000 000", {}), 0));
 }
 
+TEST(Inflate, RefusesBitsThatNoCodeBeginsWith)
+{
+    // Own codes: 258 symbols, 1 distance, 18 lengths of lengths, which give 18 the code 0,
+    // 1 the code 10, 0 the code 110 and 2 the code 111.
+    const std::string head = "1 01 10000 00000 0111 000 000 100 110 000 000 000 000 000 000 000 "
+                             "000 000 000 000 110 000 010 ";
+    // 65 is 0, the end 10 and a length of 3 11; a distance of 1 is 0, and 1 is nothing.
+    const std::string symbols = head + "0 0110110 10 0 1111111 0 1001010 111 111 ";
+    const Bytes plain = {65, 65, 65, 65};
+    EXPECT_EQ(inflated(streamOf(symbols + "10  0 11 0 10", plain), 4), plain);
+    EXPECT_FALSE(inflated(streamOf(symbols + "10  0 11 1 10", plain), 4));
+    // No distance has a code.
+    EXPECT_FALSE(inflated(streamOf(symbols + "110  0 11 0 10", plain), 4));
+}
+
 TEST(Inflate, SurvivesAnyBytes)
 {
     Random random(2);

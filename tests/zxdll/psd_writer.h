@@ -37,6 +37,7 @@ struct PsdLayer {
     std::optional<PsdMask> mask;
     uint32_t divider = 0; // nonzero: the kind of a divider of groups
     PsdCoding coding = PsdCoding::raw;
+    bool isBare = false; // with nothing but its area and channels
 };
 
 struct PsdFile {
@@ -47,7 +48,8 @@ struct PsdFile {
     uint16_t mode = 3; // 1 gray, 2 indexed, 3 RGB, 4 CMYK
     Bytes palette = {};
     std::vector<PsdLayer> layers = {};
-    bool inBlock = false; // layers in an added block, as those of 16 and 32 bits
+    bool inBlock = false;    // layers in an added block, as those of 16 and 32 bits
+    bool isNotFirst = false; // another block stands before it
 };
 
 // --- Streams ---------------------------------------------------------------------------
@@ -180,6 +182,8 @@ inline void appendArea(Bytes& bytes, const PsdArea& area)
 inline Bytes psdExtra(const PsdLayer& layer)
 {
     Bytes extra;
+    if (layer.isBare)
+        return extra;
     appendBig(extra, layer.mask ? 20 : 0, 4);
     if (layer.mask) {
         appendArea(extra, layer.mask->area);
@@ -249,6 +253,8 @@ inline Bytes psdBytes(const PsdFile& file, int64_t tail = 0)
     if (file.inBlock) {
         appendBig(section, 0, lengthBytes);
         appendBig(section, 0, 4);
+        if (file.isNotFirst)
+            append(section, {'8', 'B', 'I', 'M', 'P', 'a', 't', 't', 0, 0, 0, 4, 1, 2, 3, 4});
         const char* key = file.depth == 32 ? "8BIMLr32" : "8BIMLr16";
         section.insert(section.end(), key, key + 8);
     }

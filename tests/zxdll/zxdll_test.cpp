@@ -11,6 +11,10 @@
 #include <filesystem>
 #include <limits>
 
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
 namespace
 {
 
@@ -392,6 +396,52 @@ TEST(ZxLoadPsdFileAsImage, NeedsNothingAfterTheLayers)
     expectFrames(LoadedPsd(bytes), psdFrames(file), 6, 5);
 }
 
+TEST(ZxLoadPsdFileAsImage, FindsTheBlockOfLayersBehindOthers)
+{
+    Random random(61);
+    for (const int32_t version : {1, 2}) {
+        PsdFile file = randomFile(static_cast<uint16_t>(version), 16, 3, PsdCoding::raw, random);
+        file.inBlock = true;
+        file.isNotFirst = true;
+        expectLoads(file);
+    }
+}
+
+TEST(ZxLoadPsdFileAsImage, TakesLayersOfNothingButChannels)
+{
+    PsdFile file = smallFile();
+    for (PsdLayer& layer : file.layers) {
+        layer.mask.reset();
+        layer.isBare = true;
+    }
+    expectLoads(file);
+}
+
+TEST(ZxLoadPsdFileAsImage, FindsNoFrameInAFlatPicture)
+{
+    Bytes bytes = psdHead(smallFile());
+    appendBig(bytes, 0, 4);
+    const LoadedPsd loaded(bytes);
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(loaded.frameCount(), 0u);
+}
+
+#if !defined(_WIN32)
+TEST(ZxLoadPsdFileAsImage, RefusesAPipe)
+{
+    const TemporaryFile place{Bytes()};
+    std::remove(place.name());
+    ASSERT_EQ(mkfifo(place.name(), 0600), 0);
+    // Held at both ends, so that nobody waits for the other one.
+    std::FILE* const ends = std::fopen(place.name(), "r+b");
+    const Bytes bytes = psdBytes(smallFile());
+    ASSERT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), ends), bytes.size());
+    std::fflush(ends);
+    EXPECT_EQ(ZxLoadPsdFileAsImage(place.name()), nullptr);
+    std::fclose(ends);
+}
+#endif
+
 // --- Masks
 // ----------------------------------------------------------------------------------------
 
@@ -427,6 +477,22 @@ TEST(ZxLoadPsdFileAsImage, FillsTheCanvasForAMaskWithoutAnArea)
     file.layers[0].mask = PsdMask{{0, 0, 0, 0}, 255, 0, {}};
     expectLoads(file);
     EXPECT_EQ(*psdFrames(file)[0].mask, Bytes(30, 255));
+}
+
+TEST(ZxLoadPsdFileAsImage, RefusesAMaskWithoutRoomForItsFlags)
+{
+    const PsdFile file = smallFile();
+    const Bytes good = psdBytes(file);
+    Bytes mask = {0, 0, 0, 20};
+    appendArea(mask, file.layers[0].mask->area);
+    const auto place = std::search(good.begin(), good.end(), mask.begin(), mask.end());
+    ASSERT_NE(place, good.end());
+    const size_t length = static_cast<size_t>(place - good.begin()) + 3;
+    Bytes bytes = good;
+    for (const int32_t room : {1, 15, 16, 17}) {
+        bytes[length] = static_cast<uint8_t>(room);
+        EXPECT_FALSE(loads(bytes)) << room;
+    }
 }
 
 TEST(ZxLoadPsdFileAsImage, TakesAMaskWithoutItsChannelForNone)

@@ -2,6 +2,7 @@
 
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
+#include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
 #include "tests/support/tiles.h"
 
@@ -195,4 +196,21 @@ TEST(IplBitonalToGray, ReportsTilesThatDoNotCome)
         tiledDst.failFrom = 0;
         expectRefused(bits.get(), tiledDst.get(), 0, 1, "(dstImage->tileInfo->tileData == NULL)");
     }
+}
+
+TEST(IplBitonalToGray, ReportsOnceForRowsThatChangePlaces)
+{
+    const Image bits = makeImage(20, 20, 1, IPL_DEPTH_1U);
+    const Image dst = makeImage(20, 20, 1, IPL_DEPTH_8U, 0, 4, 0, IPL_ORIGIN_BL);
+    TiledImage tiled(bits.get(), 8, 8);
+    tiled.failFrom = 8;
+    const RecordedReports reports;
+    iplBitonalToGray(tiled.get(), dst.get(), 7, 9);
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{-5, "iplBitonalToGray",
+                                                   "(srcImage->tileInfo->tileData == NULL)",
+                                                   "..\\_Src\\iplbitnl"}}));
+    // A row of three tiles, fetched and released, and the second one's first and second.
+    EXPECT_EQ(tiled.log.size(), 9u);
+    EXPECT_EQ(element(dst.get(), 19, 0, 0), 7);
+    EXPECT_EQ(element(dst.get(), 0, 2, 0), 0);
 }

@@ -135,6 +135,19 @@ TEST(IplColorToGray, RefusesBadRecords)
                   "iplcolor");
 }
 
+TEST(IplColorToGray, EndsAtABadRecord)
+{
+    const Image good = makeColours(2, 2, IPL_DEPTH_8U);
+    const Image bad = makeImage(2, 2, 1, IPL_DEPTH_8U);
+    iplSet(good.get(), 200);
+    bad->align = 5;
+    const RecordedReports reports;
+    iplColorToGray(good.get(), bad.get());
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{-21, "iplColorToGray", "Incorrect Image", "iplcolor"}}));
+    EXPECT_EQ(bytesOf(bad.get()), std::vector<uint8_t>(8, 0));
+}
+
 TEST(IplColorToGray, RefusesModelsAndSequences)
 {
     const Image src = makeColours(2, 2, IPL_DEPTH_8U);

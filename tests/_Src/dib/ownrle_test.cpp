@@ -2,6 +2,7 @@
 
 #include "_Src/ipl.h"
 #include "tests/support/dibs.h"
+#include "tests/support/recorded_reports.h"
 #include "tests/support/report.h"
 
 #include <gtest/gtest.h>
@@ -234,6 +235,16 @@ TEST(OwnDecompressRLE, ReportsSizesWithoutABlock)
         EXPECT_REPORT(decode4(size.width, size.height, {0, 1}), -4, "ownDecompressRLE",
                       "Not enough memory to decompress BI_RLE4 DIB at DIB", fileName);
     }
+}
+
+TEST(OwnDecompressRLE, GivesNullWithoutABlock)
+{
+    const RecordedReports reports;
+    EXPECT_TRUE(decode8(65536, 65536, {0, 1}).empty());
+    EXPECT_EQ(
+        reports.all(),
+        (std::vector<Report>{{-4, "ownDecompressRLE",
+                              "Not enough memory to decompress BI_RLE8 DIB at DIB", fileName}}));
 }
 
 TEST(OwnDecompressRLE, FindsTheStreamBehindTheDeclaredTable)

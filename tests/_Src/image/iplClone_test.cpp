@@ -185,3 +185,14 @@ TEST(OwnCloneForResult, ReportsAsTheCloneDoes)
     EXPECT_REPORT(ownCloneForResult(image.get()), -15, "iplCloneImage", "Incorrect Image",
                   "iplClone");
 }
+
+TEST(OwnCloneForResult, GivesNullForABadImageAsTheCloneDoes)
+{
+    const Image image = makeImage(5, 5, 4, IPL_DEPTH_8U);
+    image->nChannels = 0;
+    const RecordedReports reports;
+    EXPECT_EQ(iplCloneImage(image.get()), nullptr);
+    EXPECT_EQ(ownCloneForResult(image.get()), nullptr);
+    const std::vector<Report> told(2, {-15, "iplCloneImage", "Incorrect Image", "iplClone"});
+    EXPECT_EQ(reports.all(), told);
+}

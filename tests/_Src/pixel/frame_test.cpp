@@ -628,6 +628,25 @@ TEST(PixelFrame, ChangesNothingBeforeARefusal)
     }
 }
 
+TEST(PixelFrame, EndsAtABadImage)
+{
+    for (const Member& member : members) {
+        if (!hasFrameChecks(member))
+            continue;
+        SCOPED_TRACE(member.name);
+        const Image bad = makeImage(3, 3, 1, IPL_DEPTH_32S);
+        const Image dst = makeImage(3, 3, 1, IPL_DEPTH_32S);
+        iplSet(dst.get(), -7);
+        const std::vector<uint8_t> before = bytesOf(dst.get());
+        bad->align = 5;
+        const RecordedReports reports;
+        run(member, bad.get(), bad.get(), dst.get());
+        EXPECT_EQ(reports.all(),
+                  (std::vector<Report>{{-21, member.name, "Incorrect Image", member.file}}));
+        EXPECT_EQ(bytesOf(dst.get()), before);
+    }
+}
+
 TEST(PixelFrame, ReportsThatThereIsNoMemoryForAMergedMask)
 {
     Random random(505);

@@ -220,6 +220,18 @@ TEST(IplAbs, DoesNothingSilentlyAfterAnEarlierFailure)
     EXPECT_EQ(iplGetStatus(), -9);
 }
 
+TEST(IplAbs, EndsAtABadImage)
+{
+    const Image good = makeImage(3, 3, 1, IPL_DEPTH_8S);
+    const Image bad = makeImage(3, 3, 1, IPL_DEPTH_8S);
+    putElement(good.get(), 0, 0, 0, -1);
+    bad->align = 5;
+    const RecordedReports reports;
+    iplAbs(good.get(), bad.get());
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{-21, "iplAbs", "Incorrect Image", "iplabs"}}));
+    EXPECT_EQ(element(bad.get(), 0, 0, 0), 0);
+}
+
 TEST(IplAbs, RefusesImagesThatDoNotMatch)
 {
     const auto refused = [](const Image& src, const Image& dst, int32_t status, const char* text) {

@@ -325,6 +325,18 @@ TEST(IplCopy, RefusesBadImages)
     EXPECT_REPORT(iplCopy(bad.get(), bad.get()), -21, "iplCopy", "Incorrect Image", "iplsce");
 }
 
+TEST(IplCopy, EndsAtABadImage)
+{
+    const Image good = makeImage(3, 3, 1, IPL_DEPTH_8U);
+    const Image bad = makeImage(3, 3, 1, IPL_DEPTH_8U);
+    iplSet(good.get(), 200);
+    bad->align = 5;
+    const RecordedReports reports;
+    iplCopy(good.get(), bad.get());
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{-21, "iplCopy", "Incorrect Image", "iplsce"}}));
+    EXPECT_EQ(bytesOf(bad.get()), std::vector<uint8_t>(12, 0));
+}
+
 TEST(IplCopy, RefusesImagesThatDoNotMatch)
 {
     const Image a = makeImage(3, 3, 3, IPL_DEPTH_8U);

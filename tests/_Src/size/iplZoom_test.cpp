@@ -561,6 +561,25 @@ TEST(OwnZoom, ReportsATileThatDoesNotCome)
                   "dstImage->tileInfo->callBack crash", "iplZoom");
 }
 
+TEST(OwnZoom, WritesNothingWithoutATile)
+{
+    const ReportsReturn back;
+    const Image image = makeImage(20, 9, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(20, 9, 1, IPL_DEPTH_8U);
+    iplSet(image.get(), 200);
+    TiledImage tiled(image.get(), 8, 8);
+    tiled.failFrom = 2;
+    ownZoom(tiled.get(), dst.get(), 1, 1, 1, 1, 0);
+    EXPECT_EQ(iplGetStatus(), IPL_StsInternal);
+    EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(180, 0));
+}
+
+TEST(OwnZoom, WritesNothingWithoutMemory)
+{
+    expectNothingWithoutMemory(
+        2, [](IplImage* src, IplImage* dst, int32_t mode) { ownZoom(src, dst, 3, 2, 3, 2, mode); });
+}
+
 TEST(OwnZoom, ReadsAndWritesNoByteOutsideTheRows)
 {
     forEachLevel([] {

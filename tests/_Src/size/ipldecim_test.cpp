@@ -251,6 +251,18 @@ TEST(IplDecimate, DoesNothingAfterAFailureThatWasNotReported)
     EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(16, 0));
 }
 
+TEST(IplDecimate, DoesNothingForARegionOutsideTheImage)
+{
+    const Image src = ramp(4, 4);
+    const Image dst = makeImage(4, 4, 1, IPL_DEPTH_8U);
+    setRoi(src.get(), 0, 4, 0, 2, 2);
+    iplDecimate(src.get(), dst.get(), 1, 1, 1, 1, 0);
+    setRoi(src.get(), 0, 0, 0, 4, 4);
+    setRoi(dst.get(), 0, 0, 9, 2, 2);
+    iplDecimate(src.get(), dst.get(), 1, 1, 1, 1, 0);
+    EXPECT_EQ(bytesOf(dst.get()), std::vector<uint8_t>(16, 0));
+}
+
 TEST(IplDecimate, LeavesImagesOfAlphaAlone)
 {
     const Image src = makeImage(4, 4, 1, IPL_DEPTH_8U, 0, 4, 1);
@@ -606,6 +618,16 @@ TEST(IplDecimate, ReportsATileThatDoesNotCome)
                   "srcImage->tileInfo->callBack crash", "ipldecim");
     EXPECT_REPORT(iplDecimate(image.get(), tiled.get(), 1, 1, 1, 1, 0), -3, "iplDecimate",
                   "dstImage->tileInfo->callBack crash", "ipldecim");
+}
+
+TEST(IplDecimate, WritesNothingWithoutMemory)
+{
+    expectNothingWithoutMemory(3, [](IplImage* src, IplImage* dst, int32_t mode) {
+        iplDecimate(src, dst, 2, 3, 2, 3, mode);
+    });
+    expectNothingWithoutMemory(3, [](IplImage* src, IplImage* dst, int32_t mode) {
+        iplDecimate(src, dst, 1, 2, 1, 2, mode);
+    });
 }
 
 TEST(IplDecimate, ReadsAndWritesNoByteOutsideTheRows)

@@ -197,6 +197,27 @@ TEST(OwnQuadRows, StayInsideWhateverTheCornersAre)
         rowsOf(randomQuad(random, -40, 60, 0.5), field, random.between(0, 1));
 }
 
+TEST(OwnQuadRows, ReachTheEndsOfWords)
+{
+    const Quad all = boxQuad(-1e18, -1e18, 1e18, 1e18);
+    for (const int32_t end : {INT32_MIN, INT32_MAX - 3}) {
+        int32_t* starts = nullptr;
+        int32_t* ends = nullptr;
+        int32_t first = 0;
+        int32_t last = 0;
+        ASSERT_EQ(ownQuadRows(all.at, end, end, end + 3, end + 3, 1, &starts, &ends, &first, &last),
+                  1);
+        EXPECT_EQ(first, end);
+        EXPECT_EQ(last, end + 3);
+        for (int32_t i = 0; i < 4; ++i) {
+            EXPECT_EQ(starts[i], end) << i;
+            EXPECT_EQ(ends[i], end + 3) << i;
+        }
+        iplAlignedFree(starts);
+        iplAlignedFree(ends);
+    }
+}
+
 TEST(OwnQuadRows, SayThatThereIsNoMemory)
 {
     const Quad quad = boxQuad(1, 1, 8, 8);

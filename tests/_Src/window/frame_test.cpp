@@ -231,6 +231,24 @@ TEST(WindowFrame, TellsHowItEnded)
     EXPECT_EQ(filterByFrame(src.get(), tiles.get(), window), IplWindowEnd::noTile);
 }
 
+TEST(WindowFrame, TellsThatThereIsNoMemoryForACopy)
+{
+    Random random(8);
+    Image image = makeImage(20, 20, 1, IPL_DEPTH_8U);
+    randomise(image.get(), random);
+    const std::vector<uint8_t> before = bytesOf(image.get());
+    IplImage moved = *image;
+    IplROI to{0, 1, 1, 9, 9};
+    moved.roi = &to;
+    const int64_t held = liveBlocks();
+    {
+        FailingAllocation failure;
+        EXPECT_EQ(filterByFrame(image.get(), &moved, {3, 3, 1, 1}), IplWindowEnd::noMemory);
+    }
+    EXPECT_EQ(bytesOf(image.get()), before);
+    EXPECT_EQ(liveBlocks(), held);
+}
+
 TEST(WindowFrame, FetchesATileAtATime)
 {
     const Image image = makeImage(20, 12, 1, IPL_DEPTH_8U);

@@ -309,6 +309,22 @@ TEST(iplBlur, RefusesChannelsThatDoNotAgree)
     expectRefused(three.get(), four.get(), {1, 1, 0, 0}, -18, "bad alpha channel's number");
 }
 
+TEST(iplBlur, EndsAtChannelsThatDoNotAgree)
+{
+    const Image three = makeImage(4, 4, 3, IPL_DEPTH_8U);
+    const Image four = makeImage(4, 4, 4, IPL_DEPTH_8U);
+    iplSet(three.get(), 200);
+    const std::vector<uint8_t> before = bytesOf(four.get());
+    const RecordedReports reports;
+    iplBlur(three.get(), four.get(), 1, 1, 0, 0);
+    four->alphaChannel = 2;
+    iplBlur(three.get(), four.get(), 1, 1, 0, 0);
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{-15, "iplBlur", "bad channel's number", "iplblur"},
+                                   {-18, "iplBlur", "bad alpha channel's number", "iplblur"}}));
+    EXPECT_EQ(bytesOf(four.get()), before);
+}
+
 TEST(iplBlur, LeavesAloneWhatIsNoImage)
 {
     const CleanStatus status;

@@ -341,3 +341,22 @@ TEST(iplDecimateBlur, ReportsWhenThereIsNoMemory)
     EXPECT_EQ(reports.all(), told);
     iplSetStatus(0);
 }
+
+TEST(iplDecimateBlur, ReportsThatThereIsNoMemoryForTheBlurredImage)
+{
+    const Image src = makeImage(8, 6, 3, IPL_DEPTH_8U);
+    const Image dst = makeImage(8, 6, 3, IPL_DEPTH_8U);
+    iplSet(src.get(), 200);
+    const std::vector<uint8_t> before = bytesOf(dst.get());
+    const RecordedReports reports;
+    {
+        const FailingAllocation failure;
+        iplDecimateBlur(src.get(), dst.get(), 1, 2, 1, 2, IPL_INTER_NN, 3, 3);
+    }
+    EXPECT_EQ(
+        reports.all(),
+        (std::vector<Report>{{-4, "iplCloneImage",
+                              "Not enough memory to allocate header for clone image", "iplClone"},
+                             {-4, "iplDecimateBlur", "Allocation failure", "ipldext"}}));
+    EXPECT_EQ(bytesOf(dst.get()), before);
+}

@@ -84,6 +84,28 @@ void expectEndsSoon(const IplImage* dst, const Quad& quad, const IplImage* src)
     EXPECT_LT(seconds, 30.0) << quad.corners[0][0] << " " << quad.corners[1][0];
 }
 
+// With a source of one pixel the quadrangle is filled, and nothing besides, but for a
+// pixel or two at its edges.
+void expectFilled(const Quad& quad, int32_t width)
+{
+    uint32_t pixel = 0x12345678;
+    const GuardedHandle dst(width, 40, 32);
+    const PlainPicture to = pictureOf(dst.get());
+    QuibWarpQuadFallback(to.pixels, to.width, to.height, to.step, quad.corners,
+                         reinterpret_cast<const uint8_t*>(&pixel), 1, 1, 4,
+                         Quad{{{0, 0}, {0, 0}, {0, 0}, {0, 0}}}.corners);
+    for (int32_t y = 0; y < to.height; ++y) {
+        for (int32_t x = 0; x < width; ++x) {
+            uint32_t word;
+            std::memcpy(&word, to.pixels + static_cast<ptrdiff_t>(y) * to.step + x * 4, 4);
+            const double depth = depthIn(quad, x, y);
+            if (std::fabs(depth) > 2) {
+                ASSERT_EQ(word, depth > 0 ? pixel : 0xA5A5A5A5u) << x << " " << y;
+            }
+        }
+    }
+}
+
 } // namespace
 
 // --- As single steps would draw ----------------------------------------------------------
@@ -237,23 +259,10 @@ TEST(LongWalk, FillsEnormousQuadranglesAndNothingBesides)
         {{{-2e6, 25}, {2e6, 15}, {2e6, 2e6}, {-2e6, 1e6}}},
         {{{-2e6, -2e6}, {2e6, -2e6}, {2e6, 2e6}, {-2e6, 2e6}}},
     };
-    uint32_t pixel = 0x12345678;
+    // Rows whose pixels have a bit each in one word, and in many.
     for (const Quad& quad : quads) {
-        const GuardedHandle dst(60, 40, 32);
-        const PlainPicture to = pictureOf(dst.get());
-        QuibWarpQuadFallback(to.pixels, to.width, to.height, to.step, quad.corners,
-                             reinterpret_cast<const uint8_t*>(&pixel), 1, 1, 4,
-                             Quad{{{0, 0}, {0, 0}, {0, 0}, {0, 0}}}.corners);
-        for (int32_t y = 0; y < 40; ++y) {
-            for (int32_t x = 0; x < 60; ++x) {
-                uint32_t word;
-                std::memcpy(&word, to.pixels + static_cast<ptrdiff_t>(y) * to.step + x * 4, 4);
-                const double depth = depthIn(quad, x, y);
-                if (std::fabs(depth) > 2) {
-                    ASSERT_EQ(word, depth > 0 ? pixel : 0xA5A5A5A5u) << x << " " << y;
-                }
-            }
-        }
+        expectFilled(quad, 60);
+        expectFilled(quad, 300);
     }
 }
 
