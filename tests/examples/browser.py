@@ -29,8 +29,9 @@ class Browser:
             os.dup2(high[0], 3)
             os.dup2(high[1], 4)
         self.process = subprocess.Popen(
-            [program, "--headless=new", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
-             "--no-first-run", "--disable-background-networking", "--disable-component-update",
+            [program, "--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
+             "--hide-scrollbars", "--no-first-run", "--disable-background-networking",
+             "--disable-component-update",
              f"--user-data-dir={profile}", "--remote-debugging-pipe", "about:blank"],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             close_fds=False, preexec_fn=take_pipes)
