@@ -6,20 +6,6 @@ namespace quib::QUIB_LEVEL
 namespace
 {
 
-// Long fills by the processor's own loop: it takes longer to begin, but does not
-// read the lines that it overwrites.
-bool fillByString([[maybe_unused]] void* dst, [[maybe_unused]] uint32_t value,
-                  [[maybe_unused]] size_t count)
-{
-#if defined(__x86_64__) || defined(__i386__)
-    if (count >= size_t{1} << 18) {
-        asm volatile("rep stosl" : "+D"(dst), "+c"(count) : "a"(value) : "memory");
-        return true;
-    }
-#endif
-    return false;
-}
-
 void fill32(void* dst, uint32_t value, size_t count)
 {
     uint8_t* out = static_cast<uint8_t*>(dst);

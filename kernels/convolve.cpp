@@ -97,7 +97,7 @@ void convolveSums16(int16_t* out, const ConvolveTerms& terms, int32_t shift, siz
     const auto single = [&](size_t i) {
         out[i] = static_cast<int16_t>(convolveSum<Element>(terms, i) >> most);
     };
-    if constexpr (isSame<Element, uint8_t> && looksUpBytes) {
+    if constexpr (isSame<Element, uint8_t> && multipliesBytePairs) {
         if (terms.bytePairs)
             return inConvolveBlocks<wide>(
                 count,
@@ -116,13 +116,6 @@ constexpr size_t convolveLanes = wide / 4;
 constexpr size_t convolveVectors = 4; // sums at a time
 
 template<class Element>
-QUIB_INLINE I32<> convolveInts(const Element* elements)
-{
-    using Narrow = Vector<Element, convolveLanes * sizeof(Element)>;
-    return __builtin_convertvector(load<Narrow>(elements), I32<>);
-}
-
-template<class Element>
 QUIB_INLINE void convolveBlock32(int32_t* out, const ConvolveTerms& terms, int32_t shift, size_t i)
 {
     I32<> sums[convolveVectors]{};
@@ -130,7 +123,7 @@ QUIB_INLINE void convolveBlock32(int32_t* out, const ConvolveTerms& terms, int32
         const Element* elements = convolveElements<Element>(terms, tap) + i;
         const I32<> factor = spread<I32<>>(terms.taps[tap]);
         for (size_t v = 0; v < convolveVectors; ++v)
-            sums[v] += convolveInts(elements + v * convolveLanes) * factor;
+            sums[v] += loadWidened<I32<>>(elements + v * convolveLanes) * factor;
     }
     for (size_t v = 0; v < convolveVectors; ++v)
         store(out + i + v * convolveLanes, sums[v] >> shift);
@@ -191,9 +184,9 @@ QUIB_INLINE void convolveWeightedBytes(int32_t* out, const ConvolveTerms& terms,
 {
     U16<> low{};
     U16<> high{};
-    for (size_t tap = 0; tap < terms.count; tap += looksUpBytes ? 2 : 1) {
+    for (size_t tap = 0; tap < terms.count; tap += multipliesBytePairs ? 2 : 1) {
         const U8<> first = load<U8<>>(convolveElements<uint8_t>(terms, tap) + i);
-        if constexpr (looksUpBytes) {
+        if constexpr (multipliesBytePairs) {
             const U8<> second = load<U8<>>(convolveElements<uint8_t>(terms, tap + 1) + i);
             const I8<> taps = as<I8<>>(spread<U32<>>(terms.bytePairs[tap / 2]));
             low += as<U16<>>(pairProductsOfBytes(interleaveLow(first, second), taps));
@@ -239,7 +232,7 @@ QUIB_INLINE void convolveBlockFloat(float* out, const ConvolveTerms& terms, floa
         const Element* elements = convolveElements<Element>(terms, tap) + i;
         const F32<> weight = spread<F32<>>(terms.floats[tap]);
         for (size_t v = 0; v < convolveVectors; ++v)
-            sums[v] += toFloats(convolveInts(elements + v * convolveLanes)) * weight;
+            sums[v] += toFloats(loadWidened<I32<>>(elements + v * convolveLanes)) * weight;
     }
     for (size_t v = 0; v < convolveVectors; ++v)
         store(out + i + v * convolveLanes, sums[v] * factor);

@@ -152,7 +152,6 @@ void exchangeByVectors(uint8_t* a, uint8_t* b, size_t pixels, size_t)
     exchangePixels<pixelBytes>(a + done, bEnd - done, (bytes - done) / pixelBytes, pixelBytes);
 }
 
-#if defined(QUIB_HAS_AVX2)
 // Five pixels of three bytes: the first 15 bytes of a vector that come from the
 // last 15 of another one. The byte that is left over is taken from `rest`.
 U8<16> fiveToFront(U8<16> pixels, U8<16> rest)
@@ -166,7 +165,7 @@ U8<16> fiveToBack(U8<16> pixels, U8<16> rest)
                                    2);
 }
 
-void reverseTriples(uint8_t* dst, const uint8_t* src, size_t pixels, size_t)
+void reverseTriplesByVectors(uint8_t* dst, const uint8_t* src, size_t pixels, size_t)
 {
     const uint8_t* end = src + pixels * 3;
     // The byte too many belongs to a pixel that follows.
@@ -177,7 +176,7 @@ void reverseTriples(uint8_t* dst, const uint8_t* src, size_t pixels, size_t)
     reversePixels<3>(dst, src, pixels, 3);
 }
 
-void exchangeTriples(uint8_t* a, uint8_t* b, size_t pixels, size_t)
+void exchangeTriplesByVectors(uint8_t* a, uint8_t* b, size_t pixels, size_t)
 {
     uint8_t* bEnd = b + pixels * 3;
     size_t count = exchangeCount(a, b, pixels);
@@ -189,10 +188,9 @@ void exchangeTriples(uint8_t* a, uint8_t* b, size_t pixels, size_t)
     }
     exchangePixels<3>(a, bEnd, count, 3);
 }
-#else
-constexpr auto reverseTriples = reverseByLoop<3>;
-constexpr auto exchangeTriples = exchangeByLoop<3>;
-#endif
+
+constexpr auto reverseTriples = looksUpBytes ? reverseTriplesByVectors : reverseByLoop<3>;
+constexpr auto exchangeTriples = looksUpBytes ? exchangeTriplesByVectors : exchangeByLoop<3>;
 
 // --- Large images ------------------------------------------------------------------------
 

@@ -19,8 +19,9 @@
 // How a level is added. A value of KernelLevel; its flags in
 // cmake/QuibCompile.cmake; the features that those flags permit, asked for in
 // choose.cpp; its name in kernels/CMakeLists.txt and tests/kernels/levels_test.cpp.
-// For another family of processors, forms beside those for SSE2 here; a test
-// compares each of them with plain arithmetic.
+// For another family of processors, forms beside those for SSE2 and NEON here, for
+// the functions that its compiler makes badly; a test compares each of them with
+// plain arithmetic.
 //
 // Operators compute lane by lane, modulo the lane's size; a comparison gives a
 // mask, whose lanes are all ones or 0. "Part" means 16 bytes: some functions
@@ -32,6 +33,8 @@
 
 #if defined(__SSE2__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 namespace quib::QUIB_LEVEL
@@ -49,6 +52,8 @@ namespace
 #define QUIB_HAS_SSE2 1
 #elif defined(__SSE2__)
 #define QUIB_HAS_SSE2 1
+#elif defined(__aarch64__)
+#define QUIB_HAS_NEON 1
 #endif
 
 // --- Types ---------------------------------------------------------------------------
@@ -152,6 +157,17 @@ QUIB_INLINE To as(V v)
 #endif
 #elif defined(QUIB_HAS_SSE2)
 #define QUIB_FORM(V, operation, ...) return (V)_mm_##operation(__VA_ARGS__)
+#elif defined(QUIB_HAS_NEON)
+// What NEON's operation makes of the arguments, for lanes like V's of 8 or 16 bits.
+#define QUIB_FORM_OF_LANES(V, operation, ...)                                                      \
+    if constexpr (hasLanes<V, uint8_t>)                                                            \
+        return (V)operation##_u8(__VA_ARGS__);                                                     \
+    else if constexpr (hasLanes<V, int8_t>)                                                        \
+        return (V)operation##_s8(__VA_ARGS__);                                                     \
+    else if constexpr (hasLanes<V, uint16_t>)                                                      \
+        return (V)operation##_u16(__VA_ARGS__);                                                    \
+    else                                                                                           \
+        return (V)operation##_s16(__VA_ARGS__)
 #endif
 #define QUIB_REGISTER(v) ((Vector<long long, sizeof(v)>)(v))
 
@@ -268,6 +284,20 @@ QUIB_INLINE bool isStreamed(const void* out, const void* x, const void* y, size_
 {
     return bytes >= size_t{4} << 20 && out != x && out != y &&
            reinterpret_cast<uintptr_t>(out) % alignment == 0;
+}
+
+// Long fills of words by the processor's own loop: it takes longer to begin, but does
+// not read the lines that it overwrites. False where there is none that pays.
+QUIB_INLINE bool fillByString([[maybe_unused]] void* dst, [[maybe_unused]] uint32_t value,
+                              [[maybe_unused]] size_t count)
+{
+#if defined(__x86_64__) || defined(__i386__)
+    if (count >= size_t{1} << 18) {
+        asm volatile("rep stosl" : "+D"(dst), "+c"(count) : "a"(value) : "memory");
+        return true;
+    }
+#endif
+    return false;
 }
 
 // --- Arrangement ---------------------------------------------------------------------
@@ -553,7 +583,7 @@ QUIB_INLINE V gather(const uint8_t* base, const int32_t* offsets)
 
 // In each part, the bytes at the given places (0 to 15) of it; 0 where a place's
 // top bit is set. One instruction only where `looksUpBytes` says so.
-#if defined(__SSSE3__) && defined(QUIB_HAS_SSE2)
+#if defined(__SSSE3__) && defined(QUIB_HAS_SSE2) || defined(QUIB_HAS_NEON)
 constexpr bool looksUpBytes = true;
 #else
 constexpr bool looksUpBytes = false;
@@ -565,6 +595,8 @@ QUIB_INLINE V lookUp(V bytes, V places)
     static_assert(hasLanes<V, uint8_t>);
 #if defined(__SSSE3__) && defined(QUIB_HAS_SSE2)
     QUIB_FORM(V, shuffle_epi8, QUIB_REGISTER(bytes), QUIB_REGISTER(places));
+#elif defined(QUIB_HAS_NEON)
+    return (V)vqtbl1q_u8(bytes, places & 0x8F); // gives 0 for places past the last
 #else
     V found{};
     for (size_t i = 0; i < sizeof(V); ++i)
@@ -583,6 +615,10 @@ QUIB_INLINE V lookUpInParts(V lanes, P places)
         return (V)_mm256_permutevar_ps((__m256)lanes, (__m256i)places);
     else if constexpr (sizeof(V) == 16)
         return (V)_mm_permutevar_ps((__m128)lanes, (__m128i)places);
+#endif
+#if defined(QUIB_HAS_NEON)
+    const U32<> bytePlaces = (as<U32<>>(places) & 3) * 0x04040404 + 0x03020100;
+    return (V)vqtbl1q_u8(as<U8<>>(lanes), as<U8<>>(bytePlaces));
 #endif
     V found{};
     for (size_t i = 0; i < lanesOf<V>; ++i)
@@ -668,6 +704,15 @@ QUIB_INLINE uint32_t topBits(V v)
     if constexpr (sizeof(V) == 16)
         return static_cast<uint32_t>(_mm_movemask_epi8((__m128i)v));
 #endif
+#if defined(QUIB_HAS_NEON)
+    if constexpr (sizeof(V) == 16) {
+        constexpr I8<16> places{0, 1, 2, 3, 4, 5, 6, 7, 0, 1, 2, 3, 4, 5, 6, 7};
+        U8<16> sums = vshlq_u8(as<U8<16>>(v) >> 7, places);
+        for (size_t joined = 2; joined <= 8; joined *= 2)
+            sums = vpaddq_u8(sums, sums);
+        return as<U16<16>>(sums)[0];
+    }
+#endif
     uint32_t bits = 0;
     for (size_t i = 0; i < sizeof(V); ++i)
         bits |= static_cast<uint32_t>(as<WithLanes<uint8_t, V>>(v)[i] >> 7) << i;
@@ -684,6 +729,9 @@ QUIB_INLINE size_t lanesUpTo(V ascending, uint16_t limit)
     if constexpr (sizeof(V) == 32)
         return static_cast<size_t>(
             __builtin_popcount(_mm256_cmple_epu16_mask((__m256i)ascending, (__m256i)limits)));
+#endif
+#if defined(QUIB_HAS_NEON)
+    return vaddvq_u16(as<U16<>>(ascending <= limits) >> 15);
 #endif
     const uint64_t passed = topBits(as<WithLanes<uint8_t, V>>(ascending <= limits));
     return static_cast<size_t>(__builtin_ctzll(~passed)) / 2;
@@ -709,13 +757,28 @@ using Widened = WithLanes<typename WidenedLanes<LaneOf<V>>::Type, V>;
 template<class V>
 QUIB_INLINE Widened<V> widenLow(V v)
 {
+#if defined(QUIB_HAS_NEON)
+    // Known to the compiler as such, which multiplies and adds in the same step.
+    if constexpr (hasLanes<V, uint8_t>)
+        return (Widened<V>)vmovl_u8(vget_low_u8(v));
+    else
+        return (Widened<V>)vmovl_u16(vget_low_u16(v));
+#else
     return as<Widened<V>>(interleaveLow(v, V{}));
+#endif
 }
 
 template<class V>
 QUIB_INLINE Widened<V> widenHigh(V v)
 {
+#if defined(QUIB_HAS_NEON)
+    if constexpr (hasLanes<V, uint8_t>)
+        return (Widened<V>)vmovl_high_u8(v);
+    else
+        return (Widened<V>)vmovl_high_u16(v);
+#else
     return as<Widened<V>>(interleaveHigh(v, V{}));
+#endif
 }
 
 // The first bytes of a vector of 16, as many as To has lanes, in their order.
@@ -744,6 +807,29 @@ QUIB_INLINE To widenFirst(U8<16> bytes)
             words[i] = static_cast<Lane>(bytes[i]);
         return words;
     }
+#endif
+}
+
+// As many integers as To has lanes, of 32 bits.
+template<class To, class Element>
+QUIB_INLINE To loadWidened(const Element* elements)
+{
+    static_assert(sizeof(LaneOf<To>) == 4);
+#if defined(QUIB_HAS_NEON)
+    constexpr bool isSigned = static_cast<Element>(-1) < 0;
+    if constexpr (sizeof(Element) == 4)
+        return load<To>(elements);
+    else if constexpr (sizeof(Element) == 1 && isSigned)
+        return (To)vmovl_s16(vget_low_s16(vmovl_s8(vcreate_s8(loadWord(elements)))));
+    else if constexpr (sizeof(Element) == 1)
+        return (To)vmovl_u16(vget_low_u16(vmovl_u8(vcreate_u8(loadWord(elements)))));
+    else if constexpr (isSigned)
+        return (To)vmovl_s16(vld1_s16(elements));
+    else
+        return (To)vmovl_u16(vld1_u16(elements));
+#else
+    using Narrow = Vector<Element, lanesOf<To> * sizeof(Element)>;
+    return __builtin_convertvector(load<Narrow>(elements), To);
 #endif
 }
 
@@ -781,6 +867,8 @@ QUIB_INLINE WithLanes<uint8_t, V> packToU8(V low, V high)
     static_assert(sizeof(LaneOf<V>) == 2);
 #if defined(QUIB_HAS_SSE2)
     QUIB_FORM(To, packus_epi16, QUIB_REGISTER(low), QUIB_REGISTER(high));
+#elif defined(QUIB_HAS_NEON)
+    return (To)vqmovun_high_s16(vqmovun_s16((int16x8_t)low), (int16x8_t)high);
 #else
     return packPlainly<To>(as<WithLanes<int16_t, V>>(low), as<WithLanes<int16_t, V>>(high));
 #endif
@@ -793,6 +881,8 @@ QUIB_INLINE WithLanes<int8_t, V> packToI8(V low, V high)
     static_assert(sizeof(LaneOf<V>) == 2);
 #if defined(QUIB_HAS_SSE2)
     QUIB_FORM(To, packs_epi16, QUIB_REGISTER(low), QUIB_REGISTER(high));
+#elif defined(QUIB_HAS_NEON)
+    return (To)vqmovn_high_s16(vqmovn_s16((int16x8_t)low), (int16x8_t)high);
 #else
     return packPlainly<To>(as<WithLanes<int16_t, V>>(low), as<WithLanes<int16_t, V>>(high));
 #endif
@@ -805,6 +895,8 @@ QUIB_INLINE WithLanes<int16_t, V> packToI16(V low, V high)
     static_assert(sizeof(LaneOf<V>) == 4);
 #if defined(QUIB_HAS_SSE2)
     QUIB_FORM(To, packs_epi32, QUIB_REGISTER(low), QUIB_REGISTER(high));
+#elif defined(QUIB_HAS_NEON)
+    return (To)vqmovn_high_s32(vqmovn_s32((int32x4_t)low), (int32x4_t)high);
 #else
     return packPlainly<To>(as<WithLanes<int32_t, V>>(low), as<WithLanes<int32_t, V>>(high));
 #endif
@@ -822,6 +914,8 @@ QUIB_INLINE WithLanes<uint16_t, V> packToU16(V low, V high)
     // Below zero is zero, lest the difference leave the range.
     const auto lowered = [](Ints v) { return (v & (v > -1)) - 0x8000; };
     return as<To>(packToI16(lowered((Ints)low), lowered((Ints)high))) ^ uint16_t { 0x8000 };
+#elif defined(QUIB_HAS_NEON)
+    return (To)vqmovun_high_s32(vqmovun_s32((int32x4_t)low), (int32x4_t)high);
 #else
     return packPlainly<To>(as<WithLanes<int32_t, V>>(low), as<WithLanes<int32_t, V>>(high));
 #endif
@@ -857,6 +951,8 @@ QUIB_INLINE V addSaturated(V a, V b)
     if constexpr (hasLanes<V, int16_t>) {
         QUIB_FORM(V, adds_epi16, QUIB_REGISTER(a), QUIB_REGISTER(b));
     }
+#elif defined(QUIB_HAS_NEON)
+    QUIB_FORM_OF_LANES(V, vqaddq, a, b);
 #else
     V sum{};
     for (size_t i = 0; i < lanesOf<V>; ++i)
@@ -882,6 +978,8 @@ QUIB_INLINE V subtractSaturated(V a, V b)
     if constexpr (hasLanes<V, int16_t>) {
         QUIB_FORM(V, subs_epi16, QUIB_REGISTER(a), QUIB_REGISTER(b));
     }
+#elif defined(QUIB_HAS_NEON)
+    QUIB_FORM_OF_LANES(V, vqsubq, a, b);
 #else
     V difference{};
     for (size_t i = 0; i < lanesOf<V>; ++i)
@@ -902,6 +1000,14 @@ QUIB_INLINE V highProducts(V a, V b)
         QUIB_FORM(V, mulhi_epu16, QUIB_REGISTER(a), QUIB_REGISTER(b));
     else
         QUIB_FORM(V, mulhi_epi16, QUIB_REGISTER(a), QUIB_REGISTER(b));
+#elif defined(QUIB_HAS_NEON)
+    if constexpr (hasLanes<V, uint16_t>) {
+        const U32<> low = vmull_u16(vget_low_u16(a), vget_low_u16(b));
+        return oddLanes(as<V>(low), (V)vmull_high_u16(a, b));
+    } else {
+        const I32<> low = vmull_s16(vget_low_s16(a), vget_low_s16(b));
+        return oddLanes(as<V>(low), (V)vmull_high_s16(a, b));
+    }
 #else
     using Lane = LaneOf<V>;
     V high{};
@@ -921,6 +1027,8 @@ QUIB_INLINE WithLanes<int32_t, V> pairProducts(V a, V b)
     using To = WithLanes<int32_t, V>;
 #if defined(QUIB_HAS_SSE2)
     QUIB_FORM(To, madd_epi16, QUIB_REGISTER(a), QUIB_REGISTER(b));
+#elif defined(QUIB_HAS_NEON)
+    return (To)vpaddq_s32(vmull_s16(vget_low_s16(a), vget_low_s16(b)), vmull_high_s16(a, b));
 #else
     To sums{};
     for (size_t i = 0; i < lanesOf<To>; ++i)
@@ -930,7 +1038,14 @@ QUIB_INLINE WithLanes<int32_t, V> pairProducts(V a, V b)
 #endif
 }
 
-// The same of unsigned by signed bytes, saturated.
+// The same of unsigned by signed bytes, saturated. One instruction only where
+// `multipliesBytePairs` says so.
+#if defined(__SSSE3__) && defined(QUIB_HAS_SSE2)
+constexpr bool multipliesBytePairs = true;
+#else
+constexpr bool multipliesBytePairs = false;
+#endif
+
 template<class U, class S>
 QUIB_INLINE WithLanes<int16_t, U> pairProductsOfBytes(U a, S b)
 {
@@ -938,6 +1053,11 @@ QUIB_INLINE WithLanes<int16_t, U> pairProductsOfBytes(U a, S b)
     using To = WithLanes<int16_t, U>;
 #if defined(__SSSE3__) && defined(QUIB_HAS_SSE2)
     QUIB_FORM(To, maddubs_epi16, QUIB_REGISTER(a), QUIB_REGISTER(b));
+#elif defined(QUIB_HAS_NEON)
+    const auto unsignedPairs = as<WithLanes<uint16_t, U>>(a);
+    const auto signedPairs = as<To>(b);
+    return addSaturated(as<To>(unsignedPairs & 0xFF) * (signedPairs << 8 >> 8),
+                        as<To>(unsignedPairs >> 8) * (signedPairs >> 8));
 #else
     To sums{};
     for (size_t i = 0; i < lanesOf<To>; ++i)
@@ -946,12 +1066,48 @@ QUIB_INLINE WithLanes<int16_t, U> pairProductsOfBytes(U a, S b)
 #endif
 }
 
+// a0 + a1 and so on, in twice the size, of unsigned bytes and signed words.
+template<class V>
+struct PairSumLanes;
+template<>
+struct PairSumLanes<uint8_t> {
+    using Type = uint16_t;
+};
+template<>
+struct PairSumLanes<int16_t> {
+    using Type = int32_t;
+};
+
+template<class V>
+QUIB_INLINE WithLanes<typename PairSumLanes<LaneOf<V>>::Type, V> pairSums(V v)
+{
+    using To = WithLanes<typename PairSumLanes<LaneOf<V>>::Type, V>;
+#if defined(QUIB_HAS_NEON)
+    if constexpr (hasLanes<V, uint8_t>)
+        return (To)vpaddlq_u8(v);
+    else
+        return (To)vpaddlq_s16(v);
+#else
+    if constexpr (hasLanes<V, int16_t>)
+        return pairProducts(v, spread<V>(1));
+    else if constexpr (multipliesBytePairs)
+        return as<To>(pairProductsOfBytes(v, spread<WithLanes<int8_t, V>>(1)));
+    else
+        return (as<To>(v) & 0xFF) + (as<To>(v) >> 8);
+#endif
+}
+
 // a * b / 255, rounded down, of lanes of 16 bits that hold bytes. For every
 // product t of two bytes, (t >> 8) + t + 1 >> 8 is (t + 1) * 257 >> 16.
 template<class V>
 QUIB_INLINE V productsOver255(V a, V b)
 {
+#if defined(QUIB_HAS_SSE2)
     return highProducts(a * b + 1, spread<V>(257));
+#else
+    const V more = a * b + 1;
+    return (more + (more >> 8)) >> 8;
+#endif
 }
 
 // --- Floats --------------------------------------------------------------------------
@@ -982,6 +1138,8 @@ QUIB_INLINE WithLanes<int32_t, V> rounded(V floats)
     using To = WithLanes<int32_t, V>;
 #if defined(QUIB_HAS_SSE2)
     QUIB_FORM(To, cvtps_epi32, floats);
+#elif defined(QUIB_HAS_NEON)
+    return (To)vcvtnq_s32_f32(floats);
 #else
     To ints{};
     for (size_t i = 0; i < lanesOf<V>; ++i)
@@ -1028,6 +1186,8 @@ QUIB_INLINE V squareRoots(V floats)
     static_assert(hasLanes<V, float>);
 #if defined(QUIB_HAS_SSE2)
     QUIB_FORM(V, sqrt_ps, floats);
+#elif defined(QUIB_HAS_NEON)
+    return (V)vsqrtq_f32(floats);
 #else
     V roots{};
     for (size_t i = 0; i < lanesOf<V>; ++i)

@@ -126,11 +126,12 @@ Plain widened(bool high)
     });
 }
 
-template<class To>
+template<class To, class From = uint8_t>
 Plain widenedFirst()
 {
     return [](const Memory& a, const Memory&) {
-        return bytesOf(std::vector<To>(a.begin(), a.begin() + a.size() / sizeof(To)));
+        const std::vector<From> x = lanes<From>(a);
+        return bytesOf(std::vector<To>(x.begin(), x.begin() + a.size() / sizeof(To)));
     };
 }
 
@@ -331,6 +332,11 @@ void addPacks(std::map<std::string, PlainForm>& forms)
     forms["widenHigh U16"] = {widened<uint16_t, uint32_t>(true)};
     forms["widenFirst I16"] = {widenedFirst<int16_t>()};
     forms["widenFirst I32"] = {widenedFirst<int32_t>()};
+    forms["loadWidened U8"] = {widenedFirst<int32_t, uint8_t>()};
+    forms["loadWidened I8"] = {widenedFirst<int32_t, int8_t>()};
+    forms["loadWidened U16"] = {widenedFirst<int32_t, uint16_t>()};
+    forms["loadWidened I16"] = {widenedFirst<int32_t, int16_t>()};
+    forms["loadWidened I32"] = {widenedFirst<int32_t, int32_t>()};
     forms["packToU8"] = {packed<int16_t, uint8_t>()};
     forms["cutToU8"] = {[](Memory a, const Memory& b) {
         a.insert(a.end(), b.begin(), b.end());
@@ -372,6 +378,10 @@ void addArithmetic(std::map<std::string, PlainForm>& forms)
         eachPair<uint8_t, int8_t, int16_t>([](int32_t a0, int32_t a1, int32_t b0, int32_t b1) {
             return clamped<int16_t>(a0 * b0 + a1 * b1);
         })};
+    forms["pairSums U8"] = {eachPair<uint8_t, uint8_t, uint16_t>(
+        [](int32_t a0, int32_t a1, int32_t, int32_t) { return a0 + a1; })};
+    forms["pairSums I16"] = {eachPair<int16_t, int16_t, int32_t>(
+        [](int32_t a0, int32_t a1, int32_t, int32_t) { return a0 + a1; })};
     forms["productsOver255"] = {
         eachLane<uint16_t>([](int32_t a, int32_t b) { return (a & 255) * (b & 255) / 255; })};
 }
