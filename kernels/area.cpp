@@ -76,14 +76,18 @@ void areaPlainBlocks(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const Are
     }
 }
 
-#if defined(__AVX2__)
+// Blocks of few columns are added up by vectors, where these look up bytes.
 
 // A lane is 16 source bytes that hold whole blocks' columns, 4 of each (`quads`)
-// or 2. A 32-byte load gives two: the first one's blocks end at its end, the
-// second one's start at its start, so that they adjoin whatever their length.
+// or 2. A vector of 32 bytes takes two: the first one's blocks end at its end, the
+// second one's start at its start, so that they adjoin whatever their length. In
+// one of 16 bytes the blocks start at its start.
+constexpr ptrdiff_t areaParts = wide / 16;
+
 struct AreaLanes {
-    uint8_t pick[32];    // the places of each sum's bytes in a pair of lanes
-    uint8_t squeeze[32]; // drops the unused sums of finished lanes
+    uint8_t pick[32];    // the places of each sum's bytes in a lane whose blocks end at
+                         // its end, and in one whose blocks start at its start
+    uint8_t squeeze[16]; // drops the unused sums of finished lanes
     int32_t sums;        // in a lane
     int32_t advance;     // source bytes to the next lane
     uint16_t half;       // what is added to a sum before the division
@@ -99,7 +103,8 @@ struct AreaShape {
     bool columnsFirst = false;
     int32_t rows = 0; // 0 for any number
 
-    constexpr ptrdiff_t many() const { return quads ? 8 : 4; } // lanes at a time
+    constexpr ptrdiff_t vectors() const { return quads ? 4 : 2; }      // at a time
+    constexpr ptrdiff_t many() const { return vectors() * areaParts; } // lanes at a time
 };
 
 constexpr int32_t areaLargestLaneBlock = 128;
@@ -132,7 +137,7 @@ AreaLanes areaLanes(const AreaBlock& block)
     }
     for (int32_t i = 0; i < 16; ++i) {
         const int32_t from = i / lanes.sums * places + i % lanes.sums;
-        lanes.squeeze[i] = lanes.squeeze[16 + i] = static_cast<uint8_t>(from < 16 ? from : 0x80);
+        lanes.squeeze[i] = static_cast<uint8_t>(from < 16 ? from : 0x80);
     }
     const uint32_t count = static_cast<uint32_t>(block.xSize * block.ySize);
     while (2u << lanes.shift < count)
@@ -142,16 +147,21 @@ AreaLanes areaLanes(const AreaBlock& block)
     return lanes;
 }
 
-template<AreaShape shape>
-[[gnu::always_inline]] inline __m256i areaPairs(const uint8_t* src, __m256i pick)
+// Those places for a vector of lanes.
+QUIB_INLINE U8<> areaPick(const AreaLanes& lanes)
 {
-    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
-    return _mm256_maddubs_epi16(shape.picks ? _mm256_shuffle_epi8(bytes, pick) : bytes,
-                                _mm256_set1_epi8(1));
+    return load<U8<>>(lanes.pick + (areaParts == 2 ? 0 : 16));
+}
+
+template<AreaShape shape>
+QUIB_INLINE U16<> areaPairs(const uint8_t* src, U8<> pick)
+{
+    const U8<> bytes = load<U8<>>(src);
+    return pairSums(shape.picks ? lookUp(bytes, pick) : bytes);
 }
 
 // The lines of the cache that the next row of blocks begins with.
-[[gnu::always_inline]] inline void areaPrefetch(const uint8_t* address)
+QUIB_INLINE void areaPrefetch(const uint8_t* address)
 {
     __builtin_prefetch(address);
     __builtin_prefetch(address + 64);
@@ -159,144 +169,160 @@ template<AreaShape shape>
 
 // The sums of the picked bytes of all rows, two bytes to a word, of many lanes.
 template<AreaShape shape>
-[[gnu::always_inline]] inline void areaPairSums(__m256i* sums, const uint8_t* src, ptrdiff_t step,
-                                                int32_t rows, const AreaLanes& lanes)
+QUIB_INLINE void areaPairSums(U16<>* sums, const uint8_t* src, ptrdiff_t step, int32_t rows,
+                              const AreaLanes& lanes)
 {
-    constexpr ptrdiff_t pairs = shape.many() / 2;
-    const __m256i pick = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes.pick));
-    const ptrdiff_t pairAdvance = ptrdiff_t{2} * lanes.advance;
-    src -= 16 - lanes.advance;
+    const U8<> pick = areaPick(lanes);
+    const ptrdiff_t advance = areaParts * lanes.advance;
+    if (areaParts == 2)
+        src -= 16 - lanes.advance;
     areaPrefetch(src + rows * step);
-    for (ptrdiff_t i = 0; i < pairs; ++i)
-        sums[i] = areaPairs<shape>(src + i * pairAdvance, pick);
+    for (ptrdiff_t i = 0; i < shape.vectors(); ++i)
+        sums[i] = areaPairs<shape>(src + i * advance, pick);
     for (int32_t y = 1; y < rows; ++y) {
         src += step;
         areaPrefetch(src + rows * step);
-        for (ptrdiff_t i = 0; i < pairs; ++i)
-            sums[i] = _mm256_add_epi16(sums[i], areaPairs<shape>(src + i * pairAdvance, pick));
+        for (ptrdiff_t i = 0; i < shape.vectors(); ++i)
+            sums[i] += areaPairs<shape>(src + i * advance, pick);
     }
 }
 
-[[gnu::always_inline]] inline __m256i areaQuotients(__m256i sums, const AreaLanes& lanes)
+template<class V>
+QUIB_INLINE V areaQuotients(V sums, const AreaLanes& lanes)
 {
-    const __m256i half = _mm256_set1_epi16(static_cast<int16_t>(lanes.half));
-    const __m256i inverse = _mm256_set1_epi16(static_cast<int16_t>(lanes.inverse));
-    return _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_add_epi16(sums, half), inverse),
-                            _mm_cvtsi32_si128(lanes.shift));
+    return highProducts(sums + lanes.half, spread<V>(lanes.inverse)) >>
+           static_cast<uint16_t>(lanes.shift);
 }
 
-[[gnu::always_inline]] inline __m256i areaJoinPairs(__m256i first, __m256i second)
+template<class V>
+QUIB_INLINE V areaJoinPairs(V first, V second)
 {
-    const __m256i ones = _mm256_set1_epi16(1);
-    return _mm256_packus_epi32(_mm256_madd_epi16(first, ones), _mm256_madd_epi16(second, ones));
+    using Words = WithLanes<int16_t, V>;
+    return packToU16(pairSums(as<Words>(first)), pairSums(as<Words>(second)));
 }
 
 // The places of many lanes, in their order.
 template<AreaShape shape>
-[[gnu::always_inline]] inline __m256i areaMeans(const uint8_t* src, ptrdiff_t step, int32_t rows,
-                                                const AreaLanes& lanes)
+QUIB_INLINE U8<> areaMeans(const uint8_t* src, ptrdiff_t step, int32_t rows, const AreaLanes& lanes)
 {
-    __m256i sums[4];
+    U16<> sums[4];
     areaPairSums<shape>(sums, src, step, rows, lanes);
     if constexpr (shape.quads) {
-        const __m256i first = areaQuotients(areaJoinPairs(sums[0], sums[1]), lanes);
-        const __m256i second = areaQuotients(areaJoinPairs(sums[2], sums[3]), lanes);
-        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-        return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), order);
+        const U16<> first = areaQuotients(areaJoinPairs(sums[0], sums[1]), lanes);
+        const U16<> second = areaQuotients(areaJoinPairs(sums[2], sums[3]), lanes);
+        return inOrderOfTwoPacks(packToU8(first, second));
     } else {
-        const __m256i means =
-            _mm256_packus_epi16(areaQuotients(sums[0], lanes), areaQuotients(sums[1], lanes));
-        return _mm256_permute4x64_epi64(means, 0xD8);
+        return inOrderOfPack(
+            packToU8(areaQuotients(sums[0], lanes), areaQuotients(sums[1], lanes)));
     }
 }
 
-// The sums of 32 columns over all rows. The words of a low half are of columns 0
-// to 7 and 16 to 23, those of a high half of the others.
+// The sums of a vector's columns over all rows: those of each part's low half, and
+// of its high half.
 struct AreaColumns {
-    __m256i low;
-    __m256i high;
+    U16<> low;
+    U16<> high;
 };
 
-[[gnu::always_inline]] inline AreaColumns areaRowPair(__m256i even, __m256i odd)
-{
-    const __m256i ones = _mm256_set1_epi8(1);
-    return {_mm256_maddubs_epi16(_mm256_unpacklo_epi8(even, odd), ones),
-            _mm256_maddubs_epi16(_mm256_unpackhi_epi8(even, odd), ones)};
-}
-
 // Adds the pair of rows at src, or one row and nothing.
-[[gnu::always_inline]] inline void areaAddRows(AreaColumns* sums, const uint8_t* src,
-                                               ptrdiff_t step, bool two)
+QUIB_INLINE void areaAddRows(AreaColumns* sums, const uint8_t* src, ptrdiff_t step, bool two)
 {
-    for (ptrdiff_t i = 0; i < 3; ++i, src += 32) {
-        const __m256i even = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
-        const __m256i odd = two ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + step))
-                                : _mm256_setzero_si256();
-        const AreaColumns pair = areaRowPair(even, odd);
-        sums[i].low = _mm256_add_epi16(sums[i].low, pair.low);
-        sums[i].high = _mm256_add_epi16(sums[i].high, pair.high);
+    for (size_t i = 0; i < 3; ++i, src += wide) {
+        const U8<> even = load<U8<>>(src);
+        const U8<> odd = two ? load<U8<>>(src + step) : U8<>{};
+        sums[i].low += pairSums(interleaveLow(even, odd));
+        sums[i].high += pairSums(interleaveHigh(even, odd));
     }
 }
 
-// The quotients of 2 pixels from the sums of 24 adjoining columns, for each half:
+// The quotients of 2 pixels from the sums of 24 adjoining columns, for each part:
 // 3 words for the first and, after 2 unused ones, 3 for the second.
-[[gnu::always_inline]] inline __m256i areaPixelPair(__m256i columns0, __m256i columns8,
-                                                    __m256i columns16, const AreaLanes& lanes)
+QUIB_INLINE U16<> areaPixelPair(U16<> columns0, U16<> columns8, U16<> columns16,
+                                const AreaLanes& lanes)
 {
     // Columns 0 to 5 and 6 to 11, then 12 to 17 and 18 to 23, two words from the start.
-    __m256i first = _mm256_add_epi16(columns0, _mm256_alignr_epi8(columns8, columns0, 12));
-    __m256i second = _mm256_add_epi16(_mm256_alignr_epi8(columns16, columns8, 4), columns16);
-    first = _mm256_add_epi16(first, _mm256_srli_si256(first, 6));
-    second = _mm256_add_epi16(second, _mm256_slli_si256(second, 6));
-    return areaQuotients(_mm256_blend_epi16(first, second, 0xF0), lanes);
+    U16<> first = columns0 + onward<6>(columns0, columns8);
+    U16<> second = onward<2>(columns8, columns16) + columns16;
+    first += onward<3>(first, U16<>{});
+    second += onward<5>(U16<>{}, second);
+    return areaQuotients(mix<0, 0, 0, 0, 1, 1, 1, 1>(first, second), lanes);
 }
 
-// The means of 8 pixels of 4 columns and 3 channels: 4 in each half, 12 bytes.
-[[gnu::always_inline]] inline __m256i areaColumnMeans(const uint8_t* src, ptrdiff_t step,
-                                                      int32_t rows, const AreaLanes& lanes)
+// The second half of a vector, then the first half of another one.
+struct AreaCrossRule {
+    static constexpr int of(size_t i, size_t lanes) { return static_cast<int>(i + lanes / 2); }
+};
+
+// The quotients of the even pairs of pixels and of the odd ones, in each part.
+struct AreaPixelPairs {
+    U16<> even;
+    U16<> odd;
+};
+
+template<ptrdiff_t parts>
+QUIB_INLINE AreaPixelPairs areaPixelPairs(const AreaColumns (&sums)[3], const AreaLanes& lanes)
+{
+    if constexpr (parts == 2) {
+        const auto join = [](U16<> first, U16<> second) {
+            return as<U16<>>(mix<0, 0, 1, 1>(as<U64<>>(first), as<U64<>>(second)));
+        };
+        const auto cross = [](U16<> first, U16<> second) {
+            return rearrange<AreaCrossRule>(first, second);
+        };
+        // Columns 0 to 23 with 48 to 71, then 24 to 47 with 72 to 95.
+        return {areaPixelPair(join(sums[0].low, sums[1].low), join(sums[0].high, sums[1].high),
+                              cross(sums[0].low, sums[2].low), lanes),
+                areaPixelPair(cross(sums[0].high, sums[2].high), join(sums[1].low, sums[2].low),
+                              join(sums[1].high, sums[2].high), lanes)};
+    } else {
+        return {areaPixelPair(sums[0].low, sums[0].high, sums[1].low, lanes),
+                areaPixelPair(sums[1].high, sums[2].low, sums[2].high, lanes)};
+    }
+}
+
+// The means of pixels of 4 columns and 3 channels: 4 in each part, 12 bytes.
+QUIB_INLINE U8<> areaColumnMeans(const uint8_t* src, ptrdiff_t step, int32_t rows,
+                                 const AreaLanes& lanes)
 {
     AreaColumns sums[3] = {};
     for (; rows > 1; rows -= 2, src += 2 * step)
         areaAddRows(sums, src, step, true);
     if (rows)
         areaAddRows(sums, src, step, false);
-    const auto join = [](__m256i first, __m256i second) {
-        return _mm256_blend_epi32(first, second, 0xF0);
-    };
-    const auto cross = [](__m256i first, __m256i second) {
-        return _mm256_permute2x128_si256(first, second, 0x21);
-    };
-    // Columns 0 to 23 with 48 to 71, then 24 to 47 with 72 to 95.
-    const __m256i even =
-        areaPixelPair(join(sums[0].low, sums[1].low), join(sums[0].high, sums[1].high),
-                      cross(sums[0].low, sums[2].low), lanes);
-    const __m256i odd =
-        areaPixelPair(cross(sums[0].high, sums[2].high), join(sums[1].low, sums[2].low),
-                      join(sums[1].high, sums[2].high), lanes);
-    const __m256i order = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(0, 1, 2, 5, 6, 7, 8, 9, 10, 13, 14, 15, -1, -1, -1, -1));
-    return _mm256_shuffle_epi8(_mm256_packus_epi16(even, odd), order);
+    const AreaPixelPairs pairs = areaPixelPairs<areaParts>(sums, lanes);
+    constexpr uint8_t none = 0x80;
+    constexpr U8<16> order{0, 1, 2, 5, 6, 7, 8, 9, 10, 13, 14, 15, none, none, none, none};
+    return lookUp(packToU8(pairs.even, pairs.odd), spreadPart<U8<>>(order));
+}
+
+// As many bytes of each part as `count`, one part's behind the other's. Writes 16
+// from where the last part's begin.
+template<class V>
+QUIB_INLINE void areaStoreParts(uint8_t* dst, V bytes, ptrdiff_t count)
+{
+    if constexpr (sizeof(V) == 32) {
+        store(dst, lowHalf(bytes));
+        store(dst + count, highHalf(bytes));
+    } else {
+        store(dst, bytes);
+    }
 }
 
 template<AreaShape shape>
-[[gnu::always_inline]] inline void areaManyLanes(uint8_t* dst, const uint8_t* src, ptrdiff_t step,
-                                                 int32_t rows, ptrdiff_t lane,
-                                                 const AreaLanes& lanes)
+QUIB_INLINE void areaManyLanes(uint8_t* dst, const uint8_t* src, ptrdiff_t step, int32_t rows,
+                               ptrdiff_t lane, const AreaLanes& lanes)
 {
     if constexpr (shape.rows)
         rows = shape.rows;
     src += lane * lanes.advance;
     dst += lane * lanes.sums;
-    __m256i means;
-    if constexpr (shape.columnsFirst) {
+    U8<> means;
+    if constexpr (shape.columnsFirst)
         means = areaColumnMeans(src, step, rows, lanes);
-    } else {
-        const __m256i squeeze = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes.squeeze));
-        means = _mm256_shuffle_epi8(areaMeans<shape>(src, step, rows, lanes), squeeze);
-    }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(means));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + shape.many() / 2 * lanes.sums),
-                     _mm256_extracti128_si256(means, 1));
+    else
+        means = lookUp(areaMeans<shape>(src, step, rows, lanes),
+                       spreadPart<U8<>>(load<U8<16>>(lanes.squeeze)));
+    areaStoreParts(dst, means, shape.vectors() * lanes.sums);
 }
 
 // One lane, for the ends of a row.
@@ -308,21 +334,15 @@ void areaOneLane(uint8_t* dst, const uint8_t* src, ptrdiff_t step, int32_t rows,
     const ptrdiff_t at = lane * lanes.advance;
     const bool atStart = at + 16 <= srcCount;
     src += atStart ? at : at + lanes.advance - 16;
-    const __m128i pick =
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes.pick + (atStart ? 16 : 0)));
-    __m128i sums = _mm_setzero_si128();
-    for (int32_t y = 0; y < rows; ++y, src += step) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
-        const __m128i picked = _mm_shuffle_epi8(bytes, pick);
-        sums = _mm_add_epi16(sums, _mm_maddubs_epi16(picked, _mm_set1_epi8(1)));
-    }
-    __m256i words = _mm256_castsi128_si256(sums);
+    const U8<16> pick = load<U8<16>>(lanes.pick + (atStart ? 16 : 0));
+    U16<16> sums{};
+    for (int32_t y = 0; y < rows; ++y, src += step)
+        sums += pairSums(lookUp(load<U8<16>>(src), pick));
     if (shape.quads)
-        words = areaJoinPairs(words, words);
-    words = areaQuotients(words, lanes);
+        sums = areaJoinPairs(sums, sums);
+    const U16<16> words = areaQuotients(sums, lanes);
     uint8_t means[16];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(means),
-                     _mm256_castsi256_si128(_mm256_packus_epi16(words, words)));
+    store(means, packToU8(words, words));
     dst += lane * lanes.sums;
     constexpr size_t places = shape.quads ? 4 : 8;
     if (lanes.sums == places)
@@ -344,9 +364,11 @@ AreaReach areaReach(const AreaLanes& lanes, ptrdiff_t many, ptrdiff_t dstCount, 
 {
     if (srcCount < 16)
         return {0, -1, 0};
+    const ptrdiff_t first = areaParts == 2 ? 15 / lanes.advance : 0;
+    const ptrdiff_t lastPart = many - many / areaParts;
     const ptrdiff_t bySource = (srcCount - 16) / lanes.advance - (many - 1);
-    const ptrdiff_t byOutput = dstCount < 16 ? -1 : (dstCount - 16) / lanes.sums - many / 2;
-    return {15 / lanes.advance, bySource < byOutput ? bySource : byOutput, dstCount / lanes.sums};
+    const ptrdiff_t byOutput = dstCount < 16 ? -1 : (dstCount - 16) / lanes.sums - lastPart;
+    return {first, bySource < byOutput ? bySource : byOutput, dstCount / lanes.sums};
 }
 
 template<AreaShape shape>
@@ -399,15 +421,13 @@ auto areaChooseLanes(const AreaBlock& block)
     return areaLaneBlocks<quads>;
 }
 
-#endif
-
 void blockMeans(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t step,
                 const AreaBlock& block, size_t width, size_t height, void* columnSums)
 {
-#if defined(__AVX2__)
-    if (areaFitsLanes(block))
-        return areaChooseLanes(block)(dst, dstStep, src, step, block, width, height, columnSums);
-#endif
+    if constexpr (looksUpBytes)
+        if (areaFitsLanes(block))
+            return areaChooseLanes(block)(dst, dstStep, src, step, block, width, height,
+                                          columnSums);
     const AreaDivisor divisor = areaDivisor(block);
     for (size_t y = 0; y < height; ++y, dst += dstStep, src += step * block.ySize)
         areaPlainBlocks(dst, src, step, block, divisor, width, columnSums);
@@ -460,21 +480,18 @@ uint8_t areaSpanMean(const float* at, const AreaSpan& span, int32_t channels, fl
     return areaRounded(sum * scale);
 }
 
-#if defined(__SSE2__)
-
 // A pixel of 3 or 4 elements at once; sums of 3 read one element past them.
-__m128i areaSpanPixel(const float* at, const AreaSpan& span, int32_t channels, float scale)
+U8<16> areaSpanPixel(const float* at, const AreaSpan& span, int32_t channels, float scale)
 {
-    __m128 sum = _mm_mul_ps(_mm_set1_ps(span.head), _mm_loadu_ps(at));
+    F32<16> sum = load<F32<16>>(at) * span.head;
     for (int32_t i = 1; i < span.count - 1; ++i) {
         at += channels;
-        sum = _mm_add_ps(sum, _mm_loadu_ps(at));
+        sum += load<F32<16>>(at);
     }
     if (span.count > 1)
-        sum = _mm_add_ps(sum, _mm_mul_ps(_mm_set1_ps(span.tail), _mm_loadu_ps(at + channels)));
-    const __m128 shifted = _mm_add_ps(_mm_mul_ps(sum, _mm_set1_ps(scale)), _mm_set1_ps(0.5f));
-    const __m128i words = _mm_packs_epi32(_mm_cvttps_epi32(shifted), _mm_setzero_si128());
-    return _mm_packus_epi16(words, words);
+        sum += load<F32<16>>(at + channels) * span.tail;
+    const I16<16> words = packToI16(truncated(sum * scale + 0.5f), I32<16>{});
+    return packToU8(words, words);
 }
 
 template<int32_t channels>
@@ -483,22 +500,18 @@ void areaSpanPixels(uint8_t* dst, const float* sums, const AreaSpan* spans, size
 {
     for (size_t x = 0; x < width; ++x, dst += channels) {
         const float* at = sums + static_cast<ptrdiff_t>(spans[x].first) * channels;
-        const int32_t pixel = _mm_cvtsi128_si32(areaSpanPixel(at, spans[x], channels, scale));
+        const auto pixel = as<U32<16>>(areaSpanPixel(at, spans[x], channels, scale))[0];
         __builtin_memcpy(dst, &pixel, channels);
     }
 }
 
-#endif
-
 void spanMeans(uint8_t* dst, const float* sums, const AreaSpan* spans, size_t width,
                int32_t channels, float scale)
 {
-#if defined(__SSE2__)
     if (channels == 3)
         return areaSpanPixels<3>(dst, sums, spans, width, scale);
     if (channels == 4)
         return areaSpanPixels<4>(dst, sums, spans, width, scale);
-#endif
     for (size_t x = 0; x < width; ++x) {
         const float* at = sums + static_cast<ptrdiff_t>(spans[x].first) * channels;
         for (int32_t c = 0; c < channels; ++c)
