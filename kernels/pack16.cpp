@@ -77,12 +77,13 @@ struct From24 {
     static constexpr size_t more = 2; // the last load of 16 bytes uses 12
     QUIB_INLINE static U32<> pixels(const uint8_t* src)
     {
+        constexpr U8<16> places{0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
 #if defined(QUIB_WIDE_VECTORS)
-        const U8<> places =
-            spreadPart<U8<>>(U8<16>{0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80});
         const U8<> bytes = join(load<U8<16>>(src), load<U8<16>>(src + 12));
-        return as<U32<>>(lookUp(bytes, places));
+        return as<U32<>>(lookUp(bytes, spreadPart<U8<>>(places)));
 #else
+        if constexpr (looksUpBytes)
+            return as<U32<>>(lookUp(load<U8<>>(src), places));
         return U32<>{loadWord(src), loadWord(src + 3), loadWord(src + 6), loadWord(src + 9)};
 #endif
     }

@@ -6,7 +6,7 @@ namespace quib::QUIB_LEVEL
 namespace
 {
 
-// --- Plain forms: every level's remainders, and the whole of the lowest level ----
+// --- Plain forms: remainders, and what the compiler makes vectors of by itself ---
 
 uint32_t stretchLoad(const uint8_t* src, size_t i)
 {
@@ -86,9 +86,68 @@ void lerpStepsPlain32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, 
     }
 }
 
+// --- Vector forms of all widths -------------------------------------------------
+
+// Nearest, one byte: a block of outputs whose sources lie close together takes
+// them out of one or two loads by a shuffle; others are moved one by one. `end`
+// is where the last source of the row ends, past which no load may reach.
+
+// The places of sixteen sources in a window that begins at the first, as bytes.
+U8<16> bytePlacesFrom(const uint32_t* index)
+{
+    const U32<> first = spread<U32<>>(index[0]);
+    const auto words = [index, first](size_t i) {
+        const U32<> low = load<U32<>>(index + i);
+        const U32<> high = load<U32<>>(index + i + wide / 4);
+        return inOrderOfPack(packToU16(low - first, high - first));
+    };
+#if defined(QUIB_WIDE_VECTORS)
+    return packToU8(lowHalf(words(0)), highHalf(words(0)));
+#else
+    return packToU8(words(0), words(8));
+#endif
+}
+
+U8<16> bytesAtWide(const uint8_t* window, U8<16> places)
+{
+    // A place with its top bit set gives 0: there the other load has the byte.
+    const U8<16> inFirst = addSaturated(places, spread<U8<16>>(0x70));
+    return lookUp(load<U8<16>>(window), inFirst) | lookUp(load<U8<16>>(window + 16), places - 16);
+}
+
+void gatherByLookUp8(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t count)
+{
+    const size_t end = count ? index[count - 1] + size_t{1} : 0;
+    size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const size_t first = index[i];
+        const size_t span = index[i + 15] - first;
+        const uint8_t* window = src + first;
+        if (span < 16 && first + 16 <= end)
+            store(dst + i, lookUp(load<U8<16>>(window), bytePlacesFrom(index + i)));
+        else if (span < 32 && first + 32 <= end)
+            store(dst + i, bytesAtWide(window, bytePlacesFrom(index + i)));
+        else
+            gatherPlain8(dst + i, src, index + i, 16);
+    }
+    gatherPlain8(dst + i, src, index + i, count - i);
+}
+
+// lerp(a, b, 255): a, less 1 where it exceeds b.
+U8<> lerpNearFirst(U8<> a, U8<> b)
+{
+    return a - smaller(subtractSaturated(a, b), spread<U8<>>(1));
+}
+
+// Of pairs a, b: lerp(a, b, 255).
+U8<> lerpNearFirstPairs(U32<> low, U32<> high)
+{
+    return lerpNearFirst(as<U8<>>(evenLanes(low, high)), as<U8<>>(oddLanes(low, high)));
+}
+
 #if defined(QUIB_WIDE_VECTORS)
 
-// --- Vector forms ---------------------------------------------------------------
+// --- Vectors of eight pixels ----------------------------------------------------
 
 // Nearest, four bytes.
 
@@ -125,44 +184,6 @@ void gatherBlocks32(uint8_t* dst, const uint8_t* src, const GatherBlock* blocks,
         const U32<> second = lookUpInParts(windowsAt(src, window[1], window[3]), places);
         store(dst + i * 32, mix<0, 0, 1, 1>(first, second));
     }
-}
-
-// Nearest, one byte: a block of outputs whose sources lie close together takes
-// them out of one or two loads by a shuffle; others are moved one by one. `end`
-// is where the last source of the row ends, past which no load may reach.
-
-// The places of sixteen sources in a window that begins at the first, as bytes.
-U8<16> bytePlacesFrom(const uint32_t* index)
-{
-    const U32<> first = spread<U32<>>(index[0]);
-    const U16<> words =
-        inOrderOfPack(packToU16(load<U32<>>(index) - first, load<U32<>>(index + 8) - first));
-    return packToU8(lowHalf(words), highHalf(words));
-}
-
-U8<16> bytesAtWide(const uint8_t* window, U8<16> places)
-{
-    // A place with its top bit set gives 0: there the other load has the byte.
-    const U8<16> inFirst = addSaturated(places, spread<U8<16>>(0x70));
-    return lookUp(load<U8<16>>(window), inFirst) | lookUp(load<U8<16>>(window + 16), places - 16);
-}
-
-void gather8(uint8_t* dst, const uint8_t* src, const uint32_t* index, size_t count)
-{
-    const size_t end = count ? index[count - 1] + size_t{1} : 0;
-    size_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const size_t first = index[i];
-        const size_t span = index[i + 15] - first;
-        const uint8_t* window = src + first;
-        if (span < 16 && first + 16 <= end)
-            store(dst + i, lookUp(load<U8<16>>(window), bytePlacesFrom(index + i)));
-        else if (span < 32 && first + 32 <= end)
-            store(dst + i, bytesAtWide(window, bytePlacesFrom(index + i)));
-        else
-            gatherPlain8(dst + i, src, index + i, 16);
-    }
-    gatherPlain8(dst + i, src, index + i, count - i);
 }
 
 // Steps of 2 and 4 take eight outputs out of two or four loads, in an order
@@ -340,12 +361,6 @@ void lerpColumns32(uint8_t* dst, const uint8_t* src, const uint32_t* index, cons
     lerpColumnsPlain32(dst + i * 4, src, index + i, weight + i, count - i);
 }
 
-// lerp(a, b, 255): a, less 1 where it exceeds b.
-U8<> lerpNearFirst(U8<> a, U8<> b)
-{
-    return a - smaller(subtractSaturated(a, b), spread<U8<>>(1));
-}
-
 // For weights of 1 to 254.
 size_t lerpRowVectors(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, uint8_t weight,
                       size_t count)
@@ -376,12 +391,6 @@ void lerpRows(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, uint8_t 
     else
         i = lerpRowVectors(dst, upper, lower, weight, count);
     lerpRowsPlain(dst + i, upper + i, lower + i, weight, count - i);
-}
-
-// Of pairs a, b: lerp(a, b, 255).
-U8<> lerpNearFirstPairs(U32<> low, U32<> high)
-{
-    return lerpNearFirst(as<U8<>>(evenLanes(low, high)), as<U8<>>(oddLanes(low, high)));
 }
 
 // Along x, eight outputs in the order of restoreOrder().
@@ -443,7 +452,7 @@ void lerpSteps32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_
 }
 
 constexpr StretchKernels runs{
-    .gather8 = gather8,
+    .gather8 = gatherByLookUp8,
     .gather32 = gatherPlain32,
     .planBlocks32 = planBlocks32,
     .gatherBlocks32 = gatherBlocks32,
@@ -456,7 +465,9 @@ constexpr StretchKernels runs{
 
 #else
 
-// Blocks are for vectors.
+// --- Vectors of four pixels -----------------------------------------------------
+
+// Blocks are for longer ones.
 size_t planNoBlocks(GatherBlock*, const uint32_t*, size_t)
 {
     return 0;
@@ -464,16 +475,62 @@ size_t planNoBlocks(GatherBlock*, const uint32_t*, size_t)
 
 void gatherNoBlocks(uint8_t*, const uint8_t*, const GatherBlock*, size_t) {}
 
+// Pixels i, i + 1 at two places of a row.
+U32<> loadPairs(const uint8_t* src, size_t i0, size_t i1)
+{
+    return loadHalves<U32<>>(src + i0 * 4, src + i1 * 4);
+}
+
+// A sum of products is at most 255 * 256.
+U16<> lerpWords(U16<> a, U16<> b, U16<> weights)
+{
+    return ((a - b) * weights + (b << 8)) >> 8;
+}
+
+U8<> lerpBytes(U8<> a, U8<> b, U8<> weights)
+{
+    return packToU8(lerpWords(widenLow(a), widenLow(b), widenLow(weights)),
+                    lerpWords(widenHigh(a), widenHigh(b), widenHigh(weights)));
+}
+
+void lerpColumns32(uint8_t* dst, const uint8_t* src, const uint32_t* index, const uint32_t* weight,
+                   size_t count)
+{
+    size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const U32<> low = loadPairs(src, index[i], index[i + 1]);
+        const U32<> high = loadPairs(src, index[i + 2], index[i + 3]);
+        store(dst + i * 4, lerpBytes(as<U8<>>(evenLanes(low, high)), as<U8<>>(oddLanes(low, high)),
+                                     load<U8<>>(weight + i)));
+    }
+    lerpColumnsPlain32(dst + i * 4, src, index + i, weight + i, count - i);
+}
+
+void lerpSteps32(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_t step,
+                 size_t count)
+{
+    const auto alongX = [step](const uint8_t* from) {
+        return lerpNearFirstPairs(loadPairs(from, 0, step), loadPairs(from, 2 * step, 3 * step));
+    };
+    size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const size_t at = i * step * 4;
+        store(dst + i * 4, lerpNearFirst(alongX(upper + at), alongX(lower + at)));
+    }
+    const size_t at = i * step * 4;
+    lerpStepsPlain32(dst + i * 4, upper + at, lower + at, step, count - i);
+}
+
 constexpr StretchKernels runs{
-    .gather8 = gatherPlain8,
+    .gather8 = looksUpBytes ? gatherByLookUp8 : gatherPlain8,
     .gather32 = gatherPlain32,
     .planBlocks32 = planNoBlocks,
     .gatherBlocks32 = gatherNoBlocks,
     .gatherSteps8 = gatherStepsPlain8,
     .gatherSteps32 = gatherStepsPlain32,
-    .lerpColumns32 = lerpColumnsPlain32,
+    .lerpColumns32 = lerpColumns32,
     .lerpRows = lerpRowsPlain,
-    .lerpSteps32 = lerpStepsPlain32,
+    .lerpSteps32 = lerpSteps32,
 };
 
 #endif

@@ -6,42 +6,55 @@ namespace quib::QUIB_LEVEL
 namespace
 {
 
-#if defined(QUIB_WIDE_VECTORS)
-
 // Eight sums of two taps.
-I32<> zoomPairSums(const uint8_t* window, const uint8_t* pick, const int16_t* weights)
+struct ZoomLanes {
+    I32<> of[zoomLanes * sizeof(int32_t) / wide];
+};
+
+ZoomLanes zoomPairSums(const uint8_t* window, const uint8_t* pick, const int16_t* weights)
 {
     const U8<16> taps = lookUp(load<U8<16>>(window), load<U8<16>>(pick));
-    return pairProducts(widenFirst<I16<>>(taps), load<I16<>>(weights));
+#if defined(QUIB_WIDE_VECTORS)
+    return {{pairProducts(widenFirst<I16<>>(taps), load<I16<>>(weights))}};
+#else
+    return {{pairProducts(as<I16<>>(widenLow(taps)), load<I16<>>(weights)),
+             pairProducts(as<I16<>>(widenHigh(taps)), load<I16<>>(weights + zoomLanes))}};
+#endif
 }
 
-void zoomStoreLanes(int16_t* line, I32<> sums)
+void zoomStoreLanes(int16_t* line, const ZoomLanes& sums)
 {
-    const I32<> shifted = sums >> 8;
+#if defined(QUIB_WIDE_VECTORS)
+    const I32<> shifted = sums.of[0] >> 8;
     store(line, packToI16(lowHalf(shifted), highHalf(shifted)));
+#else
+    store(line, packToI16(sums.of[0] >> 8, sums.of[1] >> 8));
+#endif
 }
 
-void linearLine(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups, size_t groupCount)
+void linearLineByLookUp(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups,
+                        size_t groupCount)
 {
     for (const ZoomPairGroup* group = groups; group != groups + groupCount; ++group)
         zoomStoreLanes(line + group->output,
                        zoomPairSums(row + group->source, group->pick, group->weights));
 }
 
-void cubicLine(int16_t* line, const uint8_t* row, const ZoomQuadGroup* groups, size_t groupCount)
+void cubicLineByLookUp(int16_t* line, const uint8_t* row, const ZoomQuadGroup* groups,
+                       size_t groupCount)
 {
     for (const ZoomQuadGroup* group = groups; group != groups + groupCount; ++group) {
         const uint8_t* window = row + group->source;
-        const I32<> first = zoomPairSums(window, group->pick[0], group->weights[0]);
-        const I32<> second = zoomPairSums(window, group->pick[1], group->weights[1]);
-        zoomStoreLanes(line + group->output, first + second);
+        ZoomLanes sums = zoomPairSums(window, group->pick[0], group->weights[0]);
+        const ZoomLanes second = zoomPairSums(window, group->pick[1], group->weights[1]);
+        for (size_t i = 0; i < sizeof sums / wide; ++i)
+            sums.of[i] += second.of[i];
+        zoomStoreLanes(line + group->output, sums);
     }
 }
 
-#else
-
 template<class Sum>
-void zoomStoreLanes(int16_t* line, Sum sum)
+void zoomStoreEach(int16_t* line, Sum sum)
 {
     for (int32_t i = 0; i < zoomLanes; ++i)
         line[i] = static_cast<int16_t>(sum(i) >> 8);
@@ -53,28 +66,31 @@ int32_t zoomPairSum(const uint8_t* window, const uint8_t* pick, const int16_t* w
     return window[pick[first]] * weights[first] + window[pick[first + 1]] * weights[first + 1];
 }
 
-void linearLine(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups, size_t groupCount)
+void linearLineByLoop(int16_t* line, const uint8_t* row, const ZoomPairGroup* groups,
+                      size_t groupCount)
 {
     for (const ZoomPairGroup* group = groups; group != groups + groupCount; ++group) {
         const uint8_t* window = row + group->source;
-        zoomStoreLanes(line + group->output, [=](int32_t i) {
+        zoomStoreEach(line + group->output, [=](int32_t i) {
             return zoomPairSum(window, group->pick, group->weights, i);
         });
     }
 }
 
-void cubicLine(int16_t* line, const uint8_t* row, const ZoomQuadGroup* groups, size_t groupCount)
+void cubicLineByLoop(int16_t* line, const uint8_t* row, const ZoomQuadGroup* groups,
+                     size_t groupCount)
 {
     for (const ZoomQuadGroup* group = groups; group != groups + groupCount; ++group) {
         const uint8_t* window = row + group->source;
-        zoomStoreLanes(line + group->output, [=](int32_t i) {
+        zoomStoreEach(line + group->output, [=](int32_t i) {
             return zoomPairSum(window, group->pick[0], group->weights[0], i) +
                    zoomPairSum(window, group->pick[1], group->weights[1], i);
         });
     }
 }
 
-#endif
+constexpr auto linearLine = looksUpBytes ? linearLineByLookUp : linearLineByLoop;
+constexpr auto cubicLine = looksUpBytes ? cubicLineByLookUp : cubicLineByLoop;
 
 uint8_t linearElement(int32_t top, int32_t bottom, int32_t fraction)
 {
