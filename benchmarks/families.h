@@ -18,3 +18,24 @@ void addDitherCases();
 void addWarpCases();
 void addSurfaceCases();
 void addToneCases();
+
+inline void addAllCases()
+{
+    addBlockCases();
+    addStretchCases();
+    addConvertCases();
+    addLayerCases();
+    addBlitCases();
+    addZoomCases();
+    addCompositeCases();
+    addPixelCases();
+    addPsdCases();
+    addFilterCases();
+    addBlurCases();
+    addTurnCases();
+    addConvolveCases();
+    addDitherCases();
+    addWarpCases();
+    addSurfaceCases();
+    addToneCases();
+}

@@ -266,23 +266,7 @@ int main(int argc, char** argv)
     const Options options = readOptions(argc, argv);
     const std::vector<const quib::Kernels*> levels = levelsToRun(options.level);
     initialiseFramework(options.repetitions);
-    addBlockCases();
-    addStretchCases();
-    addConvertCases();
-    addLayerCases();
-    addBlitCases();
-    addZoomCases();
-    addCompositeCases();
-    addPixelCases();
-    addPsdCases();
-    addFilterCases();
-    addBlurCases();
-    addTurnCases();
-    addConvolveCases();
-    addDitherCases();
-    addWarpCases();
-    addSurfaceCases();
-    addToneCases();
+    addAllCases();
     std::vector<const Case*> wanted;
     for (const Case& subject : cases())
         if (subject.operation.find(options.filter) != std::string::npos)
