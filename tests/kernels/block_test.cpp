@@ -38,6 +38,18 @@ TEST(BlockKernels, Fill32StoresTheWordAtAnyAddress)
     });
 }
 
+TEST(BlockKernels, Fill32StoresWordsWhoseBytesAreAllButEqual)
+{
+    forEachTable<quib::BlockKernels>([](const quib::BlockKernels& block) {
+        for (const uint32_t byte : {0x00u, 0x01u, 0x02u, 0x7Fu, 0x80u, 0xFFu}) {
+            for (uint32_t bit = 0; bit < 32; ++bit) {
+                const uint32_t value = byte * 0x01010101u ^ 1u << bit;
+                ASSERT_NO_FATAL_FAILURE(expectFilled(block.fill32, value, 0, 5));
+            }
+        }
+    });
+}
+
 TEST(BlockKernels, Fill32StoresLongRunsUpToTheirEnd)
 {
     constexpr size_t longRun = size_t{1} << 18;
