@@ -48,11 +48,29 @@ public:
     Device& operator=(const Device&) = delete;
 
     const HDC context;
-
-private:
     HBITMAP bitmap = nullptr;
-    HGDIOBJ before = nullptr;
+    HGDIOBJ before = nullptr; // the stock bitmap
 };
+
+// What programs get wrong about contexts and bitmaps; all is in its place again afterwards.
+void misuse(FuzzInput& input, const Device& device, const Device& other)
+{
+    const HDC contexts[] = {device.context, other.context, nullptr};
+    const HGDIOBJ objects[] = {device.bitmap, other.bitmap, device.before, nullptr};
+    for (int32_t i = 0; i < 4; ++i) {
+        const HDC context = contexts[input.choose(3)];
+        SelectObject(context, objects[input.choose(4)]);
+    }
+    DeleteObject(objects[2 + input.choose(2)]);
+    DeleteDC(nullptr);
+    GdiFlush();
+    for (const Device* each : {&device, &other})
+        SelectObject(each->context, each->before);
+    for (const Device* each : {&device, &other}) {
+        SelectObject(each->context, each->bitmap);
+        DeleteObject(each->bitmap); // which is held
+    }
+}
 
 int32_t placeFrom(FuzzInput& input)
 {
@@ -73,4 +91,5 @@ void runFuzzInput(const uint8_t* data, size_t size)
         const int32_t y = placeFrom(input);
         QuibDrawToHDC(picture.image, contexts[input.choose(4)], x, y);
     }
+    misuse(input, device, other);
 }

@@ -8,9 +8,11 @@
 
 #include "quibtool/platform.h"
 #include "quibtool/quibtool.h"
+#include "quibtool/stretch/stretch.h"
 
 #include <cmath>
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -343,6 +345,20 @@ void resize(Caller& caller)
         QuibResizeFit(src, dst, mode);
 }
 
+// Planes of bytes, weighted too, which no exported function asks for.
+void stretchPlane(Caller& caller)
+{
+    constexpr int32_t modes[] = {0, 1, 2, 3, 0x7000, 0x7001, -1, 4};
+    uint32_t sides[4];
+    for (uint32_t& side : sides)
+        side = 1 + caller.input.choose(40);
+    std::vector<uint8_t> from(size_t{sides[0]} * sides[1]);
+    std::vector<uint8_t> to(size_t{sides[2]} * sides[3]);
+    fillFrom(caller.input, from.data(), from.size());
+    StretchPlane8(to.data(), sides[2], sides[3], sides[2], from.data(), sides[0], sides[1],
+                  sides[0], modes[caller.input.choose(8)]);
+}
+
 // --- Composition and alpha --------------------------------------------------------------
 
 void compose(Caller& caller)
@@ -482,14 +498,53 @@ void loadBmp(Caller& caller)
     intoNew(caller, [&](IplImage** out) { QuibLoadBMP(file.write(bytes, size), out); });
 }
 
+void appendBig(std::vector<uint8_t>& bytes, uint32_t value, int32_t width)
+{
+    for (int32_t shift = (width - 1) * 8; shift >= 0; shift -= 8)
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
+}
+
+// A gray PSD file of one pixel, in two layers that have a mask each.
+std::vector<uint8_t> smallPsd()
+{
+    constexpr uint32_t pixel[] = {0, 0, 1, 1}; // its top, left, bottom and right
+    std::vector<uint8_t> bytes = {'8', 'B', 'P', 'S', 0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
+    for (const uint32_t number : {1u, 1u, 0x80001u, 0u, 0u, 174u, 170u})
+        appendBig(bytes, number, 4);
+    appendBig(bytes, 2, 2);
+    for (int32_t layer = 0; layer < 2; ++layer) {
+        for (const uint32_t edge : pixel)
+            appendBig(bytes, edge, 4);
+        for (const uint32_t number : {2u, 0u, 0u, 3u, 0xFFFEu, 0u, 3u}) // two channels
+            appendBig(bytes, number, 2);
+        for (const uint32_t number : {0x3842494Du, 0x6E6F726Du, 0xFF000000u, 32u, 20u})
+            appendBig(bytes, number, 4);
+        for (const uint32_t edge : pixel)
+            appendBig(bytes, edge, 4);
+        for (const uint32_t number : {0u, 0u, 0u})
+            appendBig(bytes, number, 4);
+    }
+    for (int32_t channel = 0; channel < 4; ++channel)
+        appendBig(bytes, 0x80, 3);
+    return bytes;
+}
+
+// Of any bytes behind its signature, or a good one but for a few bytes.
 void loadPsd(Caller& caller)
 {
-    uint8_t bytes[128] = {'8', 'B', 'P', 'S', 0, 1};
+    std::vector<uint8_t> bytes(128);
+    std::memcpy(bytes.data(), "8BPS\0\1", 6);
     for (size_t i = 12; i < 64; ++i)
         bytes[i] = caller.input.byte();
+    if (bytes[12] >= 128) {
+        std::vector<uint8_t> changed = smallPsd();
+        for (size_t i = 13; i < 13 + 2 * (bytes[12] % 4u); i += 2)
+            changed[bytes[i] % changed.size()] = bytes[i + 1];
+        bytes = changed;
+    }
     IplImage* mask = nullptr;
     intoNew(caller, [&](IplImage** out) {
-        QuibLoadFramePsd2Bmp(file.write(bytes, sizeof bytes), out, &mask);
+        QuibLoadFramePsd2Bmp(file.write(bytes.data(), bytes.size()), out, &mask);
     });
     caller.take(mask);
 }
@@ -789,12 +844,14 @@ void decimateBlur(Caller& caller)
 }
 
 constexpr void (*operations[])(Caller& caller) = {
-    create,          release,       inspect,    fill,         copy,       clone,        giveRegion,
-    setStatus,       replaceRecord, transfer,   panAndZoom,   resize,     compose,      composeAt,
-    composeByEngine, setAlpha,      passDib,    passDibApart, loadBmp,    loadPsd,      draw,
-    useSurface,      flip,          rotate,     warp,         warpQuad,   adjustTone,   makeGray,
-    mixFields,       applyValue,    applyToOne, applyToTwo,   convolve,   filterWindow, filterFixed,
-    decimateBlur,    transfer,      giveRegion, resize,       applyToTwo,
+    create,       release,    inspect,      fill,          copy,
+    clone,        giveRegion, setStatus,    replaceRecord, transfer,
+    panAndZoom,   resize,     compose,      composeAt,     composeByEngine,
+    setAlpha,     passDib,    passDibApart, loadBmp,       loadPsd,
+    draw,         useSurface, flip,         rotate,        warp,
+    warpQuad,     adjustTone, makeGray,     mixFields,     applyValue,
+    applyToOne,   applyToTwo, convolve,     filterWindow,  filterFixed,
+    decimateBlur, transfer,   giveRegion,   resize,        stretchPlane,
 };
 
 } // namespace

@@ -58,11 +58,35 @@ private:
     {
         int32_t numbers[5];
         int32_t values[mostTaps * mostTaps];
+        int8_t bytes[mostTaps * mostTaps];
         int32_t* out = values;
-        if (kernel)
-            QuibGetConvKernel(kernel, &numbers[0], &numbers[1], &numbers[2], &numbers[3], &out,
+        int8_t* outBytes = bytes;
+        if (!kernel)
+            return;
+        QuibGetConvKernel(kernel, &numbers[0], &numbers[1], &numbers[2], &numbers[3], &out,
+                          &numbers[4]);
+        QuibGetConvKernelChar(kernel, &numbers[0], &numbers[1], &numbers[2], &numbers[3], &outBytes,
                               &numbers[4]);
     }
+};
+
+// Where results go: mostly to the destination, else to the source itself or, in a record of
+// its own, to the source's pixels at other places.
+class Target
+{
+public:
+    Target(FuzzInput& input, const FuzzPicture& src, const FuzzPicture& dst) : shared(*src.image)
+    {
+        const uint32_t choice = input.byte();
+        shared.roi = dst.image->roi;
+        shared.maskROI = dst.image->maskROI;
+        image = choice % 4 != 3 ? dst.image : choice < 128 ? src.image : &shared;
+    }
+
+    IplImage* image;
+
+private:
+    IplImage shared;
 };
 
 void convolve(FuzzInput& input, FuzzPicture& src, FuzzPicture& dst)
@@ -79,7 +103,7 @@ void convolve(FuzzInput& input, FuzzPicture& src, FuzzPicture& dst)
     if (input.choose(2))
         QuibConvolve2D(src.image, &made.image, kernels, count, method);
     else
-        iplConvolve2D(src.image, (input.rarely(4) ? src : dst).image, kernels, count, method);
+        iplConvolve2D(src.image, Target(input, src, dst).image, kernels, count, method);
 }
 
 void convolveSeparably(FuzzInput& input, FuzzPicture& src, FuzzPicture& dst)
@@ -139,8 +163,7 @@ void filterWindows(FuzzInput& input, FuzzPicture& src, FuzzPicture& dst)
     if (input.choose(2))
         onSurface(src.image, &made.image, w.nCols, w.nRows, w.anchorX, w.anchorY);
     else
-        inEngine(src.image, (input.rarely(4) ? src : dst).image, w.nCols, w.nRows, w.anchorX,
-                 w.anchorY);
+        inEngine(src.image, Target(input, src, dst).image, w.nCols, w.nRows, w.anchorX, w.anchorY);
 }
 
 void filterFixed(FuzzInput& input, FuzzPicture& src, FuzzPicture& dst)

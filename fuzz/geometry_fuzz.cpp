@@ -3,6 +3,9 @@
 // then come the numbers.
 #include "fuzz/pictures.h"
 
+#include "quibtool/startup.h"
+#include "quibtool/warp/fallback.h"
+
 #include <cmath>
 
 namespace
@@ -147,8 +150,11 @@ void warpPerspective(FuzzInput& input, Picture& src, Picture& dst)
 void warpQuad(FuzzInput& input, Picture& src, Picture& dst)
 {
     const int32_t interpolate = interpolationFrom(input);
-    const bool warpFlag = input.choose(2);
+    const uint32_t choice = input.byte();
+    const bool warpFlag = choice % 2;
     const bool makes = input.rarely(4);
+    // Whether the processor counts as one that the engine's warp runs on.
+    quibProcessorFlag = choice < 128;
     Corners quad;
     readCorners(input, quad);
     FuzzMade made;
@@ -190,12 +196,34 @@ void findQuad(FuzzInput& input, Picture& src, Picture&)
         iplGetAffineQuad(src.image, coefficients.rows, quad);
 }
 
-void findTransform(FuzzInput& input, Picture& src, Picture&)
+// One scanline of a quadrangle, between rows of both pictures.
+void drawScanline(FuzzInput& input, const Picture& src, const Picture& dst)
+{
+    uint8_t* rows[2][16];
+    const IplImage* const images[2] = {dst.image, src.image};
+    for (int32_t i = 0; i < 2; ++i) {
+        const IplImage* image = images[i];
+        if (!image->imageData || image->widthStep < image->width * 4 || image->height > 16)
+            return;
+        for (int32_t y = 0; y < image->height; ++y)
+            rows[i][y] = reinterpret_cast<uint8_t*>(image->imageData) + y * image->widthStep;
+    }
+    double ends[8];
+    readNumbers(input, ends, 8);
+    const auto isNear = [](double end) { return std::fabs(end) < 1e4; };
+    if (std::all_of(std::begin(ends), std::end(ends), isNear))
+        QuibWarpQuadScan(rows[0], dst.image->width, dst.image->height, ends[0], ends[1], ends[2],
+                         ends[3], rows[1], src.image->width, src.image->height, ends[4], ends[5],
+                         ends[6], ends[7]);
+}
+
+void findTransform(FuzzInput& input, Picture& src, Picture& dst)
 {
     Corners quad;
     readCorners(input, quad);
     double coefficients[3][3];
     QUIBPerspectiveTransform(src.image, coefficients, quad);
+    drawScanline(input, src, dst);
 }
 
 constexpr void (*operations[])(FuzzInput& input, Picture& src, Picture& dst) = {

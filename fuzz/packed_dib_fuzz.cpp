@@ -97,6 +97,10 @@ IplImage* makeImage(FuzzChoices& choices, const Dib& dib, bool asSource)
         (layout >> 1) & 1, 4 << (layout >> 2), dib.header.biWidth + larger,
         std::abs(dib.header.biHeight), nullptr, nullptr, nullptr, nullptr);
     iplAllocateImage(image, 1, 0x5A);
+    // What is exported are the bitmap's bytes, over and over.
+    const bool takes = asSource && image && image->imageData && dib.size > 0;
+    for (int32_t i = 0; takes && i < image->imageSize; ++i)
+        image->imageData[i] = static_cast<char>(dib.bytes[static_cast<size_t>(i) % dib.size]);
     return image;
 }
 

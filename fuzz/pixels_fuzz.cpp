@@ -75,12 +75,21 @@ void scale(const Images& images)
     FuzzInput& input = images.input;
     IplImage* src = images.any();
     IplImage* dst = images.any();
-    const int32_t xDst = input.size(24);
-    const int32_t xSrc = input.size(24);
-    const int32_t yDst = input.size(24);
-    const int32_t ySrc = input.size(24);
-    const uint32_t function = input.choose(3);
-    functions[function](src, dst, xDst, xSrc, yDst, ySrc, input.below(5) - 1);
+    int32_t x[2] = {input.size(24), input.size(24)};
+    int32_t y[2] = {input.size(24), input.size(24)};
+    const uint32_t choice = input.byte();
+    const uint32_t function = choice % 3;
+    // Half of them such as the function serves, and of those half by whole numbers.
+    if (choice >= 192) {
+        x[function != 0] = 1 + (x[0] & 7);
+        y[function != 0] = 1 + (y[0] & 7);
+        x[function == 0] = x[function != 0] * (1 + input.below(4));
+        y[function == 0] = y[function != 0] * (1 + input.below(4));
+    } else if (choice >= 128) {
+        std::sort(x, x + 2, [&](int32_t a, int32_t b) { return function == 0 ? a > b : a < b; });
+        std::sort(y, y + 2, [&](int32_t a, int32_t b) { return function == 0 ? a > b : a < b; });
+    }
+    functions[function](src, dst, x[0], x[1], y[0], y[1], input.below(5) - 1);
 }
 
 void fit(const Images& images)
@@ -93,11 +102,29 @@ void fit(const Images& images)
         QuibResize(src, dst, images.input.below(5) - 1);
 }
 
+// An image of another one's size.
+IplImage* makeAsLarge(FuzzInput& input, const IplImage* image)
+{
+    FuzzFormat format = formatFrom(input);
+    if (format.depth == IPL_DEPTH_32F)
+        format.depth = IPL_DEPTH_16U;
+    IplImage* made =
+        iplCreateImageHeader(format.channels, format.alphaChannel, format.depth, "GRAY", "GRAY",
+                             format.dataOrder, format.origin, format.align, image->width,
+                             image->height, nullptr, nullptr, nullptr, nullptr);
+    iplAllocateImage(made, 1, 0);
+    return made;
+}
+
 void convert(const Images& images)
 {
     const IplImage* src = images.any();
     IplImage* dst = images.any();
-    if (images.input.choose(2))
+    const uint32_t choice = images.input.byte();
+    FuzzMade made;
+    if (choice >= 128)
+        dst = made.image = makeAsLarge(images.input, src);
+    if (choice % 2)
         iplColorToGray(src, dst);
     else
         iplBitonalToGray(src, dst, images.value(), images.value());

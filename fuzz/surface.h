@@ -26,7 +26,8 @@ public:
         lockResult = input.rarely(8) ? -1 : DD_OK;
         const int64_t bytes = std::max<int64_t>(locked.lPitch, 0) * locked.dwHeight;
         pixels = static_cast<uint8_t*>(std::malloc(static_cast<size_t>(bytes)));
-        fillFrom(input, pixels, static_cast<size_t>(bytes));
+        if (pixels)
+            fillFrom(input, pixels, static_cast<size_t>(bytes));
         locked.lpSurface = told.lpSurface = input.rarely(16) ? nullptr : pixels;
     }
     ~FuzzSurface() { std::free(pixels); }
