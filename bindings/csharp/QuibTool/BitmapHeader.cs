@@ -41,7 +41,8 @@ namespace QuibTool
         {
             byte[] made = new byte[room];
             int[] words = { Bytes, width, height, 1 | bits << 16, 0,
-                (int)(Need.RowBytes(width, bits) * height), 0, 0, bits == 8 ? 2 : 0, 0, 0, 0xFFFFFF };
+                (int)(Need.RowBytes(width, bits) * height), 0, 0, bits == 8 ? 2 : 0, 0, 0,
+                0xFFFFFF };
             Buffer.BlockCopy(words, 0, made, 0, bits == 8 ? 48 : Bytes);
             return made;
         }

@@ -38,7 +38,8 @@ namespace QuibTool
             double limit = 1e9)
         {
             if (value == null)
-                throw new ArgumentNullException(name, "must be " + rows + " x " + columns + " numbers");
+                throw new ArgumentNullException(name, "must be " + rows + " x " + columns +
+                    " numbers");
             if (value.GetLength(0) != rows || value.GetLength(1) != columns)
                 throw new ArgumentException("must be " + rows + " x " + columns + " numbers, not " +
                     value.GetLength(0) + " x " + value.GetLength(1), name);
@@ -62,7 +63,8 @@ namespace QuibTool
         {
             double most = IntPtr.Size == 4 ? int.MaxValue : MostBytes;
             if (!(bytes <= most))
-                throw new OutOfMemoryException(what + " would take " + bytes.ToString("0") + " bytes");
+                throw new OutOfMemoryException(what + " would take " + bytes.ToString("0") +
+                    " bytes");
             try {
                 Marshal.FreeHGlobal(Marshal.AllocHGlobal(new IntPtr((long)bytes)));
             } catch (OutOfMemoryException) {
@@ -81,9 +83,11 @@ namespace QuibTool
             Range(width, "width", 1, int.MaxValue);
             Range(height, "height", 1, int.MaxValue);
             if (depth != 1 && depth != 8 && depth != 24 && depth != 32)
-                throw new ArgumentOutOfRangeException("depth", "must be 1, 8, 24 or 32, not " + depth);
+                throw new ArgumentOutOfRangeException("depth", "must be 1, 8, 24 or 32, not " +
+                    depth);
             double bytes = (double)RowBytes(width, depth) * height;
-            string what = "a picture of " + width + " x " + height + " pixels of " + depth + " bits";
+            string what = "a picture of " + width + " x " + height + " pixels of " + depth +
+                " bits";
             if (bytes > int.MaxValue - 64 || (long)width * depth > int.MaxValue - 32)
                 throw new OutOfMemoryException(what + " would take " + bytes.ToString("0") +
                     " bytes; the library's have less than 2 GiB");

@@ -195,7 +195,8 @@ namespace QuibTool
             using (Hold.On(this)) {
                 Need.Depth(this, "this", 32);
                 Need.Range(percent, "percent", 0, 100);
-                QuibException.Check("QuibSetAlpha", Native.QuibSetAlpha(Record, null, (uint)percent));
+                QuibException.Check("QuibSetAlpha",
+                    Native.QuibSetAlpha(Record, null, (uint)percent));
             }
         }
     }

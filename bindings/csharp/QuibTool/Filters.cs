@@ -55,8 +55,9 @@ namespace QuibTool
             double row = Need.RowBytes(width + columns, 8 * channels);
             double whole = row * (height + rows);
             if (whole > int.MaxValue)
-                throw new OutOfMemoryException("a window of " + columns + " x " + rows + " around " +
-                    width + " x " + height + " pixels takes " + whole.ToString("0") + " bytes");
+                throw new OutOfMemoryException("a window of " + columns + " x " + rows +
+                    " around " + width + " x " + height + " pixels takes " +
+                    whole.ToString("0") + " bytes");
             return 8 * row * (Math.Min(height, rows) + rows) + 2 * whole;
         }
 
@@ -109,8 +110,8 @@ namespace QuibTool
                 throw new ArgumentException("must have 1 row of 2 taps or more, not " + row.Rows +
                     " of " + row.Columns, "row");
             if (column.Columns != 1 || column.Rows < 2)
-                throw new ArgumentException("must have 2 rows or more of 1 tap, not " + column.Rows +
-                    " of " + column.Columns, "column");
+                throw new ArgumentException("must have 2 rows or more of 1 tap, not " +
+                    column.Rows + " of " + column.Columns, "column");
             using (Hold hold = Hold.On(this)) {
                 hold.Room(WindowRoom(row.Columns, column.Rows));
                 IplImage* made = null;
@@ -124,7 +125,8 @@ namespace QuibTool
         private delegate int WindowMaker(IplImage* source, IplImage** made, int columns, int rows,
             int anchorX, int anchorY);
 
-        private Image Filter(WindowMaker function, int columns, int rows, int? anchorX, int? anchorY)
+        private Image Filter(WindowMaker function, int columns, int rows, int? anchorX,
+            int? anchorY)
         {
             using (Hold hold = Hold.On(this)) {
                 Need.Range(columns, "columns", 1, 1 << 16);
@@ -134,7 +136,8 @@ namespace QuibTool
                 Need.Range(y, "anchorY", 0, rows - 1);
                 hold.Room(WindowRoom(columns, rows));
                 IplImage* made = null;
-                return Made(function.Method.Name, function(Record, &made, columns, rows, x, y), made);
+                return Made(function.Method.Name, function(Record, &made, columns, rows, x, y),
+                    made);
             }
         }
 

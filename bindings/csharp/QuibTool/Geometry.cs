@@ -45,7 +45,10 @@ namespace QuibTool
             return Need.Choice(interpolation, "interpolation") | (smoothEdge ? SmoothEdge : 0);
         }
 
-        private double WarpRoom { get { return 64.0 * ((double)width + height) + 4.0 * SizeBytes; } }
+        private double WarpRoom
+        {
+            get { return 64.0 * ((double)width + height) + 4.0 * SizeBytes; }
+        }
 
         private void RoomForWarp(Image target)
         {
@@ -116,7 +119,8 @@ namespace QuibTool
                 Need.Area(this, "this");
                 RoomForBound(hold, Quadrangle.Mapped(Turn(angle, axis), RegionCorners), "angle");
                 IplImage* made = null;
-                return Made("QUIBRotate3D", Native.QUIBRotate3D(angle, Record, &made, number), made);
+                return Made("QUIBRotate3D", Native.QUIBRotate3D(angle, Record, &made, number),
+                    made);
             }
         }
 
@@ -170,7 +174,8 @@ namespace QuibTool
                 RoomForBound(hold, Quadrangle.Mapped(c, RegionCorners), "coefficients");
                 IplImage* made = null;
                 fixed (double* at = c)
-                    return Made("QUIBWarpAffine", Native.QUIBWarpAffine(Record, &made, at, mode), made);
+                    return Made("QUIBWarpAffine", Native.QUIBWarpAffine(Record, &made, at, mode),
+                        made);
             }
         }
 
@@ -224,8 +229,8 @@ namespace QuibTool
                 double[,] corners = Need.Matrix(quad, "quad", 4, 2, 1e6);
                 if (depth != 32 && !Quadrangle.IsConvex(corners))
                     throw new ArgumentException("must be convex but for 32 bits", "quad");
-                WarpOnto(Native.QUIBWarpPerspectiveQ, target, corners, Mode(interpolation, smoothEdge),
-                    inverse);
+                WarpOnto(Native.QUIBWarpPerspectiveQ, target, corners,
+                    Mode(interpolation, smoothEdge), inverse);
             }
         }
 
@@ -268,7 +273,8 @@ namespace QuibTool
             RoomForWarp(target);
             IplImage* there = target.Record;
             fixed (double* at = corners)
-                QuibException.Check(function.Method.Name, function(Record, &there, at, mode, inverse));
+                QuibException.Check(function.Method.Name,
+                    function(Record, &there, at, mode, inverse));
         }
 
         // --- Coefficients ----------------------------------------------------------

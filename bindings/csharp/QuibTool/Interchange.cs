@@ -138,7 +138,8 @@ namespace QuibTool
             using (FileStream file = File.OpenRead(path)) {
                 byte[] found = new byte[Math.Min(most, file.Length)];
                 int have = 0, more;
-                while (have < found.Length && (more = file.Read(found, have, found.Length - have)) > 0)
+                while (have < found.Length &&
+                    (more = file.Read(found, have, found.Length - have)) > 0)
                     have += more;
                 Array.Resize(ref found, have);
                 return found;
@@ -165,7 +166,8 @@ namespace QuibTool
         {
             const int FileHeader = 14;
             byte[] start = StartOf(path, FileHeader + BitmapHeader.Bytes);
-            if (start.Length < FileHeader + BitmapHeader.Bytes || start[0] != 'B' || start[1] != 'M')
+            if (start.Length < FileHeader + BitmapHeader.Bytes || start[0] != 'B' ||
+                start[1] != 'M')
                 throw new ArgumentException("the file must have the headers of a BMP file", "path");
             BitmapHeader header = BitmapHeader.Read(start.AsSpan(FileHeader), "path");
             header.used = (uint)header.Colors; // the file reader's own count
@@ -175,7 +177,8 @@ namespace QuibTool
                 4.0 * header.used + BitmapHeader.Bytes;
             if (size > int.MaxValue)
                 throw new OutOfMemoryException(path + " claims a bitmap of " + size + " bytes");
-            Need.Room(3 * size + 5.0 * header.width * header.height + (1 << 18), "the file's bitmap");
+            Need.Room(3 * size + 5.0 * header.width * header.height + (1 << 18),
+                "the file's bitmap");
             if (!header.IsPlain)
                 header.NeedEngine("path",
                     StartOf(path, FileHeader + (long)size).AsSpan(FileHeader));
@@ -208,13 +211,15 @@ namespace QuibTool
 
         private static double BigEndian(byte[] bytes, int at)
         {
-            return bytes[at] * 16777216.0 + (bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3]);
+            return bytes[at] * 16777216.0 +
+                (bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3]);
         }
 
         private static void NeedPsdSize(string path, double columns, double rows)
         {
             if (columns * rows * 4 > int.MaxValue)
-                throw new OutOfMemoryException(path + " claims " + columns + " x " + rows + " pixels");
+                throw new OutOfMemoryException(path + " claims " + columns + " x " + rows +
+                    " pixels");
             Need.Room(24 * columns * rows + (1 << 20), "the file's pixels");
         }
     }

@@ -164,7 +164,8 @@ namespace QuibTool
                     fixed (sbyte* first = taps) {
                         sbyte* at = first;
                         QuibException.Check("QuibGetConvKernelChar", Native.QuibGetConvKernelChar(
-                            (void*)handle.DangerousGetHandle(), &columns, &rows, &x, &y, &at, &shift));
+                            (void*)handle.DangerousGetHandle(), &columns, &rows, &x, &y, &at,
+                            &shift));
                     }
                 } finally {
                     if (held)

@@ -31,8 +31,11 @@ namespace QuibTool
 
         private static void Edges(double[,] quad, int axis, out double low, out double high)
         {
-            low = Math.Min(Math.Min(quad[0, axis], quad[1, axis]), Math.Min(quad[2, axis], quad[3, axis]));
-            high = Math.Max(Math.Max(quad[0, axis], quad[1, axis]), Math.Max(quad[2, axis], quad[3, axis]));
+            low = high = quad[0, axis];
+            for (int i = 1; i < 4; ++i) {
+                low = Math.Min(low, quad[i, axis]);
+                high = Math.Max(high, quad[i, axis]);
+            }
         }
 
         // The size of the 32-bit image that holds the corners.
@@ -58,7 +61,9 @@ namespace QuibTool
         {
             int columns, rows;
             Bound(quad, name, out columns, out rows);
-            Need.Area(columns, rows, "the result of " + name);
+            if (columns < 2 || rows < 2)
+                throw new ArgumentException("must give 2 columns and 2 rows or more, not " +
+                    columns + " x " + rows, name);
             return Mapped(c, Corners(0, 0, columns - 1, rows - 1));
         }
 

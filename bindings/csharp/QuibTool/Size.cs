@@ -72,15 +72,16 @@ namespace QuibTool
                 Need.Depth(target, "target", depth);
                 Need.Other(target, "target", this);
                 int number = Need.Choice(mode, "mode", EngineModes);
-                NeedShrink(mode, RegionWidth, RegionHeight, target.RegionWidth, target.RegionHeight);
+                NeedShrink(mode, RegionWidth, RegionHeight, target.RegionWidth,
+                    target.RegionHeight);
                 NeedScalable(target);
                 QuibException.Check("QuibResizeFit",
                     Native.QuibResizeFit(Record, target.Record, number));
             }
         }
 
-        private static void NeedShrink(ResizeMode mode, long fromWidth, long fromHeight, long toWidth,
-            long toHeight)
+        private static void NeedShrink(ResizeMode mode, long fromWidth, long fromHeight,
+            long toWidth, long toHeight)
         {
             if (mode == ResizeMode.Area && (toWidth > fromWidth || toHeight > fromHeight))
                 throw new ArgumentException("Area only reduces, which " + fromWidth + " x " +
@@ -140,8 +141,9 @@ namespace QuibTool
         /// further; rows likewise. The modes are Nearest, Linear and Smooth, and for other depths
         /// than 32 bits Area too. QuibException for a view of one pixel or less and one that
         /// misses this image. [QuibBlt_PANZOOM]</summary>
-        public void PanZoom(double x, double stepX, double y, double stepY, Image target, double left,
-            double top, double right, double bottom, ResizeMode mode = ResizeMode.Linear)
+        public void PanZoom(double x, double stepX, double y, double stepY, Image target,
+            double left, double top, double right, double bottom,
+            ResizeMode mode = ResizeMode.Linear)
         {
             using (Hold.On(this, target, "target")) {
                 Need.Depth(target, "target", depth);
@@ -176,9 +178,11 @@ namespace QuibTool
             int size)
         {
             if (!(low >= 0 && low <= size))
-                throw new ArgumentOutOfRangeException(lowName, "must be 0 to " + size + ", not " + low);
+                throw new ArgumentOutOfRangeException(lowName, "must be 0 to " + size + ", not " +
+                    low);
             if (!(high >= 0 && high <= size))
-                throw new ArgumentOutOfRangeException(highName, "must be 0 to " + size + ", not " + high);
+                throw new ArgumentOutOfRangeException(highName, "must be 0 to " + size + ", not " +
+                    high);
         }
 
         // Whole pixels under a view, as the library cuts them.

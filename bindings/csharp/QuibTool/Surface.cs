@@ -12,7 +12,8 @@ namespace QuibTool
         internal fixed uint counts[4];
         internal void* lpSurface;
         internal fixed uint colorKeys[8];
-        internal uint formatSize, formatFlags, fourCC, bitCount, redMask, greenMask, blueMask, alpha;
+        internal uint formatSize, formatFlags, fourCC, bitCount, redMask, greenMask, blueMask,
+            alpha;
     }
 
     [StructLayout(LayoutKind.Sequential)]
@@ -42,7 +43,8 @@ namespace QuibTool
         private delegate int Locker(IntPtr self, IntPtr area, IntPtr to, uint flags, IntPtr handle);
 
         private static readonly Describer describe = Describe, unlock = (self, area) => 0;
-        private static readonly Locker locker = (self, area, to, flags, handle) => Describe(self, to);
+        private static readonly Locker locker =
+            (self, area, to, flags, handle) => Describe(self, to);
 
         // One for all of the surfaces in memory, for as long as the process lives.
         internal static readonly IntPtr Table = MakeTable();
@@ -77,9 +79,9 @@ namespace QuibTool
         internal SurfaceHandle(long bytes) : base(IntPtr.Zero, true)
         {
             SetHandle(Marshal.AllocHGlobal(new IntPtr(bytes)));
-            byte* first = (byte*)handle;
-            for (long i = 0; i < bytes; ++i)
-                first[i] = 0;
+            const int Chunk = 1 << 24;
+            for (long done = 0; done < bytes; done += Chunk)
+                new Span<byte>((byte*)handle + done, (int)Math.Min(Chunk, bytes - done)).Clear();
         }
 
         public override bool IsInvalid { get { return handle == IntPtr.Zero; } }
@@ -107,7 +109,8 @@ namespace QuibTool
         public Surface(int width, int height, int bits = 32)
         {
             if (bits != 15 && bits != 16 && bits != 24 && bits != 32)
-                throw new ArgumentOutOfRangeException("bits", "must be 15, 16, 24 or 32, not " + bits);
+                throw new ArgumentOutOfRangeException("bits", "must be 15, 16, 24 or 32, not " +
+                    bits);
             Need.Size(width, height, bits == 15 || bits == 16 ? 24 : bits);
             long rowBytes = Need.RowBytes(width, bits == 15 ? 16 : bits);
             handle = new SurfaceHandle(2 * InterfaceBytes + rowBytes * height);
@@ -167,7 +170,8 @@ namespace QuibTool
                 good = good && table[slot] != IntPtr.Zero &&
                     Platform.IsReadable((void*)table[slot], 1);
             if (!good)
-                throw new ArgumentException("must be the address of a surface's interface", "surface");
+                throw new ArgumentException("must be the address of a surface's interface",
+                    "surface");
         }
 
         /// <summary>Frees a surface in memory; leaves the caller's alone. Using either throws
@@ -337,7 +341,8 @@ namespace QuibTool
             Surface.NeedOpen(surface, "surface");
             using (Hold hold = Hold.On(this)) {
                 void* at = surface.For(this, hold, true);
-                Need.Depth(this, "this", surface.Bits <= 16 ? new[] { 8, 24, 32 } : new[] { 24, 32 });
+                Need.Depth(this, "this",
+                    surface.Bits <= 16 ? new[] { 8, 24, 32 } : new[] { 24, 32 });
                 QuibException.Check("Quib2Surface7", Native.Quib2Surface7(Record, at));
             }
         }

@@ -33,7 +33,8 @@ namespace QuibTool
             ToneChannel channel = ToneChannel.All)
         {
             Need.Depth(this, "this", 32);
-            return Filled(Copy(), made => BrightnessAndContrast(made, brightness, contrast, channel));
+            return Filled(Copy(),
+                made => BrightnessAndContrast(made, brightness, contrast, channel));
         }
 
         /// <summary>The same into an image of the same size, which keeps its alpha and may be this

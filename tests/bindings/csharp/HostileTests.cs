@@ -100,7 +100,8 @@ internal static partial class Tests
 
     private static Kernel SomeKernel(int columns = 0, int rows = 0)
     {
-        int[,] taps = new int[rows > 0 ? rows : numbers.Next(1, 7), columns > 0 ? columns : numbers.Next(1, 7)];
+        int[,] taps = new int[rows > 0 ? rows : numbers.Next(1, 7),
+            columns > 0 ? columns : numbers.Next(1, 7)];
         int top = new[] { 3, 120, int.MaxValue }[numbers.Next(3)];
         for (int j = 0; j < taps.GetLength(0); ++j)
             for (int i = 0; i < taps.GetLength(1); ++i)
@@ -117,7 +118,8 @@ internal static partial class Tests
 
     private static byte[] Dib(int runs)
     {
-        int[] words = { 40, 9, 7, 1 | new[] { 1, 8, 24, 32, 8, 16 }[numbers.Next(6)] << 16, runs, 0, 0, 0, 0, 0 };
+        int bits = new[] { 1, 8, 24, 32, 8, 16 }[numbers.Next(6)];
+        int[] words = { 40, 9, 7, 1 | bits << 16, runs, 0, 0, 0, 0, 0 };
         if (numbers.Next(5) < 2)
             words[numbers.Next(10)] = new[] { 0, 1, 2, 3, 41, 255, 257, 0x8000, 0x8001, 1 << 30,
                 int.MaxValue, -1 }[numbers.Next(12)];
@@ -151,14 +153,17 @@ internal static partial class Tests
         return new Dictionary<string, Action> {
             { "Image", () => Noted(new Image(Any(), Any(), Depths[numbers.Next(4)], (uint)Any())) },
             { "Uninitialized", () => Image.Uninitialized(Any(), Any(), Any(0, 32) & ~7).Dispose() },
-            { "Fill", () => a.Fill((uint)Any(0, 300)) }, { "Fill area", () => a.Fill((uint)Any(0, 9), Rect()) },
+            { "Fill", () => a.Fill((uint)Any(0, 300)) },
+            { "Fill area", () => a.Fill((uint)Any(0, 9), Rect()) },
             { "Info", () => a.Info() }, { "HasSizeOf", () => a.HasSizeOf(b) },
             { "GetRow", () => a.GetRow(Any()) }, { "IsBlack", () => a.IsBlack((uint)Any()) },
             { "SetRow", () => a.SetRow(Any(), new byte[Coin() ? (a.Width * a.Depth + 7) / 8 : 5]) },
-            { "Region", () => a.Region = Maybe() }, { "Mask", () => a.Mask = Coin() ? null : Some(1) },
+            { "Region", () => a.Region = Maybe() },
+            { "Mask", () => a.Mask = Coin() ? null : Some(1) },
             { "Clone", () => Noted(a.Clone()) }, { "Copy", () => Noted(a.Copy()) },
             { "CopyTo", () => a.CopyTo(b) },
-            { "Add", () => a.Add(Any()).Dispose() }, { "Multiply", () => a.Multiply(Any()).Dispose() },
+            { "Add", () => a.Add(Any()).Dispose() },
+            { "Multiply", () => a.Multiply(Any()).Dispose() },
             { "MultiplyScaled", () => a.MultiplyScaled(Any()).Dispose() },
             { "Square", () => a.Square().Dispose() }, { "Abs", () => a.Abs().Dispose() },
             { "Add two", () => a.Add(b).Dispose() }, { "Subtract", () => a.Subtract(b).Dispose() },
@@ -170,8 +175,10 @@ internal static partial class Tests
             { "Or", () => a.Or(Any()).Dispose() }, { "Xor", () => a.Xor(Any()).Dispose() },
             { "And two", () => a.And(b).Dispose() }, { "Or two", () => a.Or(b).Dispose() },
             { "Xor two", () => a.Xor(b).Dispose() }, { "ToGray", () => a.ToGray().Dispose() },
-            { "Brightness", () => Some(32).BrightnessAndContrast(Any(), Any(), (ToneChannel)Any(0, 3)).Dispose() },
-            { "Brightness into", () => a.BrightnessAndContrast(b, Any(), Any(), (ToneChannel)Any(0, 4)) },
+            { "Brightness", () =>
+                Some(32).BrightnessAndContrast(Any(), Any(), (ToneChannel)Any(0, 3)).Dispose() },
+            { "Brightness into", () =>
+                a.BrightnessAndContrast(b, Any(), Any(), (ToneChannel)Any(0, 4)) },
             { "Hue", () => Some(32).HueAndSaturation(Any(-400, 400), Any()).Dispose() },
             { "Hue into", () => a.HueAndSaturation(b, Any(), Any()) },
             { "BitonalToGray", () => Some(1).BitonalToGray((byte)Any(), (byte)Any()).Dispose() },
@@ -184,19 +191,23 @@ internal static partial class Tests
     private static Dictionary<string, Action> LayerCalls(Image a, Image b)
     {
         return new Dictionary<string, Action> {
-            { "Over", () => Some(32).Over(Some(32)).Dispose() }, { "Over into", () => a.Over(b, Mate(a)) },
+            { "Over", () => Some(32).Over(Some(32)).Dispose() },
+            { "Over into", () => a.Over(b, Mate(a)) },
             { "SimplyOver", () => Some(32).SimplyOver(Some(32)).Dispose() },
             { "SimplyOver into", () => a.SimplyOver(b, Mate(a)) },
             { "DrawOn", () => Some(32).DrawOn(Some(32), Any(-40), Any(-40), Maybe()) },
-            { "CompositeWith", () => Some(32).CompositeWith(Some(32), (Composite)Any(0, 5), Coin(), Coin(),
+            { "CompositeWith", () =>
+                Some(32).CompositeWith(Some(32), (Composite)Any(0, 5), Coin(), Coin(),
                 Maybe(), Maybe(), Maybe()).Dispose() },
-            { "CompositeWithAlphas", () => Some(32).CompositeWithAlphas(Some(32), (Composite)Any(0, 5),
+            { "CompositeWithAlphas", () =>
+                Some(32).CompositeWithAlphas(Some(32), (Composite)Any(0, 5),
                 (byte)Any(), (byte)Any(), Maybe(), Maybe(), Maybe()).Dispose() },
             { "SetAlpha", () => Some(32).SetAlpha((byte)Any()) },
             { "SetAlpha area", () => Some(32).SetAlpha((byte)Any(), Rect()) },
             { "SetAlpha plane", () => Some(32).SetAlpha(Some(8), Any(0, 100)) },
             { "ScaleAlpha", () => Some(32).ScaleAlpha(Any(0, 100)) },
-            { "DrawTo", () => a.DrawTo(SomeSurface(a)) }, { "DrawTo7", () => a.DrawTo7(SomeSurface(a)) },
+            { "DrawTo", () => a.DrawTo(SomeSurface(a)) },
+            { "DrawTo7", () => a.DrawTo7(SomeSurface(a)) },
             { "DrawTo16", () => a.DrawTo16(SomeSurface(a)) },
             { "ReadFrom", () => a.ReadFrom(SomeSurface(a)) },
             { "Surface.Interlace", () => SomeSurface(a).Interlace((Field)Any(0, 1)) },
@@ -206,7 +217,8 @@ internal static partial class Tests
 
     private static Dictionary<string, Action> GeometryCalls(Image a, Image b)
     {
-        Func<ResizeMode> mode = () => (ResizeMode)new[] { 0, 1, 2, 3, 0x7000, 0x7001, Any() }[numbers.Next(7)];
+        Func<ResizeMode> mode = () =>
+            (ResizeMode)new[] { 0, 1, 2, 3, 0x7000, 0x7001, Any() }[numbers.Next(7)];
         Func<Interpolation> way = () => (Interpolation)Any(0, 2);
         Func<double> angle = () => new[] { 90, 180, 45, 89.99999999, Real(720) }[numbers.Next(5)];
         return new Dictionary<string, Action> {
@@ -216,7 +228,8 @@ internal static partial class Tests
             { "ResizeFit into", () => a.ResizeFit(b, mode()) },
             { "Blt", () => a.Blt(Rect(), b, Rect(), Coin()) },
             { "PanZoom", () => a.PanZoom(Real(), Real(4), Real(), Real(4), b, mode()) },
-            { "PanZoom area", () => a.PanZoom(Real(4), Real(2), Real(4), Real(2), b, numbers.Next(3),
+            { "PanZoom area", () =>
+                a.PanZoom(Real(4), Real(2), Real(4), Real(2), b, numbers.Next(3),
                 numbers.NextDouble(), Coin() ? 5 : Real(), Coin() ? 4.5 : Real(), mode()) },
             { "Flip", () => a.Flip((FlipAxis)Any(-1, 1)).Dispose() },
             { "Flip into", () => a.Flip(b, (FlipAxis)Any(-1, 1)) },
@@ -224,11 +237,14 @@ internal static partial class Tests
             { "Rotate into", () => a.Rotate(b, angle(), Any(), Any(), way(), Coin()) },
             { "Rotate3D", () => Some(32).Rotate3D(angle(), (RotationAxis)Any(1, 3)).Dispose() },
             { "WarpAffine", () => Some(32).WarpAffine(Numbers(2, 3), way(), Coin()).Dispose() },
-            { "WarpPerspective", () => Some(32).WarpPerspective(Numbers(3, 3), Coin(), way(), Coin()).Dispose() },
+            { "WarpPerspective", () =>
+                Some(32).WarpPerspective(Numbers(3, 3), Coin(), way(), Coin()).Dispose() },
             { "WarpQuad", () => a.WarpQuad(Numbers(4, 2), way(), Coin(), Coin()).Dispose() },
             { "WarpQuad into", () => a.WarpQuad(b, Numbers(4, 2), way(), Coin(), Coin()) },
-            { "WarpQuadByEngine", () => a.WarpQuadByEngine(Numbers(4, 2), way(), Coin(), Coin()).Dispose() },
-            { "WarpQuadByEngine into", () => a.WarpQuadByEngine(b, Numbers(4, 2), way(), Coin(), Coin()) },
+            { "WarpQuadByEngine", () =>
+                a.WarpQuadByEngine(Numbers(4, 2), way(), Coin(), Coin()).Dispose() },
+            { "WarpQuadByEngine into", () =>
+                a.WarpQuadByEngine(b, Numbers(4, 2), way(), Coin(), Coin()) },
             { "PerspectiveQuad", () => a.PerspectiveQuad(Numbers(3, 3)) },
             { "PerspectiveTransform", () => a.PerspectiveTransform(Numbers(4, 2)) },
         };
@@ -243,18 +259,21 @@ internal static partial class Tests
             { "Min", () => a.Min(side(), side(), anchor(), anchor()).Dispose() },
             { "Median", () => a.Median(side(), side(), anchor(), anchor()).Dispose() },
             { "Blur", () => a.Blur(side(), side(), anchor(), anchor()).Dispose() },
-            { "ColorMedian", () => Some(24).ColorMedian(Any(1, 4), Any(1, 4), anchor(), anchor()).Dispose() },
+            { "ColorMedian", () =>
+                Some(24).ColorMedian(Any(1, 4), Any(1, 4), anchor(), anchor()).Dispose() },
             { "DecimateBlur", () => a.DecimateBlur(side(), side()).Dispose() },
             { "DecimateBlur into", () => a.DecimateBlur(b, side(), side()) },
             { "FixedFilter", () => a.FixedFilter((FixedWindow)Any(0, 10)).Dispose() },
             { "Convolve taps", () => a.Convolve(new[,] { { Any(), Any() } }, Any()).Dispose() },
             { "Convolve one", () => a.Convolve(SomeKernel()).Dispose() },
-            { "Convolve", () => a.Convolve(Enumerable.Range(0, new[] { 1, 2, 10, 11 }[numbers.Next(4)])
+            { "Convolve", () =>
+                a.Convolve(Enumerable.Range(0, new[] { 1, 2, 10, 11 }[numbers.Next(4)])
                 .Select(i => SomeKernel()).ToArray(), (Combine)Any(0, 4)).Dispose() },
             { "ConvolveSeparable", () => a.ConvolveSeparable(SomeKernel(0, numbers.Next(1, 3)),
                 SomeKernel(numbers.Next(1, 3))).Dispose() },
             { "Kernel", () => new Kernel(new int[2, 3], Any(0, 2), Any(0, 1), Any()).Dispose() },
-            { "Kernel small", () => new Kernel(new sbyte[2, 3], Any(0, 2), Any(0, 1), Any()).Dispose() },
+            { "Kernel small", () =>
+                new Kernel(new sbyte[2, 3], Any(0, 2), Any(0, 1), Any()).Dispose() },
             { "Taps", () => SomeKernel().Taps.ToString() },
             { "SmallTaps", () => SomeKernel().SmallTaps.ToString() },
         };
@@ -277,7 +296,8 @@ internal static partial class Tests
                 a.ToDib(dib);
             } },
             { "LoadBmp", () => Image.LoadBmp(FileOf("examples/images/cat.bmp")).Dispose() },
-            { "LoadPsd", () => Image.LoadPsd(FileOf("tests/zxdll/files/agpsd_runs.psd"), out first, out second) },
+            { "LoadPsd", () =>
+                Image.LoadPsd(FileOf("tests/zxdll/files/agpsd_runs.psd"), out first, out second) },
             { "Device", () => a.DrawTo(new Device(9, 9, Coin() ? 24 : 32), Any(), Any()) },
             { "Context", () => a.DrawTo((IntPtr)Any(), Any(), Any()) },
         };

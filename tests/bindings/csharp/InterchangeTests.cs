@@ -133,6 +133,8 @@ internal static partial class Tests
             Joined(Header(6, 4, 8, 1, 0, 40, 1, 99), Runs(7, 1, 0, 0)),
             Joined(Header(6, 4, 8, 1, 0, 40, 1, 99), Runs(0, 2, 7, 0)),
             Joined(Header(6, 4, 8, 1, 0, 40, 1, 99), Runs(6, 1, 0, 0, 0, 1)),
+            Joined(Header(6, 3, 8, 1, 0, 40, 1, 99), Runs(6, 1, 0, 0, 6, 1, 0, 0, 7, 1, 0, 1)),
+            Joined(Header(6, 3, 8, 1, 0, 40, 1, 99), Runs(6, 1, 0, 0, 5, 1, 0, 0, 6, 1, 0, 1)),
         };
         foreach (byte[] bitmap in broken) {
             File.WriteAllBytes(path, Bmp(bitmap, new byte[0]));

@@ -31,9 +31,16 @@ internal static partial class Tests
         return one;
     }
 
-    private static void Bad(string word, Action action)
+    // An exception that names the argument.
+    private static void Bad(string name, Action action)
     {
-        Throws<ArgumentException>(word, action);
+        try {
+            action();
+        } catch (ArgumentException error) {
+            Equal(name, error.ParamName, error.Message);
+            return;
+        }
+        throw new Exception("nothing was thrown that names " + name);
     }
 
     private static void TestRefusalsOfImages()
@@ -80,14 +87,23 @@ internal static partial class Tests
         Throws<ObjectDisposedException>("this", () => gone.Resize(3, 3));
         Throws<ObjectDisposedException>("this", () => gone.ToDib());
         Throws<ObjectDisposedException>("this", () => gone.Region = null);
+        Throws<ObjectDisposedException>("this", () => gone.CopyTo(image));
+        Throws<ObjectDisposedException>("this", () => gone.UnInterlace(image, image));
+        Throws<ObjectDisposedException>("odd", () => image.UnInterlace(gone, image));
+        Throws<ObjectDisposedException>("target", () => image.UnInterlace(image, gone));
         Throws<ObjectDisposedException>("under", () => image.Over(gone));
         Throws<ObjectDisposedException>("target", () => image.Flip(gone, FlipAxis.Rows));
         Throws<ObjectDisposedException>("plane", () => image.SetAlpha(gone));
-        Throws<ObjectDisposedException>("Mask", () => { image.Mask = Plain(1); image.Mask.Dispose(); image.Invert(); });
+        Throws<ObjectDisposedException>("Mask", () => {
+            image.Mask = Plain(1);
+            image.Mask.Dispose();
+            image.Invert();
+        });
         image.Mask = null;
         gone.Dispose(); // twice is nothing
         Throws<ObjectDisposedException>("kernel", () => image.Convolve(Disposed(new Kernel(new int[1, 1]))));
-        Throws<ObjectDisposedException>("this", () => Disposed(new Kernel(new int[1, 1])).SmallTaps.ToString());
+        Throws<ObjectDisposedException>("this", () =>
+            Disposed(new Kernel(new int[1, 1])).SmallTaps.ToString());
         Throws<ObjectDisposedException>("device", () => image.DrawTo(Disposed(new Device(3, 3)), 0, 0));
         Throws<ObjectDisposedException>("this", () => Disposed(new Device(3, 3)).Context.ToString());
         Throws<ObjectDisposedException>("this", () => Disposed(new Device(3, 3)).WithPixels(p => { }));
@@ -132,8 +148,12 @@ internal static partial class Tests
         Bad("under", () => image.Over(gray));
         Bad("this", () => gray.Over(image));
         Bad("under", () => image.SimplyOver(gray));
+        Bad("this", () => gray.Over(image, Plain()));
+        Bad("under", () => image.SimplyOver(gray, Plain(8)));
         Bad("target", () => image.Over(image, Plain(32, 9)));
         Bad("target", () => image.SimplyOver(image, gray));
+        Bad("this", () => gray.DrawOn(image, 0, 0));
+        Bad("under", () => image.DrawOn(gray, 0, 0));
         Bad("x", () => image.DrawOn(image, int.MinValue, 0));
         Bad("y", () => image.DrawOn(image, 0, int.MaxValue));
         Bad("area", () => image.DrawOn(image, 0, 0, outside));
@@ -142,9 +162,13 @@ internal static partial class Tests
         Bad("area", () => image.CompositeWith(image, Composite.In, false, false, outside));
         Bad("otherArea", () => image.CompositeWithAlphas(image, Composite.In, 1, 1, null, outside));
         Bad("resultArea", () => image.CompositeWithAlphas(image, Composite.In, 1, 1, null, null, outside));
+        Bad("this", () => gray.CompositeWithAlphas(image, Composite.In, 1, 1));
+        Bad("other", () => image.CompositeWithAlphas(gray, Composite.In, 1, 1));
         Bad("kind", () => image.CompositeWithAlphas(image, (Composite)(-1), 1, 1));
         Bad("this", () => gray.SetAlpha(5));
+        Bad("this", () => gray.SetAlpha(5, new QuibRect(0, 0, 1, 1)));
         Bad("area", () => image.SetAlpha(5, outside));
+        Bad("this", () => gray.SetAlpha(gray));
         Bad("plane", () => image.SetAlpha(Plain(8, 7)));
         Bad("plane", () => image.SetAlpha(image));
         Bad("percent", () => image.SetAlpha(gray, 101));
@@ -213,15 +237,22 @@ internal static partial class Tests
         Image image = Plain(), gray = Plain(8);
         Bad("coefficients", () => image.WarpAffine(null));
         Bad("coefficients", () => image.WarpAffine(new double[2, 2]));
-        Bad("determinant", () => image.WarpAffine(new double[,] { { 1, 2, 0 }, { 2, 4, 0 } }));
+        Throws<ArgumentException>("determinant", () =>
+            image.WarpAffine(new double[,] { { 1, 2, 0 }, { 2, 4, 0 } }));
         Bad("coefficients", () => image.WarpAffine(new double[,] { { double.NaN, 2, 0 }, { 2, 1, 0 } }));
-        Throws<OutOfMemoryException>("GiB", () => image.WarpAffine(new double[,] { { 9e4, 0, 0 }, { 0, 9e4, 0 } }));
+        Throws<OutOfMemoryException>("GiB", () =>
+            image.WarpAffine(new double[,] { { 9e4, 0, 0 }, { 0, 9e4, 0 } }));
         Bad("this", () => gray.WarpAffine(new double[,] { { 1, 0, 0 }, { 0, 1, 0 } }));
         Bad("coefficients", () => image.WarpPerspective(new double[3, 3]));
-        Bad("convex", () => image.WarpPerspective(new double[,] { { 1, 0, 0 }, { 0, 1, 0 }, { -1, 0, 2.5 } }));
-        Bad("coefficients", () => image.WarpPerspective(new double[,] { { 1, 0, 1e7 }, { 0, 1, 0 }, { 0, 0, 1e-3 } }));
-        Bad("coefficients", () => image.WarpPerspective(new double[,] { { .1, 0, 0 }, { 0, .1, 0 }, { 0, 0, 1 } }, true));
+        Throws<ArgumentException>("convex", () => image.WarpPerspective(
+            new double[,] { { 1, 0, 0 }, { 0, 1, 0 }, { -1, 0, 2.5 } }));
+        Bad("coefficients", () => image.WarpPerspective(
+            new double[,] { { 1, 0, 1e7 }, { 0, 1, 0 }, { 0, 0, 1e-3 } }));
+        Bad("coefficients", () => image.WarpPerspective(
+            new double[,] { { .1, 0, 0 }, { 0, .1, 0 }, { 0, 0, 1 } }, true));
         Bad("this", () => gray.WarpPerspective(Identity));
+        Bad("this", () => Narrow().WarpPerspective(Identity));
+        Bad("this", () => Narrow().WarpAffine(new double[,] { { 1, 0, 0 }, { 0, 1, 0 } }));
         Bad("quad", () => image.WarpQuad(null));
         Bad("quad", () => image.WarpQuad(new double[3, 2]));
         Bad("quad", () => Plain(24).WarpQuad(Concave));
@@ -242,7 +273,8 @@ internal static partial class Tests
     private static void TestRefusalsOfFilters()
     {
         Image image = Plain();
-        Kernel one = new Kernel(new int[1, 1]), row = new Kernel(new int[1, 2]);
+        Kernel one = new Kernel(new int[1, 1]), row = new Kernel(new int[1, 2]),
+            column = new Kernel(new int[2, 1]);
         Bad("columns", () => image.Blur(0, 3));
         Bad("rows", () => image.Median(3, int.MaxValue));
         Bad("anchorX", () => image.Max(3, 3, 3, 0));
@@ -250,6 +282,7 @@ internal static partial class Tests
         Bad("this", () => image.ColorMedian(3, 3));
         Throws<OutOfMemoryException>("window", () => Plain(24, 40000, 3).ColorMedian(9, 1 << 16));
         Bad("columns", () => image.DecimateBlur(0, 3));
+        Bad("rows", () => image.DecimateBlur(3, 0));
         Bad("target", () => image.DecimateBlur(Plain(32, 9), 3, 3));
         Bad("target", () => image.DecimateBlur(image, 3, 3));
         Bad("kind", () => image.FixedFilter((FixedWindow)11));
@@ -263,7 +296,9 @@ internal static partial class Tests
         Bad("kernels", () => image.Convolve(new[] { one, null }));
         Bad("combine", () => image.Convolve(new[] { one }, (Combine)5));
         Bad("row", () => image.ConvolveSeparable(null, one));
-        Bad("row", () => image.ConvolveSeparable(one, one));
+        Bad("column", () => image.ConvolveSeparable(row, null));
+        Bad("row", () => image.ConvolveSeparable(one, column));
+        Bad("row", () => image.ConvolveSeparable(column, column));
         Bad("column", () => image.ConvolveSeparable(row, row));
         Bad("taps", () => new Kernel((int[,])null));
         Bad("taps", () => new Kernel((sbyte[,])null));
@@ -303,7 +338,8 @@ internal static partial class Tests
         Bad("path", () => Image.LoadBmp("lone \uD800.bmp"));
         Bad("path", () => Image.LoadPsd(null, out ignored, out ignored));
         Throws<FileNotFoundException>("nosuch", () => Image.LoadBmp(Path.Combine(scratch, "nosuch.bmp")));
-        Throws<FileNotFoundException>("nosuch", () => Image.LoadPsd(Path.Combine(scratch, "nosuch"), out ignored, out ignored));
+        Throws<FileNotFoundException>("nosuch", () =>
+            Image.LoadPsd(Path.Combine(scratch, "nosuch"), out ignored, out ignored));
         Throws<UnauthorizedAccessException>("", () => Image.LoadBmp(scratch));
         Throws<QuibException>("QUIB_BAD_ARGUMENT", () =>
             Image.LoadPsd(Path.Combine(root, "README.md"), out ignored, out ignored));
