@@ -224,9 +224,12 @@ internal static partial class Tests
             EachAndGone(first.CompositeWith(second, Composite.Plus, true, false, from, other, result),
                 (y, x, c) => y >= 3 && y < 5 && x < 3
                     ? Math.Min(255, a[y - 1, x + 1, c] + b[y - 2, x + 4, c]) : b[y, x, c]);
-            first.SetAlpha(255);
-            second.SetAlpha(255);
-            Same(first, first.CompositeWith(second, Composite.Over, false, true));
+            second.SetAlpha(200);
+            EachAndGone(first.CompositeWith(second, Composite.Over, false, true), (y, x, c) => {
+                int alphaA = a[y, x, 3], alpha = alphaA + Mul(255 - alphaA, 200);
+                double color = a[y, x, c] * alphaA + b[y, x, c] * 200 * (255 - alphaA) / 255.0;
+                return c == 3 ? alpha : Clamp(Math.Round(color / alpha));
+            }, 3);
         }
     }
 

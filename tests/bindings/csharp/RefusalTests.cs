@@ -87,6 +87,7 @@ internal static partial class Tests
         Throws<ObjectDisposedException>("this", () => gone.Resize(3, 3));
         Throws<ObjectDisposedException>("this", () => gone.ToDib());
         Throws<ObjectDisposedException>("this", () => gone.Region = null);
+        Throws<ObjectDisposedException>("this", () => gone.Mask = null);
         Throws<ObjectDisposedException>("this", () => gone.CopyTo(image));
         Throws<ObjectDisposedException>("this", () => gone.UnInterlace(image, image));
         Throws<ObjectDisposedException>("odd", () => image.UnInterlace(gone, image));
@@ -316,6 +317,8 @@ internal static partial class Tests
         Bad("header", () => Image.FromDibParts(new byte[5], new byte[500]));
         Bad("bits", () => Image.FromDibParts(Header(9, 9, 32), new byte[323]));
         Bad("header", () => Image.FromDibParts(Header(9, 9, 8, 9), new byte[500]));
+        Throws<OutOfMemoryException>("GiB", () =>
+            Image.FromDibParts(Header(40000, 40000, 1), new byte[7 << 20]));
         Bad("this", () => Plain(24).ToDib());
         Bad("this", () => Plain(8).ToDib(new byte[5000]));
         Bad("dib", () => image.ToDib(new byte[39]));
