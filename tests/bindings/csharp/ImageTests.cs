@@ -101,6 +101,8 @@ internal static partial class Tests
                 using (Image result = image.Invert()) {
                     Each(result, (y, x, c) => y >= 2 && y < 6 && x >= 3 && x < 8 && (x - 3) % 3 != 1
                         ? 255 - before[y, x, c] : before[y, x, c]);
+                    Equal(null, image.Copy().Region);
+                    Equal(8, image.Clone().Region.Value.right);
                     Equal(3, result.Region.Value.left);
                     Equal(6, result.Region.Value.bottom);
                     Equal(null, result.Mask);

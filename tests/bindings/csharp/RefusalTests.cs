@@ -109,6 +109,7 @@ internal static partial class Tests
         Throws<ObjectDisposedException>("this", () => Disposed(new Device(3, 3)).Context.ToString());
         Throws<ObjectDisposedException>("this", () => Disposed(new Device(3, 3)).WithPixels(p => { }));
         Throws<ObjectDisposedException>("surface", () => image.DrawTo(Disposed(new Surface(8, 6))));
+        Throws<ObjectDisposedException>("surface", () => image.ReadFrom(Disposed(new Surface(8, 6))));
         Throws<ObjectDisposedException>("this", () => Disposed(new Surface(8, 6)).Interlace(Field.Even));
         Throws<ObjectDisposedException>("this", () => Disposed(new Surface(8, 6)).Bits.ToString());
         Throws<ObjectDisposedException>("this", () => Disposed(new Surface(8, 6)).Interface7.ToString());
@@ -189,6 +190,8 @@ internal static partial class Tests
         Bad("mode", () => image.Resize(9, 4, ResizeMode.Area));
         Bad("mode", () => colors.Resize(4, 4, ResizeMode.PairsLinear));
         Bad("mode", () => image.Resize(4, 5, ResizeMode.PairsLinear));
+        Bad("target", () => image.ResizeFit(gray));
+        Bad("target", () => image.ResizeFit(image));
         Bad("mode", () => image.ResizeFit(4, 4, ResizeMode.PairsNearest));
         Bad("mode", () => Narrow().ResizeFit(2, 2, ResizeMode.Area));
         Bad("this", () => Masked(24).Resize(9, 9));
@@ -203,6 +206,8 @@ internal static partial class Tests
         Bad("target", () => image.PanZoom(0, 1, 0, 1, image));
         Bad("mode", () => image.PanZoom(0, 1, 0, 1, target, ResizeMode.Area));
         Bad("mode", () => gray.PanZoom(0, .5, 0, .5, Plain(8), ResizeMode.Area));
+        Bad("x", () => image.PanZoom(double.NaN, 1, 0, 1, target));
+        Bad("stepY", () => image.PanZoom(0, 1, 0, 1e9, target));
         Bad("stepX", () => image.PanZoom(0, double.NaN, 0, 1, target));
         Bad("y", () => image.PanZoom(0, 1, double.PositiveInfinity, 1, target));
         Bad("right", () => image.PanZoom(0, 1, 0, 1, target, 0, 0, 9, 6));
@@ -360,6 +365,9 @@ internal static partial class Tests
         Throws<OutOfMemoryException>("GiB", () => new Surface(60000, 60000));
         Bad("action", () => new Surface(5, 5).WithPixels(null));
         Bad("surface", () => image.DrawTo((Surface)null));
+        Bad("surface", () => image.DrawTo7(null));
+        Bad("surface", () => image.DrawTo16(null));
+        Bad("surface", () => image.ReadFrom(null));
         Bad("surface", () => image.DrawTo(new Surface(9, 9)));
         Bad("surface", () => image.DrawTo7(new Surface(8, 5)));
         Bad("this", () => Plain(1).DrawTo7(new Surface(8, 6, 16)));
