@@ -215,9 +215,9 @@ TEST(Inflate, RefusesBitsThatNoCodeBeginsWith)
     const std::string symbols = head + "0 0110110 10 0 1111111 0 1001010 111 111 ";
     const Bytes plain = {65, 65, 65, 65};
     EXPECT_EQ(inflated(streamOf(symbols + "10  0 11 0 10", plain), 4), plain);
-    EXPECT_FALSE(inflated(streamOf(symbols + "10  0 11 1 10", plain), 4));
+    EXPECT_FALSE(inflated(streamOf(symbols + "10  0 11 10", plain), 4));
     // No distance has a code.
-    EXPECT_FALSE(inflated(streamOf(symbols + "110  0 11 0 10", plain), 4));
+    EXPECT_FALSE(inflated(streamOf(symbols + "110  0 11 10", plain), 4));
 }
 
 TEST(Inflate, SurvivesAnyBytes)

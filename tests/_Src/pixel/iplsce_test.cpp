@@ -328,13 +328,13 @@ TEST(IplCopy, RefusesBadImages)
 TEST(IplCopy, EndsAtABadImage)
 {
     const Image good = makeImage(3, 3, 1, IPL_DEPTH_8U);
-    const Image bad = makeImage(3, 3, 1, IPL_DEPTH_8U);
+    const Image bad = makeImage(3, 3, 1, IPL_DEPTH_16U);
     iplSet(good.get(), 200);
     bad->align = 5;
     const RecordedReports reports;
     iplCopy(good.get(), bad.get());
     EXPECT_EQ(reports.all(), (std::vector<Report>{{-21, "iplCopy", "Incorrect Image", "iplsce"}}));
-    EXPECT_EQ(bytesOf(bad.get()), std::vector<uint8_t>(12, 0));
+    EXPECT_EQ(bytesOf(bad.get()), std::vector<uint8_t>(24, 0));
 }
 
 TEST(IplCopy, RefusesImagesThatDoNotMatch)

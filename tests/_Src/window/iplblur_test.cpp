@@ -317,8 +317,9 @@ TEST(iplBlur, EndsAtChannelsThatDoNotAgree)
     const std::vector<uint8_t> before = bytesOf(four.get());
     const RecordedReports reports;
     iplBlur(three.get(), four.get(), 1, 1, 0, 0);
+    // Its channels are too few besides.
     four->alphaChannel = 2;
-    iplBlur(three.get(), four.get(), 1, 1, 0, 0);
+    iplBlur(makeImage(4, 4, 4, IPL_DEPTH_8U).get(), four.get(), 1, 1, 0, 0);
     EXPECT_EQ(reports.all(),
               (std::vector<Report>{{-15, "iplBlur", "bad channel's number", "iplblur"},
                                    {-18, "iplBlur", "bad alpha channel's number", "iplblur"}}));

@@ -80,14 +80,13 @@ TEST(Masks, PlaceEveryByteAsTold)
 
 TEST(ConvertTo16, WritesNothingForOtherDepths)
 {
-    uint8_t from[64];
-    std::memset(from, 0xC3, sizeof from);
+    Bytes from(64, 0xC3);
+    const Bytes before(64, 0x5A);
     for (const int32_t bitDepth : {0, 1, 4, 12, 48, 128}) {
-        uint8_t to[64] = {};
-        ConvertTo16({to, sizeof to, 16}, {from, sizeof from, 16}, {4, 4, bitDepth, 16}, true);
-        EXPECT_TRUE(std::all_of(std::begin(to), std::end(to), [](uint8_t byte) {
-            return byte == 0;
-        })) << bitDepth;
+        Bytes to = before;
+        ConvertTo16({to.data(), to.size(), 16}, {from.data(), from.size(), 16},
+                    {4, 4, bitDepth, 16}, true);
+        EXPECT_EQ(to, before) << bitDepth;
     }
 }
 
