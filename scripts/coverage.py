@@ -163,7 +163,8 @@ def main():
     sources = {path.relative_to(ROOT).as_posix() for folder in lint.LIBRARY
                for path in (ROOT / folder).rglob("*.cpp")}
     faults += [f"{name}: is not in the build" for name in sorted(sources - built() - ELSEWHERE)]
-    print("\n".join(faults))
+    for fault in faults:
+        print(fault)
     return 1 if faults or not passed else 0
 
 
