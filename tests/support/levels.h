@@ -5,16 +5,23 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <tuple>
 #include <vector>
 
+// The levels that this machine has; QUIB_TEST_LEVEL leaves one of them alone, where
+// each would take long.
 inline std::vector<const quib::Kernels*> availableLevels()
 {
+    const char* const only = std::getenv("QUIB_TEST_LEVEL");
     std::vector<const quib::Kernels*> levels;
     for (const auto level :
-         {quib::KernelLevel::base, quib::KernelLevel::avx2, quib::KernelLevel::avx512})
-        if (const quib::Kernels* table = quib::kernelsOfLevel(level))
+         {quib::KernelLevel::base, quib::KernelLevel::avx2, quib::KernelLevel::avx512}) {
+        const quib::Kernels* table = quib::kernelsOfLevel(level);
+        if (table && (!only || std::strcmp(only, table->levelName) == 0))
             levels.push_back(table);
+    }
     return levels;
 }
 
