@@ -135,10 +135,12 @@ internal static partial class Tests
         Bad("target", () => image.BrightnessAndContrast(Plain(32, 9), 1, 1));
         Bad("this", () => gray.HueAndSaturation(1, 1));
         Bad("target", () => image.HueAndSaturation(gray, 1, 1));
+        Bad("this", () => gray.HueAndSaturation(Plain(8), 1, 1));
         Bad("this", () => gray.ToGray());
         Bad("this", () => gray.BitonalToGray());
         Bad("keep", () => image.Interlace((Field)2));
         Bad("odd", () => image.UnInterlace(gray));
+        Bad("odd", () => image.UnInterlace(gray, image));
         Bad("target", () => image.UnInterlace(image, Plain(32, 8, 7)));
     }
 

@@ -121,6 +121,24 @@ internal static partial class Tests
         }
     }
 
+    [UnmanagedFunctionPointer(CallingConvention.Winapi)]
+    private delegate int Method(IntPtr self, IntPtr argument);
+
+    // A surface of the caller's that has been lost.
+    private static void TestSurfacesThatDoNotTellTheirDescription()
+    {
+        Method lost = (self, argument) => -1;
+        IntPtr block = Marshal.AllocHGlobal(50 * IntPtr.Size);
+        Marshal.WriteIntPtr(block, block + IntPtr.Size);
+        for (int i = 1; i < 50; ++i)
+            Marshal.WriteIntPtr(block, i * IntPtr.Size, Marshal.GetFunctionPointerForDelegate(lost));
+        Surface surface = Surface.At(block);
+        Throws<InvalidOperationException>("FFFFFFFF", () => new Image(6, 5).DrawTo(surface));
+        Throws<InvalidOperationException>("FFFFFFFF", () => surface.Width.ToString());
+        GC.KeepAlive(lost);
+        Marshal.FreeHGlobal(block);
+    }
+
     private static void TestAddressesOfNoInterface()
     {
         IntPtr block = Marshal.AllocHGlobal(1024);
