@@ -1,4 +1,5 @@
 using System;
+using System.Reflection;
 using System.Runtime.InteropServices;
 
 namespace QuibTool
@@ -213,18 +214,34 @@ namespace QuibTool
             }
         }
 
+        // Of a surface that is itself managed, Mono finds the delegate behind the address, of
+        // whatever type it is.
+        private static int Describe(IntPtr surface, IntPtr to)
+        {
+            IntPtr method = (*(IntPtr**)surface)[SurfaceMethods.GetDescription];
+            try {
+                Delegate found = Marshal.GetDelegateForFunctionPointer(method,
+                    typeof(SurfaceMethods.Describer));
+                SurfaceMethods.Describer plain = found as SurfaceMethods.Describer;
+                return plain != null ? plain(surface, to) : (int)found.DynamicInvoke(surface, to);
+            } catch (Exception error) when (error is ArgumentException ||
+                error is InvalidCastException || error is TargetInvocationException ||
+                error is TargetParameterCountException) {
+                throw new InvalidOperationException("the surface's description cannot be asked for",
+                    error);
+            }
+        }
+
         private static SurfaceDescription Asked(IntPtr surface, int size)
         {
             byte* said = stackalloc byte[InterfaceBytes];
             for (int i = 0; i < InterfaceBytes; ++i)
                 said[i] = 0;
             *(int*)said = size;
-            IntPtr method = (*(IntPtr**)surface)[SurfaceMethods.GetDescription];
-            int status = ((SurfaceMethods.Describer)Marshal.GetDelegateForFunctionPointer(method,
-                typeof(SurfaceMethods.Describer)))(surface, (IntPtr)said);
+            int status = Describe(surface, (IntPtr)said);
             if (status < 0)
-                throw new InvalidOperationException("the surface does not tell its description: 0x" +
-                    status.ToString("X8"));
+                throw new InvalidOperationException(
+                    "the surface does not tell its description: 0x" + status.ToString("X8"));
             return *(SurfaceDescription*)said;
         }
 
