@@ -78,14 +78,16 @@ namespace
 IplROI sampledPart(const IplImage* src)
 {
     constexpr int32_t reach = 3;
-    IplRaster raster{};
-    if (!ownRegionStart(src, &raster))
+    int32_t width = 0;
+    int32_t height = 0;
+    if (!ownRegionSize(src, &height, &width, true))
         return {};
-    const int32_t left = std::max(raster.region.x - reach, 0);
-    const int32_t top = std::max(raster.region.y - reach, 0);
-    return {ownCoi(src), left, top,
-            std::min(raster.region.width + raster.region.x - left + reach, src->width - left),
-            std::min(raster.region.height + raster.region.y - top + reach, src->height - top)};
+    const int32_t x = ownRegionX(src);
+    const int32_t y = ownRegionY(src);
+    const int32_t left = std::max(x - reach, 0);
+    const int32_t top = std::max(y - reach, 0);
+    return {ownCoi(src), left, top, std::min(x + width - left + reach, src->width - left),
+            std::min(y + height - top + reach, src->height - top)};
 }
 
 bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* src)
