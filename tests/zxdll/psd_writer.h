@@ -48,8 +48,9 @@ struct PsdFile {
     uint16_t mode = 3; // 1 gray, 2 indexed, 3 RGB, 4 CMYK
     Bytes palette = {};
     std::vector<PsdLayer> layers = {};
-    bool inBlock = false;    // layers in an added block, as those of 16 and 32 bits
-    bool isNotFirst = false; // another block stands before it
+    bool inBlock = false;   // layers in an added block, as those of 16 and 32 bits
+    size_t bytesBefore = 0; // in another block that stands before it, if any
+    size_t blockAlign = 1;  // to which that is padded
 };
 
 // --- Streams ---------------------------------------------------------------------------
@@ -253,8 +254,13 @@ inline Bytes psdBytes(const PsdFile& file, int64_t tail = 0)
     if (file.inBlock) {
         appendBig(section, 0, lengthBytes);
         appendBig(section, 0, 4);
-        if (file.isNotFirst)
-            append(section, {'8', 'B', 'I', 'M', 'P', 'a', 't', 't', 0, 0, 0, 4, 1, 2, 3, 4});
+        if (const size_t count = file.bytesBefore) {
+            append(section, {'8', 'B', 'I', 'M', 'P', 'a', 't', 't'});
+            appendBig(section, count, 4);
+            append(section, Bytes(count, 8));
+            append(section,
+                   Bytes((file.blockAlign - count % file.blockAlign) % file.blockAlign, 0));
+        }
         const char* key = file.depth == 32 ? "8BIMLr32" : "8BIMLr16";
         section.insert(section.end(), key, key + 8);
     }

@@ -402,8 +402,10 @@ TEST(ZxLoadPsdFileAsImage, FindsTheBlockOfLayersBehindOthers)
     for (const int32_t version : {1, 2}) {
         PsdFile file = randomFile(static_cast<uint16_t>(version), 16, 3, PsdCoding::raw, random);
         file.inBlock = true;
-        file.isNotFirst = true;
-        expectLoads(file);
+        for (file.bytesBefore = 1; file.bytesBefore < 5; ++file.bytesBefore) {
+            for (file.blockAlign = 1; file.blockAlign < 5; file.blockAlign *= 2)
+                expectLoads(file);
+        }
     }
 }
 

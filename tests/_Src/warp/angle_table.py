@@ -48,6 +48,8 @@ def angles():
     chosen += [5e-324, -2.2250738585072014e-308, 1e-300, 1e-20, 2.0**-27, 2.0**-26, -1e-5]
     for low, high in ((-60, -10), (-10, 3), (3, 16), (17, 60), (61, 1023)):
         chosen += [any_double(generator, low, high) for _ in range(40)]
+    # The bits that tell their quarters from halves lie in two words of the product.
+    chosen += [any_double(generator, 21, 21) for _ in range(12)]
     return chosen
 
 
