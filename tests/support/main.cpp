@@ -1,6 +1,4 @@
 // The main program of every test program.
-#include "kernels/kernels.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -76,26 +74,6 @@ static void refuseAnEarlyEnd()
     _Exit(99);
 }
 
-// --- The level in use ------------------------------------------------------------
-
-// Where QUIB_TEST_LEVEL asks for a level alone, that has to be the one in use: else
-// tests would pass that ran nothing.
-static bool isLevelAskedFor()
-{
-    const char* const inUse = quib::kernels().levelName;
-    const char* const asked = getenv("QUIB_TEST_LEVEL");
-    if (!asked || strcmp(asked, inUse) == 0)
-        return true;
-    fprintf(stderr, "QUIB_TEST_LEVEL is %s, but the level in use is %s.\n", asked, inUse);
-    return false;
-}
-
-// Leaves the level in the results.
-class LevelRecord : public testing::Environment
-{
-    void SetUp() override { testing::Test::RecordProperty("level", quib::kernels().levelName); }
-};
-
 int main(int argc, char** argv)
 {
 #if defined(_WIN32)
@@ -104,9 +82,6 @@ int main(int argc, char** argv)
 #endif
     testing::InitGoogleTest(&argc, argv);
     crashQuietly();
-    if (!isLevelAskedFor())
-        return 1;
-    testing::AddGlobalTestEnvironment(new LevelRecord);
 #if !defined(_WIN32)
     // No test leaves a thread running, so the child can go on from a fork.
     GTEST_FLAG_SET(death_test_style, "fast");
