@@ -739,24 +739,30 @@ QUIB_INLINE size_t lanesUpTo(V ascending, uint16_t limit)
 
 // --- Widening and packing ------------------------------------------------------------
 
-// Unsigned lanes of twice the size, from the low or high half of each part.
-template<class V>
+template<class Lane>
 struct WidenedLanes;
 template<>
 struct WidenedLanes<uint8_t> {
     using Type = uint16_t;
 };
 template<>
+struct WidenedLanes<int16_t> {
+    using Type = int32_t;
+};
+template<>
 struct WidenedLanes<uint16_t> {
     using Type = uint32_t;
 };
 
+// As many bytes in lanes of twice the size.
 template<class V>
 using Widened = WithLanes<typename WidenedLanes<LaneOf<V>>::Type, V>;
 
+// Unsigned lanes in twice the size, from the low or high half of each part.
 template<class V>
 QUIB_INLINE Widened<V> widenLow(V v)
 {
+    static_assert(hasLanes<V, uint8_t> || hasLanes<V, uint16_t>);
 #if defined(QUIB_HAS_NEON)
     // Known to the compiler as such, which multiplies and adds in the same step.
     if constexpr (hasLanes<V, uint8_t>)
@@ -771,6 +777,7 @@ QUIB_INLINE Widened<V> widenLow(V v)
 template<class V>
 QUIB_INLINE Widened<V> widenHigh(V v)
 {
+    static_assert(hasLanes<V, uint8_t> || hasLanes<V, uint16_t>);
 #if defined(QUIB_HAS_NEON)
     if constexpr (hasLanes<V, uint8_t>)
         return (Widened<V>)vmovl_high_u8(v);
@@ -1068,20 +1075,10 @@ QUIB_INLINE WithLanes<int16_t, U> pairProductsOfBytes(U a, S b)
 
 // a0 + a1 and so on, in twice the size, of unsigned bytes and signed words.
 template<class V>
-struct PairSumLanes;
-template<>
-struct PairSumLanes<uint8_t> {
-    using Type = uint16_t;
-};
-template<>
-struct PairSumLanes<int16_t> {
-    using Type = int32_t;
-};
-
-template<class V>
-QUIB_INLINE WithLanes<typename PairSumLanes<LaneOf<V>>::Type, V> pairSums(V v)
+QUIB_INLINE Widened<V> pairSums(V v)
 {
-    using To = WithLanes<typename PairSumLanes<LaneOf<V>>::Type, V>;
+    static_assert(hasLanes<V, uint8_t> || hasLanes<V, int16_t>);
+    using To = Widened<V>;
 #if defined(QUIB_HAS_NEON)
     if constexpr (hasLanes<V, uint8_t>)
         return (To)vpaddlq_u8(v);
