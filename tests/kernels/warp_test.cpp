@@ -2,6 +2,7 @@
 
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/levels.h"
+#include "tests/support/pace.h"
 #include "tests/support/random.h"
 
 #include <gtest/gtest.h>
@@ -217,7 +218,7 @@ TEST(WarpFixed, WeighsAllNeighboursExactly)
         Random random(5);
         const Source src(2, 2, 4, 0, Guard::afterEnd, random);
         uint8_t* pixels = src.bytes.as<uint8_t>();
-        for (int32_t difference = -255; difference <= 255; difference += 4) {
+        for (int32_t difference = -255; difference <= 255; difference += 4 * stepOfCases(7)) {
             for (int32_t c = 0; c < 4; ++c) {
                 const int32_t d = std::min(difference + c, 255);
                 const int32_t low = random.between(0, 255 - std::abs(d));
@@ -245,7 +246,7 @@ TEST(WarpFixed, WeighsAllNeighboursExactly)
 TEST(WarpFixed, SumsAreHighHalvesOfProducts)
 {
     const auto high = [](int32_t a, int32_t b) { return (a * b) >> 16; };
-    for (int32_t f = 0; f <= 0x4000; ++f) {
+    for (int32_t f = 0; f <= 0x4000; f += stepOfCases(8)) {
         for (int32_t d = -255; d <= 255; ++d) {
             const int32_t a = d < 0 ? -d : 0;
             const int32_t b = a + d;

@@ -6,6 +6,7 @@
 #include "tests/support/guarded_image.h"
 #include "tests/support/images.h"
 #include "tests/support/levels.h"
+#include "tests/support/pace.h"
 #include "tests/support/report.h"
 
 #include <gtest/gtest.h>
@@ -248,7 +249,7 @@ TEST(QuibBrightnessAndContrast, GivesEveryValueOfEveryCurve)
         const Image into = makeHandle(256, 1, 32);
         IplImage* dst = into.get();
         for (int32_t brightness = -128; brightness <= 127; ++brightness) {
-            for (int32_t contrast = -128; contrast <= 127; ++contrast) {
+            for (int32_t contrast = -128; contrast <= 127; contrast += stepOfCases(5)) {
                 if (brightness == 0 && contrast == 0)
                     continue;
                 QuibBrightnessAndContrast(ramp.get(), &dst, brightness, contrast, 0);

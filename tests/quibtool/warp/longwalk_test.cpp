@@ -3,6 +3,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/levels.h"
+#include "tests/support/pace.h"
 #include "tests/support/quadwarp.h"
 
 #include <gtest/gtest.h>
@@ -114,7 +115,8 @@ TEST(LongWalk, GivesThePlainResultForDistantCorners)
 {
     forEachLevel([] {
         Random random(1);
-        for (int round = 0; round < 16 && !testing::Test::HasFatalFailure(); ++round)
+        for (int round = 0; round < 16 && !testing::Test::HasFatalFailure();
+             round += stepOfCases(4))
             expectPlain(random.between(1, 40), random.between(1, 40),
                         distantQuad(400 << round % 3, random), random);
     });
@@ -123,7 +125,7 @@ TEST(LongWalk, GivesThePlainResultForDistantCorners)
 TEST(LongWalk, GivesThePlainResultForOneDistantCorner)
 {
     Random random(2);
-    for (int round = 0; round < 16 && !testing::Test::HasFatalFailure(); ++round) {
+    for (int round = 0; round < 16 && !testing::Test::HasFatalFailure(); round += stepOfCases(5)) {
         Quad quad = randomQuad(30, 20, 10, random);
         quad.corners[round % 4][round / 4 % 2] += random.between(2000, 4000) * (round < 8 ? 1 : -1);
         expectPlain(30, 20, quad, random);
@@ -133,7 +135,7 @@ TEST(LongWalk, GivesThePlainResultForOneDistantCorner)
 TEST(LongWalk, GivesThePlainResultForFlatQuadrangles)
 {
     Random random(3);
-    for (int round = 0; round < 24 && !testing::Test::HasFatalFailure(); ++round) {
+    for (int round = 0; round < 24 && !testing::Test::HasFatalFailure(); round += stepOfCases(5)) {
         const double slope = round % 3 == 0 ? 0 : round % 3 == 1 ? 1 : 2 * anyPart(random);
         const double thickness = round % 4 == 0 ? 0 : round % 4 == 1 ? 1e-9 : 0.3;
         // On the boundary between two rows, or somewhere.
@@ -146,7 +148,7 @@ TEST(LongWalk, GivesThePlainResultForScanlinesOfMillions)
 {
     // Long enough for roundings to take the last pixels to other places.
     Random random(4);
-    for (int round = 0; round < 4 && !testing::Test::HasFatalFailure(); ++round) {
+    for (int round = 0; round < 4 && !testing::Test::HasFatalFailure(); round += stepOfCases(3)) {
         const double length = 4e6 + 1e6 * anyPart(random);
         const double y = 10 + 5 * anyPart(random);
         const double rise = length * anyPart(random);
