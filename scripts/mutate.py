@@ -16,6 +16,9 @@ code is no mutant.
     mutate.py --count 500        as many as that; the first 300 are the same
     mutate.py --only _Src/dib    of those, only in files that begin like this
     mutate.py --survivors        once more those that survived, after tests were added
+    mutate.py --survivors --sanitizers
+                                 and with AddressSanitizer and UndefinedBehaviorSanitizer,
+                                 which mind what touches memory that nothing else looks at
     mutate.py --report           only tells what is known
 
 Results stay in build/mutate/mutants/results.jsonl. What changes nothing is listed, with
@@ -43,6 +46,7 @@ import tidy
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build/mutate"
 WORK = BUILD / "mutants"
+RESULTS = WORK / "results.jsonl"
 EQUIVALENTS = ROOT / "scripts/equivalent_mutants.txt"
 
 # The test programs that can see a folder, and the folder whose tests they hold.
@@ -398,6 +402,14 @@ def run_tests(program, pattern, folder, seconds):
     return failed[1].decode() if failed else f"{program.name} ended with {ended.returncode}"
 
 
+def use_sanitizers():
+    """From now on the build is the sanitizers' one, which reserves all addresses."""
+    global BUILD, WORK, MEMORY  # pylint: disable=global-statement
+    BUILD = ROOT / "build/mutate-sanitizers"
+    WORK = BUILD / "mutants"
+    MEMORY = resource.RLIM_INFINITY
+
+
 @functools.cache
 def seconds_of(program):
     """The limit for a program with a mutant, from the processor time without one."""
@@ -444,7 +456,7 @@ def try_mutant(mutant, number):
 
 def build():
     programs = sorted({program for names in PROGRAMS.values() for program in names})
-    subprocess.run(["cmake", "--preset", "mutate"], cwd=ROOT, check=True,
+    subprocess.run(["cmake", "--preset", BUILD.name], cwd=ROOT, check=True,
                    stdout=subprocess.DEVNULL)
     subprocess.run(["ninja", "-C", BUILD, *programs], check=True, stdout=subprocess.DEVNULL)
     shutil.rmtree(WORK / "unchanged", ignore_errors=True)
@@ -503,6 +515,7 @@ def parse_arguments():
     parser.add_argument("--only", default="", metavar="PATH")
     parser.add_argument("--jobs", type=int, default=1)
     parser.add_argument("--survivors", action="store_true")
+    parser.add_argument("--sanitizers", action="store_true")
     parser.add_argument("--report", action="store_true")
     return parser.parse_args()
 
@@ -517,11 +530,12 @@ def main():
         print("no longer there:", *change, sep="\n    ")
     mutants = [mutant for mutant in chosen(every, options.seed)[:options.count]
                if mutant.change not in equivalents and mutant.path.startswith(options.only)]
-    results = WORK / "results.jsonl"
-    known = read_results(results)
+    known = read_results(RESULTS)
     if not options.report:
         os.nice(15)
-        WORK.mkdir(parents=True, exist_ok=True)
+        if options.sanitizers:
+            use_sanitizers()
+        RESULTS.parent.mkdir(parents=True, exist_ok=True)
         build()
         mutants = [mutant for mutant in mutants
                    if mutant.path in compile_entries() or len(units_of(mutant.path)) <= MAX_UNITS]
@@ -529,7 +543,7 @@ def main():
         waiting = [mutant for mutant in mutants
                    if (mutant.key in known) == options.survivors and
                    (not options.survivors or known[mutant.key][0] in again)]
-        with results.open("a") as file:
+        with RESULTS.open("a") as file:
             def record(mutant, result, shown_by):
                 known[mutant.key] = (result, shown_by)
                 file.write(json.dumps({"key": mutant.key, "line": mutant.line, "result": result,
