@@ -111,10 +111,21 @@ void expandRegion(const IplImage* src, const IplImage* dst, bool flips, const Tw
 
 // --- Tiles ----------------------------------------------------------------------------------
 
-// False after a report.
-bool expandTiles(const IplImage* src, const IplImage* dst, const TwoScales& scales)
+// An image that stands for the one that is given, with a region of its own.
+IplImage withRegion(const IplImage* image, IplROI* roi)
 {
-    IplTileSide sides[2] = {{src, IPL_GET_TILE_TO_READ}, {dst, IPL_GET_TILE_TO_WRITE}};
+    IplImage copy = *image;
+    copy.roi = roi;
+    return copy;
+}
+
+// The regions, which may be null and are then the whole. False after a report.
+bool expandTiles(const IplImage* src, IplROI* srcRoi, const IplImage* dst, IplROI* dstRoi,
+                 const TwoScales& scales)
+{
+    const IplImage from = withRegion(src, srcRoi);
+    const IplImage to = withRegion(dst, dstRoi);
+    IplTileSide sides[2] = {{&from, IPL_GET_TILE_TO_READ, src}, {&to, IPL_GET_TILE_TO_WRITE, dst}};
     const IplTileFault fault = ownWalkTiles(sides, 2, INT32_MAX, INT32_MAX, [&] {
         expandRegion(&sides[0].record, &sides[1].record, false, scales);
     });
@@ -126,15 +137,13 @@ bool expandTiles(const IplImage* src, const IplImage* dst, const TwoScales& scal
 
 // The walk takes both images' tiles downwards, so rows that change places go one
 // by one.
-void expandTilesFlipped(IplImage src, IplImage dst, const TwoScales& scales)
+void expandTilesFlipped(const IplImage* src, const IplImage* dst, const TwoScales& scales)
 {
-    IplROI srcRow{0, 0, 0, src.width, 1};
+    IplROI srcRow{0, 0, 0, src->width, 1};
     IplROI dstRow = srcRow;
-    src.roi = &srcRow;
-    dst.roi = &dstRow;
-    for (dstRow.yOffset = 0; dstRow.yOffset < dst.height; ++dstRow.yOffset) {
-        srcRow.yOffset = dst.height - 1 - dstRow.yOffset;
-        if (!expandTiles(&src, &dst, scales))
+    for (dstRow.yOffset = 0; dstRow.yOffset < dst->height; ++dstRow.yOffset) {
+        srcRow.yOffset = dst->height - 1 - dstRow.yOffset;
+        if (!expandTiles(src, &srcRow, dst, &dstRow, scales))
             return;
     }
 }
@@ -148,15 +157,14 @@ void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t Zero
     if (!mayExpand(srcImage, dstImage, scales))
         return;
     // Regions play no part.
-    IplImage src = *srcImage;
-    IplImage dst = *dstImage;
-    src.roi = nullptr;
-    dst.roi = nullptr;
-    const bool flips = src.origin != dst.origin;
-    if (!src.tileInfo && !dst.tileInfo)
+    const bool flips = srcImage->origin != dstImage->origin;
+    if (!srcImage->tileInfo && !dstImage->tileInfo) {
+        const IplImage src = withRegion(srcImage, nullptr);
+        const IplImage dst = withRegion(dstImage, nullptr);
         expandRegion(&src, &dst, flips, scales);
-    else if (flips)
-        expandTilesFlipped(src, dst, scales);
-    else
-        expandTiles(&src, &dst, scales);
+    } else if (flips) {
+        expandTilesFlipped(srcImage, dstImage, scales);
+    } else {
+        expandTiles(srcImage, nullptr, dstImage, nullptr, scales);
+    }
 }

@@ -15,6 +15,14 @@ bool hasPixels(const IplImage* image)
     return image->imageData || image->tileInfo;
 }
 
+// Regions play no part.
+IplImage withoutRegion(const IplImage* image)
+{
+    IplImage copy = *image;
+    copy.roi = nullptr;
+    return copy;
+}
+
 // The pixels that the regions of both records have in common.
 bool convertRegion(const IplImage* src, const IplImage* dst)
 {
@@ -33,7 +41,9 @@ bool convertRegion(const IplImage* src, const IplImage* dst)
 // Tiles are whole bytes of bits wide, so all pieces begin at one.
 void convertTiles(const IplImage* src, const IplImage* dst)
 {
-    IplTileSide sides[2] = {{src, IPL_GET_TILE_TO_READ}, {dst, IPL_GET_TILE_TO_WRITE}};
+    const IplImage from = withoutRegion(src);
+    const IplImage to = withoutRegion(dst);
+    IplTileSide sides[2] = {{&from, IPL_GET_TILE_TO_READ, src}, {&to, IPL_GET_TILE_TO_WRITE, dst}};
     bool done = true;
     const IplTileFault fault = ownWalkTiles(sides, 2, INT32_MAX, INT32_MAX, [&] {
         done = done && convertRegion(&sides[0].record, &sides[1].record);
@@ -54,13 +64,9 @@ void iplColorToGray(const IplImage* src, IplImage* dst)
         return;
     if (!ownIsColorToGray(src, dst))
         return;
-    // Regions play no part.
-    IplImage from = *src;
-    IplImage to = *dst;
-    from.roi = nullptr;
-    to.roi = nullptr;
     if (src->tileInfo || dst->tileInfo)
-        convertTiles(&from, &to);
-    else
-        convertRegion(&from, &to);
+        return convertTiles(src, dst);
+    const IplImage from = withoutRegion(src);
+    const IplImage to = withoutRegion(dst);
+    convertRegion(&from, &to);
 }

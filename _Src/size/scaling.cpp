@@ -103,7 +103,7 @@ bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* s
     tiled.roi = &part;
     IplImage whole = *flat;
     whole.roi = &part;
-    IplTileSide sides[2] = {{&tiled, IPL_GET_TILE_TO_READ}, {&whole, 0}};
+    IplTileSide sides[2] = {{&tiled, IPL_GET_TILE_TO_READ, src}, {&whole, 0}};
     const IplTileFault fault = ownWalkTiles(sides, 2, part.width, part.height,
                                             [&] { iplCopy(&sides[0].record, &sides[1].record); });
     if (fault.kind != IplTileFault::none) {
@@ -146,7 +146,7 @@ void ownStoreTiles(const IplCaller& caller, IplScaling* scaling, const IplImage*
     IplImage tiled = *dst;
     tiled.maskROI = nullptr;
     IplTileSide sides[3] = {
-        {&scaling->dst, 0}, {&tiled, IPL_GET_TILE_TO_WRITE}, {scaling->ownedMask, 0}};
+        {&scaling->dst, 0}, {&tiled, IPL_GET_TILE_TO_WRITE, dst}, {scaling->ownedMask, 0}};
     const bool masked = scaling->ownedMask != nullptr;
     const auto store = [&] {
         sides[0].record.maskROI = masked ? &sides[2].record : nullptr;

@@ -31,11 +31,17 @@ void ownTileWindow(const IplImage* image, IplImage* workRecord, const IplRect& r
 namespace
 {
 
+void callBack(const IplTileSide& side, int32_t mode)
+{
+    side.image->tileInfo->callBack(side.given ? side.given : side.image, side.cursor.xIndex,
+                                   side.cursor.yIndex, mode);
+}
+
 // Fetches the cursor's tile; false if it did not come.
 bool fetchTile(IplTileSide* side)
 {
     const IplTileInfo* tiles = side->image->tileInfo;
-    tiles->callBack(side->image, side->cursor.xIndex, side->cursor.yIndex, side->mode);
+    callBack(*side, side->mode);
     side->record.imageData = tiles->tileData;
     return tiles->tileData != nullptr;
 }
@@ -43,9 +49,8 @@ bool fetchTile(IplTileSide* side)
 // False if the tile did not go.
 bool releaseTile(const IplTileSide& side)
 {
-    const IplTileInfo* tiles = side.image->tileInfo;
-    tiles->callBack(side.image, side.cursor.xIndex, side.cursor.yIndex, IPL_RELEASE_TILE);
-    return !side.releaseClears || !tiles->tileData;
+    callBack(side, IPL_RELEASE_TILE);
+    return !side.releaseClears || !side.image->tileInfo->tileData;
 }
 
 // Puts the cursor back at the left end of the stripe at y, in the tile row that

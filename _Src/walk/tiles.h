@@ -26,9 +26,10 @@ void ownTileWindow(const IplImage* image, IplImage* workRecord, const IplRect& r
 // `record` on; the record points into the struct, which must stay in place.
 struct IplTileSide {
     const IplImage* image = nullptr;
-    int32_t mode = 0;  // how its tiles are fetched; 0: it is not cut at its tiles
-    int32_t role = 0;  // what it plays in its operation
-    IplImage record{}; // the piece, as the work sees it
+    int32_t mode = 0;                // how its tiles are fetched; 0: it is not cut at its tiles
+    const IplImage* given = nullptr; // what callbacks hear of where `image` is a copy: the caller's
+    int32_t role = 0;                // what it plays in its operation
+    IplImage record{};               // the piece, as the work sees it
     IplROI roi{};
     IplRect rectangle{};
     bool releaseClears = false; // whether a tile that is given back must leave tileData null

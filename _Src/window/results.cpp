@@ -92,7 +92,7 @@ bool IplResults::storeTiles(int32_t top, int32_t end) const
     band.roi = &bandRoi;
     IplImage maskBand{};
     IplROI maskRoi{};
-    IplTileSide sides[2] = {{&band, IPL_GET_TILE_TO_WRITE}};
+    IplTileSide sides[2] = {{&band, IPL_GET_TILE_TO_WRITE, shape.dst}};
     if (shape.mask) {
         maskRoi = {0, ownRegionX(shape.mask), ownRegionY(shape.mask) + top, shape.width, end - top};
         maskBand = *shape.mask;

@@ -69,6 +69,8 @@ public:
     // From this call on, counted from 0, no tile comes any more.
     int failFrom = INT32_MAX;
     std::vector<TileCall> log;
+    // How many calls told another record than this image's own.
+    int strangers = 0;
 
 private:
     static void call(const IplImage* record, int32_t xIndex, int32_t yIndex, int32_t mode)
@@ -76,6 +78,7 @@ private:
         TiledImage* self = static_cast<TiledImage*>(record->tileInfo->id);
         const bool fails = static_cast<int>(self->log.size()) >= self->failFrom;
         self->log.push_back({xIndex, yIndex, mode});
+        self->strangers += record != self->image.get();
         const size_t index = static_cast<size_t>(yIndex * self->columns + xIndex);
         record->tileInfo->tileData =
             mode == IPL_RELEASE_TILE || fails ? nullptr : self->blocks.at(index)->imageData;

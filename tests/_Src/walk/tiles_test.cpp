@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <functional>
+#include <utility>
 
 namespace
 {
@@ -171,4 +173,54 @@ TEST(OwnWalkTiles, TellsWhichSideFailed)
     fault = walk(true);
     EXPECT_EQ(fault.kind, IplTileFault::notReleased);
     EXPECT_EQ(fault.side, 1);
+}
+
+// --- What callbacks hear ----------------------------------------------------------------
+
+// A program may know its images by the addresses of their records.
+TEST(TileCallbacks, HearOfTheProgramsOwnRecords)
+{
+    using Operation = std::function<void(IplImage*, IplImage*)>;
+    const std::pair<const char*, Operation> operations[] = {
+        {"not", [](IplImage* src, IplImage* dst) { iplNot(src, dst); }},
+        {"zoom", [](IplImage* src, IplImage* dst) { iplZoom(src, dst, 2, 1, 2, 1, IPL_INTER_NN); }},
+        {"decimate",
+         [](IplImage* src, IplImage* dst) { iplDecimate(src, dst, 1, 2, 1, 2, IPL_INTER_SUPER); }},
+        {"resize",
+         [](IplImage* src, IplImage* dst) { iplResize(src, dst, 3, 2, 1, 2, IPL_INTER_LINEAR); }},
+        {"mirror", [](IplImage* src, IplImage* dst) { iplMirror(src, dst, -1); }},
+        {"maximum", [](IplImage* src, IplImage* dst) { iplMaxFilter(src, dst, 3, 3, 1, 1); }},
+        {"median", [](IplImage* src, IplImage* dst) { iplMedianFilter(src, dst, 3, 3, 1, 1); }},
+        {"blur", [](IplImage* src, IplImage* dst) { iplBlur(src, dst, 3, 3, 1, 1); }},
+        {"fixed", [](IplImage* src, IplImage* dst) { iplFixedFilter(src, dst, 2); }},
+        {"levels",
+         [](IplImage* src, IplImage* dst) { iplReduceBits(src, dst, 0, IPL_DITHER_FS, 4); }},
+    };
+    const Image plain = makeImage(32, 24, 1, IPL_DEPTH_8U);
+    for (const auto& [name, operation] : operations) {
+        TiledImage src(plain.get(), 16, 8);
+        TiledImage dst(plain.get(), 8, 16);
+        operation(src.get(), dst.get());
+        EXPECT_FALSE(src.log.empty() || dst.log.empty()) << name;
+        EXPECT_EQ(src.strangers + dst.strangers, 0) << name;
+    }
+}
+
+TEST(TileCallbacks, HearOfTheProgramsOwnRecordsInGray)
+{
+    const Image colour = makeImage(32, 24, 3, IPL_DEPTH_8U);
+    const Image bits = makeImage(32, 24, 1, IPL_DEPTH_1U);
+    const Image flipped =
+        makeImage(32, 24, 1, IPL_DEPTH_1U, IPL_DATA_ORDER_PIXEL, 4, 0, IPL_ORIGIN_BL);
+    const Image gray = makeImage(32, 24, 1, IPL_DEPTH_8U);
+    for (const IplImage* from : {colour.get(), bits.get(), flipped.get()}) {
+        TiledImage src(from, 16, 8);
+        TiledImage dst(gray.get(), 8, 16);
+        if (from == colour.get())
+            iplColorToGray(src.get(), dst.get());
+        else
+            iplBitonalToGray(src.get(), dst.get(), 0, 255);
+        EXPECT_FALSE(src.log.empty() || dst.log.empty());
+        EXPECT_EQ(src.strangers + dst.strangers, 0);
+    }
 }
