@@ -22,6 +22,11 @@ struct IplErrorState {
 };
 extern IplErrorState iplErrorState;
 
+// What the thread that ends the process does before the functions that the program
+// registered for its end run; null: nothing.
+using IplExitAct = void (*)();
+extern IplExitAct iplBeforeExit;
+
 enum IplStatus : int32_t {
     IPL_StsOk = 0,
     IPL_StsBackTrace = -1,

@@ -136,6 +136,12 @@ bool QuibIsValid(const IplImage* handle, const QuibCallSite& site)
     return isReadable(handle) || refuseHandle(rowOf(site));
 }
 
+bool quib::ownIsMapped(const IplImage* image)
+{
+    return image && canRead(image, image, sizeof(IplImage)) &&
+           (!image->imageData || canRead(image->imageDataOrigin, image->imageData, 1));
+}
+
 QuibStatus quib::ownGetInfo(const IplImage* handle, QuibInfo* info)
 {
     if (const int32_t status = iplCheckImage(handle))

@@ -28,6 +28,10 @@ QuibStatus QuibCreateHeader(int32_t width, int32_t height, int32_t bitDepth, Ipl
 namespace quib
 {
 
+// Whether nothing that walks the record would fault at once: it can be read, and so can
+// the first byte of its pixels if it names any.
+bool ownIsMapped(const IplImage* image);
+
 // Whether the library makes handles of so many bits per pixel.
 bool ownIsHandleDepth(int32_t bitDepth);
 

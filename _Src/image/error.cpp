@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 constinit IplErrorState iplErrorState{0, 0, iplDefaultErrorHandler};
+constinit IplExitAct iplBeforeExit = nullptr;
 
 int32_t iplError(int32_t status, const char* functionName, const char* message,
                  const char* fileName, int32_t row)
@@ -18,9 +19,11 @@ int32_t iplError(int32_t status, const char* functionName, const char* message,
 
 int32_t iplDefaultErrorHandler(int32_t status, const char*, const char*, const char*, int32_t)
 {
-    if (iplErrorState.mode == 0)
-        std::exit(1);
-    return status;
+    if (iplErrorState.mode != 0)
+        return status;
+    if (iplBeforeExit)
+        iplBeforeExit();
+    std::exit(1);
 }
 
 int32_t iplGetStatus()

@@ -2,6 +2,8 @@
 
 #if defined(_WIN32)
 
+#include "_Src/ipl.h"
+
 #include <windows.h>
 
 #include <csetjmp>
@@ -49,10 +51,18 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+// A report may end the process out of a guarded call. What runs on the way out
+// handles exceptions of its own, and none of them is to bring the call back.
+void dropGuards()
+{
+    TlsSetValue(guardSlot, nullptr);
+}
+
 // Before any static object of the application, which may call in.
 [[gnu::constructor(101)]] void takeGuardSlot()
 {
     guardSlot = TlsAlloc();
+    iplBeforeExit = dropGuards;
 }
 
 [[gnu::destructor]] void freeGuardSlot()

@@ -100,7 +100,8 @@ bool warpGuarded(QuadWarp* warp)
 {
     if (!engineQuadWarpEnabled || !quibProcessorFlag || !QuibIsConvexQuad(warp->quad))
         return false;
-    if (!ownCallGuarded(warpByEngine, warp))
+    // Not every system raises something that could be caught.
+    if (!ownIsMapped(warp->dst) || !ownCallGuarded(warpByEngine, warp))
         engineQuadWarpEnabled = 0;
     return engineQuadWarpEnabled;
 }

@@ -1,10 +1,12 @@
 #include "quibtool/warp/guard.h"
 
+#include "_Src/ipl.h"
 #include "tests/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 
 namespace
 {
@@ -73,6 +75,26 @@ TEST(OwnCallGuarded, GuardsCallsInCalls)
     const GuardedPages pages(1);
     pages.setAccess(0, false);
     EXPECT_FALSE(ownCallGuarded(faultTwice, pages.pages()));
+}
+
+// What the program has to run at its end may handle exceptions of its own.
+TEST(OwnCallGuarded, LetsAReportEndTheProcess)
+{
+    const auto endWith = [](void (*lastAct)()) {
+        std::atexit(lastAct);
+        ownCallGuarded([](void*) { iplError(IPL_StsBadArg, "", "", "", 0); }, nullptr);
+        std::_Exit(7);
+    };
+    EXPECT_EXIT(endWith([] { IsBadReadPtr(reinterpret_cast<void*>(16), 4); }),
+                testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(endWith([] { OutputDebugStringA("bye"); }), testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(endWith([] {
+                    try {
+                        throw 1;
+                    } catch (int) {
+                    }
+                }),
+                testing::ExitedWithCode(1), "");
 }
 
 TEST(OwnCallGuarded, LeavesOtherFaultsAlone)

@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -439,6 +440,31 @@ TEST(QuibWarpPerspectiveQ, DrawsByScanlinesWhereTheEngineIsNotTried)
     engineQuadWarpEnabled = 0;
     expectScanlines(tilted);
     EXPECT_EQ(engineQuadWarpEnabled, 0);
+}
+
+// Where the engine would fault the scanlines take over, and they refuse it.
+TEST(QuibWarpPerspectiveQ, RefusesAResultThatCannotBeRead)
+{
+    const EngineWarps engine;
+    Random random(14);
+    const Image src = makeRandomHandle(30, 20, 32, random);
+    const GuardedPages pages(1);
+    pages.setAccess(0, false);
+    IplImage* handle = reinterpret_cast<IplImage*>(pages.pages());
+    for (const Quad& quad : {tilted, dart}) {
+        engineQuadWarpEnabled = 1;
+        EXPECT_EQ(QUIBWarpPerspectiveQ(src.get(), &handle, quad.corners, 0, true),
+                  QUIB_BAD_ARGUMENT);
+    }
+    EXPECT_EQ(engineQuadWarpEnabled, 1);
+    const Image dst = makeHandle(40, 25, 32);
+    char* const imageData = std::exchange(dst->imageData, reinterpret_cast<char*>(pages.pages()));
+    char* const origin = std::exchange(dst->imageDataOrigin, nullptr);
+    handle = dst.get();
+    EXPECT_EQ(QUIBWarpPerspectiveQ(src.get(), &handle, tilted.corners, 0, true), QUIB_BAD_ARGUMENT);
+    EXPECT_EQ(engineQuadWarpEnabled, 0);
+    dst->imageData = imageData;
+    dst->imageDataOrigin = origin;
 }
 
 TEST(QuibWarpPerspectiveQ, LeavesThePixelsForAThinBox)
