@@ -132,8 +132,8 @@ IplImage* ownCloneForResult(const IplImage* image);
 // Each takes the elements of its sources' regions, from the corners on, to those
 // of the destination's: as many as the smallest region holds, where all masks
 // let it, in all channels but alpha or in the channels of interest. Images must
-// agree in depth, data order and number of channels. The destination may be a
-// source. Results are saturated at integer depths.
+// agree in depth, number of channels and, above depth 1, data order. The
+// destination may be a source. Results are saturated at integer depths.
 
 // At depth 1 logic takes the place of arithmetic. The scalar forms refuse
 // floats.
@@ -197,12 +197,12 @@ void iplAlphaComposite(const IplImage* srcImageA, const IplImage* srcImageB, Ipl
 void iplConvertFromDIB(const tagBITMAPINFOHEADER* dib, IplImage* image);
 // Converts an image with a pixel block into a packed bitmap with a prepared
 // header and room for its rows. Gives biCompression, or for a compressed bitmap
-// 1; after a report, the status. dither is one of the five of iplReduceBits; other
-// than IPL_DITHER_NONE, it first reduces the channels but alpha to 2, 16, 32 or 256
-// levels at biBitCount 1, 4, 16 or above; 2 levels are for one channel only.
-// paletteConversion 0 keeps the colour table, 1 writes a standard one, 2 one made
-// for the image as it is given, which sets biClrUsed and wants room for 2 to the
-// power biBitCount colours.
+// 1; after a report, the status, or 0 if a compression had no memory. dither is one
+// of the five of iplReduceBits; other than IPL_DITHER_NONE, it first reduces the
+// channels but alpha to 2, 16 or 32 levels at biBitCount 1, 4 or 16, and to 256 at 8,
+// 24 and 32; 2 levels are for one channel only. paletteConversion 0 keeps the colour
+// table, 1 writes a standard one, 2 one made for the image as it is given, which sets
+// biClrUsed and wants room for 2 to the power biBitCount colours.
 int32_t iplConvertToDIB(const IplImage* image, tagBITMAPINFOHEADER* dib, int32_t dither,
                         int32_t paletteConversion);
 
@@ -261,11 +261,12 @@ void iplGetRotateShift(double xCenter, double yCenter, double angle, double* xSh
 // IPL_INTER_CUBIC, and may have the flag IPL_SMOOTH_EDGE, which softens the edges
 // of a shape that a rectangle became. Bits, and sources of one column or row, are
 // sampled as IPL_INTER_NN, and sources below 4 by 4 pixels as IPL_INTER_LINEAR at
-// most. Images agree in depth, which is unsigned, in origin, and in the data order
-// and the number of channels that take part; masks play no part. Not in place.
+// most. Images agree in depth, which is unsigned, in origin, in the number of channels
+// that take part and, above depth 1 and unless both have one channel, in the data
+// order; masks play no part. Not in place.
 
 // The coefficients take source positions to destination positions; their
-// determinant must be above 1e-7.
+// determinant's magnitude must be above 1e-7.
 void iplWarpAffine(IplImage* src, IplImage* dst, const double coeffs[2][3], int32_t interpolate);
 // With warpFlag 0 the source's region lands on a quadrangle of the destination:
 // the one given, or the one that the coefficients make of the source's region.
@@ -296,10 +297,10 @@ void iplMirror(IplImage* srcImage, IplImage* dstImage, int32_t flipAxis);
 
 // Writes the grays of src's colours, as many pixels as both hold, whatever their
 // regions: 18 blue + 183 green + 54 red over 256 of unsigned 8-bit and 16-bit
-// channels, which leaves white one below the top, and 37, 366 and 109 over 512 of
-// signed 32-bit ones. The source's model is RGB in the sequence RGB or BGR, more
-// channels being left out; dst has one channel, or planes of which the first is
-// written, of 16, 8 or 1 unsigned bits. 8-bit sums go to 16 bits as they are, and a
+// channels, which leaves white below the top, at 254 or 65279, and 37, 366 and 109
+// over 512 of signed 32-bit ones. The source's model is RGB in the sequence RGB or
+// BGR, more channels being left out; dst has one channel, or planes of which the first
+// is written, of 16, 8 or 1 unsigned bits. 8-bit sums go to 16 bits as they are, and a
 // bit is 1 above the middle of the range. Both must agree in their origin.
 void iplColorToGray(const IplImage* src, IplImage* dst);
 
@@ -326,10 +327,11 @@ void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t Zero
 // per cent of a level's height by which the choice is shifted up or down at random,
 // with the same numbers in each call. IPL_DITHER_NONE keeps the high bits of src's
 // elements, whatever the other two arguments are.
-// Depths are unsigned or IPL_DEPTH_32S; the range of the latter is from 0 on, and that
-// of floats, taken for 32 unsigned bits, up to 2^32 - 1. levels is at most 2 to the
-// power of dst's bits (31 for IPL_DEPTH_32S), plus 1. Both agree in data order and
-// alpha channel, and dst has no more channels than src, and one only if src has.
+// Depths are unsigned or IPL_DEPTH_32S, that of src not 1 bit; the range of
+// IPL_DEPTH_32S is from 0 on, and that of floats, taken for 32 unsigned bits, up to
+// 2^32 - 1. levels is at most 2 to the power of dst's bits (31 for IPL_DEPTH_32S), plus
+// 1. Both agree in data order and alpha channel, and dst has no more channels than src,
+// and one only if src has.
 // As many pixels as the regions and masks of both have in common, paired from their
 // corners, in the channels but alpha or those of interest. Not in place. Where the
 // engine's status is that of an earlier failure, nothing is done.
@@ -378,8 +380,9 @@ void iplConvolveSep2D(const IplImage* srcImage, IplImage* dstImage, const OwnCon
 // The destination is another image, but for iplBlur.
 
 // The largest or smallest element, or the one at index nCols * nRows / 2 in ascending
-// order, in each channel but alpha or in the channels of interest, at integer depths.
-// Where the engine's status is that of an earlier failure, nothing is done.
+// order (of bits, 1 where more than half are), in each channel but alpha or in the
+// channels of interest, at integer depths. Where the engine's status is that of an
+// earlier failure, nothing is done.
 void iplMaxFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols, int32_t nRows,
                   int32_t anchorX, int32_t anchorY);
 void iplMinFilter(const IplImage* srcImage, IplImage* dstImage, int32_t nCols, int32_t nRows,

@@ -11,8 +11,9 @@
 IplWindowEnd ownFilterLargest(const IplImage* src, IplImage* dst, const IplWindow& window);
 IplWindowEnd ownFilterSmallest(const IplImage* src, IplImage* dst, const IplWindow& window);
 
-// The upper medians of images of integers: of 3 x 3 and 5 x 5 by sorting networks, of
-// bits by counts, of bytes and 16 bits by histograms, of 32 bits by selection.
+// The upper medians of images of integers, and the lower ones of bits: of 3 x 3 and
+// 5 x 5 by sorting networks, of bits by counts, of bytes and 16 bits by histograms, of
+// 32 bits by selection.
 IplWindowEnd ownFilterMedians(const IplImage* src, IplImage* dst, const IplWindow& window);
 
 // The vector medians of the first three channels. [Astola, Haavisto and Neuvo, Vector

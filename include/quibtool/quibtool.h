@@ -86,24 +86,28 @@ typedef struct QuibPoint {
 typedef struct QuibInfo {
     int32_t width;     /* pixels */
     int32_t height;    /* rows */
-    int32_t bitDepth;  /* bits per pixel: element width times channels */
+    int32_t bitDepth;  /* bits per pixel: depth, any sign bit included, times channels */
     int32_t widthStep; /* bytes from one row to the next */
 } QuibInfo;
 
 /* ---- Handles ------------------------------------------------------------- */
 
 /* Makes a handle of width x height pixels of bitDepth 1, 8, 24 or 32 and fills it as
- * QuibFillColor does; the pixels of a 24-bit handle stay undefined.
+ * QuibFillColor does; the pixels of a 24-bit handle stay undefined. A size whose bytes
+ * wrap to 0 in 32 bits, such as 65536 x 16384 at 32 bits, gives 0 and a record that
+ * fails every check, so that QuibFree refuses it.
  *
  * Depths: 1, 8, 24, 32.
  * Fails: QUIB_BAD_WIDTH, QUIB_BAD_HEIGHT, QUIB_BAD_DEPTH and QUIB_NO_HEADER, looked for
  * in this order; *out is then untouched.
- * Ends the process: memory that runs out for the pixels.
+ * Ends the process: memory that runs out for the pixels, and at 1 and 8 bits a size
+ * whose bytes wrap to 0.
  * Ownership: the caller frees *out with QuibFree. */
 QUIB_API QuibStatus QuibCreate(int32_t width, int32_t height, int32_t bitDepth, IplImage** out,
                                uint32_t fillColor);
 
-/* The same as QuibCreate, with undefined pixels.
+/* The same as QuibCreate, with undefined pixels. A size whose bytes wrap to 0 gives
+ * such a record at all depths.
  *
  * Depths: 1, 8, 24, 32.
  * Fails: QUIB_BAD_WIDTH, QUIB_BAD_HEIGHT, QUIB_BAD_DEPTH and QUIB_NO_HEADER; *out is
@@ -175,7 +179,7 @@ QUIB_API QuibStatus QuibIsBlack(const IplImage* handle, uint32_t threshold, int3
  *
  * Depths: all.
  * Fails: QUIB_BAD_ARGUMENT for a bad src and a null dstAddress; the status of a
- * record's check; QUIB_BAD_DEPTH for a depth that has no handle.
+ * record's check; QUIB_BAD_DEPTH for a depth that has no handle, and QUIB_NO_HEADER.
  * Ends the process: memory that runs out for a new handle's pixels.
  * Ownership: the caller frees a new handle with QuibFree. */
 QUIB_API QuibStatus QuibCopy(const IplImage* src, IplImage** dstAddress);
@@ -352,8 +356,9 @@ QUIB_API QuibStatus QuibSetAlpha(IplImage* handle, const IplImage* plane, uint32
  * regions given before it stay in the inputs.
  *
  * Ends the process: another compositeType, a premulAlpha or divideMode other than 0 and
- * 1, inputs of different depths, elements of other than 8 or 16 unsigned bits, and
- * memory that runs out. */
+ * 1, inputs of different depths, elements of other than 8 or 16 unsigned bits, a
+ * program's own region with a channel of interest that is 4 or that not all three
+ * images get, and memory that runs out. */
 QUIB_API QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** result,
                                      QuibRect* rectA, QuibRect* rectB, QuibRect* rectResult,
                                      int32_t compositeType, int32_t premulAlpha,
@@ -363,8 +368,9 @@ QUIB_API QuibStatus QuibComposition1(IplImage* srcA, IplImage* srcB, IplImage** 
  * leaves the result's fourth channel as it is in srcB.
  *
  * Ends the process: another compositeType, a rectangle that is empty after clipping,
- * inputs of different depths, elements of other than 8 or 16 unsigned bits, and memory
- * that runs out. */
+ * unless its size wraps in 32 bits, inputs of different depths, elements of other than
+ * 8 or 16 unsigned bits, a program's own region with a channel of interest that is 4 or
+ * that not all three images get, and memory that runs out. */
 QUIB_API QuibStatus QuibComposition2(IplImage* srcA, IplImage* srcB, uint32_t alphaA,
                                      uint32_t alphaB, IplImage** result, QuibRect* rectA,
                                      QuibRect* rectB, QuibRect* rectResult, int32_t compositeType);
@@ -384,9 +390,12 @@ QUIB_API QuibStatus QuibComposition2(IplImage* srcA, IplImage* srcB, uint32_t al
  * Modes: targetDepth 0 keeps the bitmap's depth, 8 gives an 8-bit handle, any other
  * value a 32-bit one.
  * Fails: QUIB_BAD_ARGUMENT for a null argument or a block that cannot be locked;
- * QUIB_DIB_BAD_WIDTH, QUIB_DIB_BAD_HEIGHT, QUIB_DIB_BAD_DEPTH. *out is then untouched.
- * Ends the process: a header that the engine refuses, where it converts: into 8 bits,
- * from 1 and 8 bits, and from 24 bits into 24; and memory that runs out for the pixels.
+ * QUIB_DIB_BAD_WIDTH, QUIB_DIB_BAD_HEIGHT, QUIB_DIB_BAD_DEPTH, QUIB_NO_HEADER. *out is
+ * then untouched. Where the engine converts, the check's -10 for a size whose bytes
+ * wrap to 0 in 32 bits, with a record in *out that QuibFree refuses.
+ * Ends the process: where the engine converts, which is into 8 bits, from 1 and 8 bits,
+ * and from 24 bits into 24: a header that it refuses and an RLE stream with a line that
+ * ends before it is full, or damaged; and memory that runs out for the pixels.
  * Ownership: the caller frees *out with QuibFree. The block stays the caller's, and is
  * unlocked at the end. */
 QUIB_API QuibStatus Dib2Quib(void* dibHandle, IplImage** out, int32_t targetDepth);
@@ -399,8 +408,8 @@ QUIB_API QuibStatus Dib2Quib(void* dibHandle, IplImage** out, int32_t targetDept
  *
  * Depths: bitmaps of 32; handles of 32.
  * Fails: QUIB_BAD_ARGUMENT for a null header or null bits, and without memory for a
- * bitmap of 1 or 8 bits; QUIB_DIB_BAD_WIDTH, QUIB_DIB_BAD_HEIGHT, QUIB_DIB_BAD_DEPTH.
- * out must be good.
+ * bitmap of 1 or 8 bits; QUIB_DIB_BAD_WIDTH, QUIB_DIB_BAD_HEIGHT, QUIB_DIB_BAD_DEPTH,
+ * QUIB_NO_HEADER. out must be good.
  * Ends the process: a header of 1 or 8 bits that the engine refuses, and memory that
  * runs out for the pixels.
  * Ownership: the caller frees *out with QuibFree. */
@@ -425,15 +434,18 @@ QUIB_API QuibStatus Quib2Dib(const IplImage* handle, void* dibHandle);
  * pixels follow the headers at once. 24-bit and 32-bit files give a 32-bit handle: with
  * alpha 0, or with the alpha of the file. Pixels of alpha 0 vanish when they are
  * composed: QuibSetAlphaS(handle, 0, 255) makes them opaque. 1-bit and 8-bit files give
- * a gray handle of their depth. What a short file lacks reads 0.
+ * a gray handle of their depth. What a short file lacks reads 0. With biCompression 3
+ * and biClrUsed 0 the pixels of a 32-bit file are taken from 12 bytes further on: its
+ * first three are lost, and three of 0 end it.
  *
  * Depths: files of 1, 8, 24, 32; handles of 1, 8, 32.
  * Fails: QUIB_BAD_ARGUMENT for a null argument, QUIB_FAILED for a file that cannot be
  * opened, is shorter than 14 bytes, does not begin with "BM" or has another depth. 0
  * with *out untouched for a file shorter than its headers and for one too large for
- * memory.
+ * memory, and with *out null without memory for the record.
  * Ends the process: a header that the engine refuses, such as one with rows top first,
- * and memory that runs out for the pixels.
+ * an RLE stream with a line that ends before it is full, or damaged, and memory that
+ * runs out for the pixels.
  * Ownership: the caller frees *out with QuibFree. */
 QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
 
@@ -441,7 +453,7 @@ QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
  * picture, of 32 bits, whose alpha is the layer's mask or, without one, its
  * transparency; and the upper layer's mask or transparency, of 8 bits. Both have the
  * canvas's size, with 0 where the layer is not; a mask has its default value outside
- * its own rectangle. 255 becomes 254 in the masks.
+ * its own rectangle. 255 becomes 254 in *outMask and in the alpha of *outImage.
  *
  * Files of versions 1 and 2, of 8, 16 and 32 bits a channel, in gray, indexed, RGB and
  * CMYK colours. Layers that divide groups or are empty do not count; opacity,
@@ -453,16 +465,18 @@ QUIB_API QuibStatus QuibLoadBMP(const char* fileName, IplImage** out);
  * bitmaps of 2 GiB, or of 128 MiB together and sixteen times what its layers hold.
  * QUIB_FAILED for another number of layers and a lower one with neither mask nor
  * transparency. Both outputs are then untouched. QUIB_FAILED with *outImage set for an
- * upper layer with neither.
+ * upper layer with neither and, *outMask then null, without memory for its record.
+ * While the engine's status is that of an earlier failure, QUIB_BAD_ARGUMENT with a
+ * record without pixels in *outMask, which QuibFree refuses.
  * Ends the process: memory that runs out for the handles' pixels.
  * Ownership: the caller frees *outImage and *outMask with QuibFree. */
 QUIB_API QuibStatus QuibLoadFramePsd2Bmp(const char* fileName, IplImage** outImage,
                                          IplImage** outMask);
 
-/* Draws the handle with its top left corner at (x, y) of a device context; an HDC. 0
- * even if the device fails.
+/* Draws the handle with its top left corner at (x, y) of a device context; an HDC. The
+ * values of 1 and 8 bits are grays. 0 even if the device fails.
  *
- * Depths: 24, 32; 1 and 8 in what the device makes of a missing colour table.
+ * Depths: 1, 8, 24, 32.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle.
  * Ends the process: never. */
 QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, int32_t y);
@@ -487,10 +501,10 @@ QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, 
  *    / destination apart; weights have 8 bits, and alpha is treated as a colour. Rows
  *    count as width * 4 bytes long;
  *  - both of 8 bits and mode not IPL_INTER_SUPER: nearest, whatever the mode;
- *  - others: the engine's zoom, reduction or, growing on one axis and shrinking on the
- *    other, resize, with regions and masks, in a mode IPL_INTER_NN, IPL_INTER_LINEAR,
- *    IPL_INTER_CUBIC or, growing on neither, IPL_INTER_SUPER. Linear and cubic become
- *    nearest where both axes shrink by whole numbers.
+ *  - others: the engine's zoom, reduction or, shrinking on one axis alone, resize, with
+ *    regions and masks, in a mode IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC or,
+ *    growing on neither, IPL_INTER_SUPER. Linear and cubic become nearest where both
+ *    axes shrink by whole numbers.
  * Handles of the same size, depth and widthStep are copied, padding included.
  *
  * Depths: 1, 8, 24, 32.
@@ -501,7 +515,7 @@ QUIB_API QuibStatus QuibDrawToHDC(const IplImage* handle, void* hdc, int32_t x, 
  * Fails: QUIB_BAD_ARGUMENT for a bad handle, QUIB_FAILED without memory for a stretch.
  * Ends the process: on the engine's route: another mode, IPL_INTER_SUPER where either
  * side grows, images that differ in depth, data order or channels or fail their check,
- * and to reduce, different origins. */
+ * and different origins where both axes shrink or the mode is IPL_INTER_SUPER. */
 QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
 
 /* Scales the region of src, or the whole of it, to the size of the region of dst, or to
@@ -512,7 +526,8 @@ QUIB_API QuibStatus QuibResize(IplImage* src, IplImage* dst, int32_t mode);
  * IPL_INTER_SUPER to none that grows.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle; the status of a record's check.
  * Ends the process: another mode, IPL_INTER_SUPER where either side grows, one image on
- * both sides, and images that differ in depth, data order or channels. */
+ * both sides, and images that differ in depth, data order or channels or, with
+ * IPL_INTER_SUPER, in origin. */
 QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
 
 /* ---- Geometry ------------------------------------------------------------ */
@@ -526,8 +541,8 @@ QUIB_API QuibStatus QuibResizeFit(IplImage* src, IplImage* dst, int32_t mode);
  * Modes: flipAxis 0 reverses rows (top and bottom change places), 1 columns, -1 both.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle and for another width, height or number of
  * bits a pixel; the status of a record's check.
- * Ends the process: another flipAxis, a mask in place, and records that differ in depth
- * or in the channels that take part. */
+ * Ends the process: another flipAxis, a mask in place, 1-bit records with a declared
+ * alpha channel, and records that differ in depth or in the channels that take part. */
 QUIB_API QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis);
 
 /* Interpolation of the functions below: IPL_INTER_NN, IPL_INTER_LINEAR or
@@ -536,9 +551,10 @@ QUIB_API QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis);
  * one column or row, nearest.
  *
  * Regions limit what is read and written; coordinates are of whole-image pixels. Images
- * must agree in depth, data order and number of channels, and differ from one another;
- * a declared alpha channel is left alone. C wants a cast where an array that is not
- * const is handed over as const, such as (const double (*)[3])coeffs; C++ does not. */
+ * must agree in depth, number of channels and, with several, data order, and differ
+ * from one another; a declared alpha channel is left alone. C wants a cast where an
+ * array that is not const is handed over as const, such as (const double (*)[3])coeffs;
+ * C++ does not. */
 
 /* Turns src by `angle` degrees, counter-clockwise, about (xCenter, yCenter) into dst,
  * an existing handle. What leaves dst is lost, and what is not covered keeps its
@@ -549,8 +565,8 @@ QUIB_API QuibStatus QuibFlip(IplImage* src, IplImage* dst, int32_t flipAxis);
  * Modes: IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC, plus IPL_SMOOTH_EDGE.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle; the status of a record's check.
  * Ends the process: one image on both sides, images that differ in depth, origin, data
- * order or channels; and, but by right angles, another interpolation and a region of
- * src of one column or row. */
+ * order or channels, and an angle that is not finite; and, but by right angles, another
+ * interpolation and a region of src that is one column or row or lies outside it. */
 QUIB_API QuibStatus QuibRotate(IplImage* src, IplImage* dst, double angle, int32_t xCenter,
                                int32_t yCenter, int32_t interpolate);
 
@@ -566,8 +582,10 @@ QUIB_API QuibStatus QuibRotate(IplImage* src, IplImage* dst, double angle, int32
  * included, gains one degree.
  *
  * Modes: axis 1 the horizontal one, 2 the vertical one, 3 in the picture's plane.
- * Ends the process: a source that has not 32 bits or is one pixel wide or high, a
- * record that fails its check, and memory that runs out. */
+ * Ends the process: a source that has not 32 bits, or whose region is one pixel wide or
+ * high or lies outside it; about axes 1 to 3 an angle that is not finite, and about 1
+ * and 2 one within 6e-6 degrees of an odd multiple of 90 whose whole part is no
+ * multiple; a record that fails its check, and memory that runs out. */
 QUIB_API QuibStatus QUIBRotate3D(double angle, IplImage* src, IplImage** dst, int32_t axis);
 
 /* Takes pixel (x, y) of src to (c0 x + c1 y + c2, c3 x + c4 y + c5), the coefficients
@@ -575,10 +593,10 @@ QUIB_API QuibStatus QUIBRotate3D(double angle, IplImage* src, IplImage** dst, in
  * `interpolate` the low byte counts.
  *
  * Modes: IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC, plus IPL_SMOOTH_EDGE.
- * Ends the process: a source that has not 32 bits or is one pixel wide or high,
- * coefficients with a determinant of 0 (1e-7 or less), another interpolation, a size
- * for which no handle can be made, a record that fails its check, and memory that runs
- * out. */
+ * Ends the process: a source that has not 32 bits, or whose region is one pixel wide or
+ * high or lies outside it, coefficients with a determinant of 0 (a magnitude of 1e-7 or
+ * less), another interpolation, a size for which no handle can be made, a record that
+ * fails its check, and memory that runs out. */
 QUIB_API QuibStatus QUIBWarpAffine(IplImage* src, IplImage** dst, const double (*coeffs)[3],
                                    int32_t interpolate);
 
@@ -589,10 +607,10 @@ QUIB_API QuibStatus QUIBWarpAffine(IplImage* src, IplImage** dst, const double (
  *
  * Modes: IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC, plus IPL_SMOOTH_EDGE;
  * warpFlag 0 or 1.
- * Ends the process: a source that has not 32 bits, a source or result of one column or
- * row, coefficients whose quadrangle is not convex, another warpFlag or interpolation,
- * a size for which no handle can be made, a record that fails its check, and memory
- * that runs out. */
+ * Ends the process: a source that has not 32 bits, or whose region lies outside it,
+ * with warpFlag 0 a region and with 1 a result of one column or row, coefficients whose
+ * quadrangle is not convex, another warpFlag or interpolation, a size for which no
+ * handle can be made, a record that fails its check, and memory that runs out. */
 QUIB_API QuibStatus QUIBWarpPerspective(IplImage* src, IplImage** dst, const double (*coeffs)[3],
                                         int32_t warpFlag, int32_t interpolate);
 
@@ -600,19 +618,21 @@ QUIB_API QuibStatus QUIBWarpPerspective(IplImage* src, IplImage** dst, const dou
  * (right, top), (right, bottom) and (left, bottom) as x and y; with warpFlag, the
  * quadrangle of src onto the region of *dst. An existing *dst is written, a null one
  * made first: of the size and depth of src. A quadrangle that is concave or nearly so,
- * and any where the engine's warp has ever faulted, is drawn by scanlines: the whole of
- * src onto the quadrangle, nearest, in words of 32 bits, whatever warpFlag and
- * `interpolate` are. A quadrangle of one column or row leaves the pixels alone.
+ * and any where the engine's warp has ever faulted or the processor is no later one of
+ * AMD's or Intel's (in Intel's family 6, of a model that is 7 or more modulo 16), is
+ * drawn by scanlines: the whole of src onto the quadrangle, nearest, in words of 32
+ * bits, whatever warpFlag and `interpolate` are. A quadrangle of one column or row
+ * leaves the pixels alone.
  *
- * Depths: 1, 8, 24, 32; concave quadrangles 32.
+ * Depths: 1, 8, 24, 32; by scanlines 32.
  * Modes: IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC, plus IPL_SMOOTH_EDGE;
  * warpFlag false or true.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle and for a *dst that could not be made or
  * has no pixels.
- * Ends the process: for a convex quadrangle: another interpolation, one image on both
+ * Ends the process: where the engine draws: another interpolation, one image on both
  * sides, images that differ in depth, origin, data order or channels, a region of one
- * column or row, and a record that fails its check; and memory that runs out for a new
- * handle's pixels.
+ * column or row for the rectangle, a record that fails its check, and memory that runs
+ * out; and memory that runs out for a new handle's pixels.
  * Ownership: the caller frees a new *dst with QuibFree. */
 QUIB_API QuibStatus QUIBWarpPerspectiveQ(IplImage* src, IplImage** dst, const double (*quad)[2],
                                          int32_t interpolate, bool warpFlag);
@@ -627,8 +647,9 @@ QUIB_API QuibStatus QUIBWarpPerspectiveQ(IplImage* src, IplImage** dst, const do
  * Fails: QUIB_BAD_ARGUMENT for a bad handle and for a quadrangle that is concave or
  * nearly so.
  * Ends the process: another interpolation, one image on both sides, images that differ
- * in depth, origin, data order or channels, a region of one column or row, a record
- * that fails its check, and memory that runs out for a new handle's pixels.
+ * in depth, origin, data order or channels, a region of one column or row for the
+ * rectangle, a size for which no handle can be made, a record that fails its check, and
+ * memory that runs out.
  * Ownership: the caller frees a new *dst with QuibFree. */
 extern "C++" QUIB_API QuibStatus QUIBWarpPerspectiveQ_(IplImage* src, IplImage** dst,
                                                        const double (*const quad)[2],
@@ -669,12 +690,12 @@ QUIB_API QuibStatus QUIBPerspectiveTransform(const IplImage* src, double (*coeff
  * Ownership: the caller frees a new *dst with QuibFree. */
 
 /* Stretches contrast and shifts brightness, each clamped to -128 to 127. With v = i +
- * brightness, a byte i becomes ((v - contrast) * 255 + r) / D, where D is 255 - 2 *
- * contrast and r is D / 2, or 1 if that is 0; it becomes 0 where v is below contrast
- * and 255 where v is above 255 - contrast. The colours that channel leaves out are
- * copied. Alpha bytes of an existing dst stay, those of a new one are undefined. The
- * pixels of both are taken as one run, without padding. Brightness and contrast both 0:
- * nothing happens at all, and nothing is made.
+ * brightness, a byte i becomes ((v - contrast) * 255 + r) / D, at most 255, where D is
+ * 255 - 2 * contrast and r is D / 2, or 1 if that is 0; it becomes 0 where v is below
+ * contrast and 255 where v is above 255 - contrast. The colours that channel leaves out
+ * are copied. Alpha bytes of an existing dst stay, those of a new one are undefined.
+ * The pixels of both are taken as one run, without padding. Brightness and contrast
+ * both 0: nothing happens at all, and nothing is made.
  *
  * Modes: channel 0 all three colours, 1 red, 2 green, any other value blue. */
 QUIB_API QuibStatus QuibBrightnessAndContrast(IplImage* src, IplImage** dst, int32_t brightness,
@@ -745,14 +766,14 @@ struct IDirectDrawSurface7;
  *
  * Gray, for handles of one channel: on 24-bit and 32-bit surfaces each byte becomes B,
  * G and R, a fourth byte stays. On 16-bit surfaces it goes under the three masks, and
- * every row takes as many pixels as there are rows: a wide image is cut at the right, a
- * tall one needs a square's worth of surface to look right. Others stay.
+ * every row takes as many pixels as there are rows: a wide image is cut at the right,
+ * and beside a tall one the bytes up to lPitch get grays of its next rows. Others stay.
  *
  * Depths: 8, 24, 32, onto 16, 24, 32.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle and a null surface; the status of a
  * record's check; QUIB_SURFACE_BAD_WIDTH or QUIB_SURFACE_BAD_HEIGHT for a surface of
- * another size, one that does not lock included. A size that differs leaves the surface
- * locked. */
+ * another size, one that does not lock and leaves the description alone included. A
+ * size that differs leaves the surface locked. */
 QUIB_API QuibStatus Quib2Surface(const IplImage* handle, struct IDirectDrawSurface* surface);
 
 /* The same as Quib2Surface by the format that the surface tells before it is locked.
@@ -764,7 +785,10 @@ QUIB_API QuibStatus Quib2Surface(const IplImage* handle, struct IDirectDrawSurfa
  * record's check; the failure of GetSurfaceDesc; QUIB_SURFACE_BAD_WIDTH or
  * QUIB_SURFACE_BAD_HEIGHT for a surface of another size, which stays unlocked;
  * QUIB_SURFACE_BAD_DEPTH for one of other than 16, 24 and 32 bits; QUIB_BAD_ARGUMENT
- * for a handle of other than 8, 16, 24 and 32 bits and a 16-bit surface. */
+ * for a handle of other than 8, 16, 24 and 32 bits and a 16-bit surface. On 24 and 32
+ * bits the sizes are compared again under the lock, and a surface that differs only
+ * then stays locked; one that does not lock gives QUIB_SURFACE_BAD_WIDTH, on 16 bits 0
+ * with nothing drawn. */
 QUIB_API QuibStatus Quib2Surface7(IplImage* handle, struct IDirectDrawSurface7* surface);
 
 /* Reads a surface of 24 or 32 bits into a handle of three or four channels. A fourth
@@ -837,8 +861,8 @@ QUIB_API QuibStatus QuibUnInterlace(IplImage* even, IplImage* odd, IplImage** ds
  *
  * Depths: 1, 8, 24, 32.
  * Fails: QUIB_BAD_ARGUMENT for unreadable handles and for nulls.
- * Ends the process: sources that differ in depth, data order or number of channels,
- * records that fail their check, and memory that runs out.
+ * Ends the process: sources that differ in depth, number of channels or, above 1 bit,
+ * data order, records that fail their check, and memory that runs out.
  * Ownership: the caller frees *outHandle with QuibFree. */
 
 /* src + value. 1 bit: QuibOrS.
@@ -857,8 +881,9 @@ QUIB_API QuibStatus QuibMultiplyS(const IplImage* src, IplImage** outHandle, int
  * clamped to 0 to M.
  *
  * Depths: 8, 24, 32; elements of 8 and 16 unsigned bits.
- * Ends the process: bits and other elements than those, records that fail their check,
- * and memory that runs out. */
+ * Ends the process: bits and other elements than those, a record whose one channel is
+ * declared alpha, unless a region has channel 1 of interest, records that fail their
+ * check, and memory that runs out. */
 QUIB_API QuibStatus QuibMultiplySScale(const IplImage* src, IplImage** outHandle, int32_t value);
 
 /* src * src. 1 bit: a copy.
@@ -885,7 +910,8 @@ QUIB_API QuibStatus QuibMultiply(const IplImage* srcA, const IplImage* srcB, Ipl
  *
  * Depths: 8, 24, 32; elements of 8 and 16 unsigned bits.
  * Ends the process: bits and other elements than those, sources that differ in depth or
- * number of channels, records that fail their check, and memory that runs out. */
+ * number of channels, a record whose one channel is declared alpha, unless a region has
+ * channel 1 of interest, records that fail their check, and memory that runs out. */
 QUIB_API QuibStatus QuibMultiplyScale(const IplImage* srcA, const IplImage* srcB,
                                       IplImage** outHandle);
 
@@ -916,15 +942,15 @@ QUIB_API QuibStatus QuibXorS(const IplImage* src, IplImage** outHandle, int32_t 
 /* Bitwise and of two images.
  *
  * Fails: QUIB_BAD_ARGUMENT for an unreadable srcA and for nulls.
- * Ends the process: an unreadable srcB, sources that differ in depth, data order or
- * number of channels, records that fail their check or hold floats, and memory that
- * runs out. */
+ * Ends the process: an unreadable srcB, sources that differ in depth, number of
+ * channels or, above 1 bit, data order, records that fail their check or hold floats,
+ * and memory that runs out. */
 QUIB_API QuibStatus QuibAnd(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
 
 /* Bitwise or, and exclusive or, of two images.
  *
- * Ends the process: sources that differ in depth, data order or number of channels,
- * records that fail their check or hold floats, and memory that runs out. */
+ * Ends the process: sources that differ in depth, number of channels or, above 1 bit,
+ * data order, records that fail their check or hold floats, and memory that runs out. */
 QUIB_API QuibStatus QuibOr(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
 QUIB_API QuibStatus QuibXor(const IplImage* srcA, const IplImage* srcB, IplImage** outHandle);
 
@@ -1002,10 +1028,11 @@ QUIB_API QuibStatus QuibDeleteConvKernel(OwnConvKernel* kernel);
  * Modes: combineMethod 0 the sum, 1 the sum of squares, 2 its square root, 3 the
  * largest, 4 the smallest.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle, a null outHandle and null kernels;
- * QUIB_FAILED for a depth that has no handle.
- * Ends the process: a bad record, another number of kernels, a null or bad kernel,
- * another method for several kernels, a region that starts outside src, a declared
- * alpha channel, a channel of interest, and memory that runs out.
+ * QUIB_FAILED for a size below 1 and for a depth that has no handle.
+ * Ends the process: a record that is bad in another way or has plane order, another
+ * number of kernels, a null or bad kernel, another method for several kernels, a region
+ * that starts outside src, a declared alpha channel, a channel of interest, and memory
+ * that runs out.
  * Ownership: the caller frees *outHandle with QuibFree, and keeps the kernels. */
 QUIB_API QuibStatus QuibConvolve2D(const IplImage* src, IplImage** outHandle,
                                    OwnConvKernel* const* kernels, int32_t nKernels,
@@ -1018,9 +1045,10 @@ QUIB_API QuibStatus QuibConvolve2D(const IplImage* src, IplImage** outHandle,
  *
  * Depths: 1, 8, 24, 32.
  * Fails: QUIB_BAD_ARGUMENT for a bad handle, a null outHandle and a null kernel;
- * QUIB_FAILED for a depth that has no handle.
- * Ends the process: kernels of another shape, a bad record and one whose first row is
- * the bottom one, a channel of interest or an alpha channel, and memory that runs out.
+ * QUIB_FAILED for a size below 1 and for a depth that has no handle.
+ * Ends the process: kernels of another shape, a record that is bad in another way, has
+ * plane order or has its bottom row first, a channel of interest among several, a
+ * declared alpha channel, and memory that runs out.
  * Ownership: the caller frees *outHandle with QuibFree, and keeps the kernels. */
 QUIB_API QuibStatus QuibConvolveSep2D(const IplImage* src, IplImage** outHandle,
                                       const OwnConvKernel* xKernel, const OwnConvKernel* yKernel);
@@ -1036,15 +1064,15 @@ QUIB_API QuibStatus QuibConvolveSep2D(const IplImage* src, IplImage** outHandle,
  * or a mask leaves out are those of QuibCreate with the colour 0xff000000, and 0 at 24
  * bits.
  *
- * All channels take part, each by itself; in a record with a channel of interest that
- * one alone, but then there is no result that agrees with it, and the process ends.
+ * All channels take part, each by itself. With a channel of interest among several
+ * there is no result that agrees with the record, and the process ends.
  *
  * Depths: 1, 8, 24, 32.
  * Fails: QUIB_BAD_ARGUMENT for an unreadable handle and for a null outHandle,
  * QUIB_FAILED if the result cannot be created.
- * Ends the process: an anchor outside the window, floats, a channel of interest, a
- * declared alpha channel, a record that fails its check, and memory that runs out for
- * the result.
+ * Ends the process: an anchor outside the window, floats, a channel of interest among
+ * several, a declared alpha channel, plane order above 1 bit, a record that fails its
+ * check, and memory that runs out for the result.
  * Ownership: the caller frees *outHandle with QuibFree. */
 
 /* The largest and the smallest element of the window. The time does not depend on its
@@ -1058,8 +1086,9 @@ QUIB_API QuibStatus QuibMinFilter(const IplImage* src, IplImage** outHandle, int
                                   int32_t nRows, int32_t anchorX, int32_t anchorY);
 
 /* The element at index nCols * nRows / 2 of the window's, in ascending order: the
- * median, or the upper one of two. 3 x 3 and 5 x 5 go through sorting networks; the
- * time of larger windows of bytes hardly depends on their size.
+ * median, or the upper one of two; of bits the lower one, which is 1 where more than
+ * half are set. 3 x 3 and 5 x 5 go through sorting networks; the time of larger windows
+ * of bytes hardly depends on their size.
  *
  * Source: S. Perreault and P. Hebert, Median Filtering in Constant Time, 2007. */
 QUIB_API QuibStatus QuibMedianFilter(const IplImage* src, IplImage** outHandle, int32_t nCols,
@@ -1084,9 +1113,9 @@ QUIB_API QuibStatus QuibColorMedianFilter(const IplImage* src, IplImage** outHan
  * region, a mask, a channel of interest or an alpha channel leaves them out; a region
  * is blurred where it lies.
  *
- * Fails: QUIB_BAD_ARGUMENT for an unreadable handle and for a null outHandle.
- * Ends the process: an anchor outside the window, a record that fails its check, and
- * memory that runs out. */
+ * Fails: QUIB_BAD_ARGUMENT for an unreadable handle and for a null outHandle. 0 for a
+ * record that fails its check; *outHandle, which must then be null, stays so.
+ * Ends the process: an anchor outside the window, and memory that runs out. */
 QUIB_API QuibStatus QuibBlur(const IplImage* src, IplImage** outHandle, int32_t nCols,
                              int32_t nRows, int32_t anchorX, int32_t anchorY);
 
@@ -1097,11 +1126,12 @@ QUIB_API QuibStatus QuibBlur(const IplImage* src, IplImage** outHandle, int32_t 
  * dst.
  *
  * Modes: interpolate 0, 1 or 2, which makes no difference.
- * Fails: QUIB_BAD_ARGUMENT for an unreadable handle; where it copies, the status of
- * QuibCopy.
- * Ends the process: another interpolate, one image on both sides, images that differ in
- * depth, data order, alpha or channels of interest, elements with a sign, and a record
- * that fails its check.
+ * Fails: QUIB_BAD_ARGUMENT for an unreadable handle; the status of src's check; where
+ * it copies, that of QuibCopy.
+ * Ends the process: where it blurs: another interpolate, one image on both sides,
+ * images that differ in depth, data order, alpha or channels of interest, elements with
+ * a sign, a region outside its image, a dst that fails its check, and memory that runs
+ * out.
  * Ownership: dst is the caller's. */
 QUIB_API QuibStatus QuibDecimateBlur(const IplImage* src, IplImage* dst, int32_t interpolate,
                                      int32_t xMaskSize, int32_t yMaskSize);
@@ -1123,8 +1153,9 @@ QUIB_API QuibStatus QuibDecimateBlur(const IplImage* src, IplImage* dst, int32_t
  * Fails: QUIB_BAD_ARGUMENT for an unreadable handle and for a null outHandle;
  * QUIB_FAILED if the result cannot be created, and where the engine's status is that of
  * an earlier failure, the handle then holding the fill.
- * Ends the process: another filter, floats, a channel of interest, a declared alpha
- * channel, a record that fails its check, and memory that runs out for the result. */
+ * Ends the process: another filter, floats, a channel of interest among several, a
+ * declared alpha channel, plane order, a record that fails its check, and memory that
+ * runs out for the result. */
 QUIB_API QuibStatus QuibFixedFilter(const IplImage* src, IplImage** outHandle, int32_t filter);
 
 #ifdef __cplusplus

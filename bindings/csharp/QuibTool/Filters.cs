@@ -154,7 +154,8 @@ namespace QuibTool
             return Filter(Native.QuibMinFilter, columns, rows, anchorX, anchorY);
         }
 
-        /// <summary>The median of a window, or the upper one of two. [QuibMedianFilter]</summary>
+        /// <summary>The median of a window, or the upper one of two; at 1 bit the lower one.
+        /// [QuibMedianFilter]</summary>
         public Image Median(int columns, int rows, int? anchorX = null, int? anchorY = null)
         {
             return Filter(Native.QuibMedianFilter, columns, rows, anchorX, anchorY);

@@ -225,7 +225,8 @@ def min_filter(src: Image, size: Size = 3, anchor: AnchorLike = None) -> Image:
 
 
 def median_filter(src: Image, size: Size = 3, anchor: AnchorLike = None) -> Image:
-    """The median of the window's elements, or the upper one of two. [QuibMedianFilter]"""
+    """The median of the window's elements, or the upper one of two; at 1 bit the lower one.
+    [QuibMedianFilter]"""
     return _window("QuibMedianFilter", src, size, anchor)
 
 
