@@ -38,7 +38,8 @@ struct AreaKernels {
                        const AreaBlock& block, size_t width, size_t height, void* columnSums);
     // The weighted sums of the `count` columns of a span of rows, the first of
     // which is at src: in single precision, head * first + (the exact sum of
-    // those between) + tail * last. Sums of bytes are to fit in 24 bits.
+    // those between) + tail * last. A sum of bytes above 24 bits is rounded once
+    // more, and one that needs more than 31 is wrong.
     void (*spanColumns)(float* sums, const uint8_t* src, ptrdiff_t step, const AreaSpan& rows,
                         size_t count, void* columnSums);
     // Sums over spans of pixels of `channels` elements, in the order of the

@@ -58,8 +58,9 @@ struct ConvolveKernels {
     void (*step16[4])(int32_t* row, const int16_t* in, size_t count);
     void (*stepFloat[4])(float* row, const float* in, size_t count);
 
-    // Square roots rounded to nearest, of numbers from 0 on; of whole ones from 2^24 on
-    // any that are larger than 4095.
+    // Square roots rounded to nearest, of numbers from 0 on. Those of whole numbers go
+    // through single precision: above 2049 one that lies almost halfway may be off by 1,
+    // as for 2049 * 2050, and from 2^24 on they are any that are larger than 4095.
     void (*roots)(int32_t* row, size_t count);
     void (*rootsFloat)(float* row, size_t count);
 

@@ -6,8 +6,8 @@ using namespace quib;
 namespace
 {
 
-// The header claims no table. A device that reads one all the same finds what
-// the values of a handle mean.
+// At 1 and 8 bits a header without biClrUsed claims the whole table: what the values
+// of a handle mean.
 struct DrawInfo {
     BITMAPINFOHEADER header;
     RGBQUAD colours[256];

@@ -3,8 +3,9 @@
 
 #include "quibtool/blockwalk.h"
 
-// Composes `count` 32-bit pixels, from the last to the first: rows of one block
-// may overlap.
+// Composes `count` 32-bit pixels. The target may be one of the other rows, and must
+// not overlap them in another way: ownComposeRows goes pixel by pixel there, from the
+// last to the first.
 using ComposeRow = void (*)(uint8_t* target, const uint8_t* under, const uint8_t* over,
                             size_t count);
 

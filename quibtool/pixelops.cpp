@@ -19,8 +19,8 @@ bool takesPartWhole(const IplImage* image)
 }
 
 // Whether every operation writes every pixel of the clone, so that there is no
-// need to copy any first. True for what the surface's own handles allow; every
-// depth here is one that no operation refuses.
+// need to copy any first. True for what the surface's own handles allow. Depths that
+// an operation refuses are left out, but for bits, which the scale products refuse.
 bool writesEveryPixel(const IplImage* src, const IplImage* srcB)
 {
     if (src->depth != IPL_DEPTH_8U && src->depth != IPL_DEPTH_1U)

@@ -13,8 +13,9 @@
 void ownWarpRectToQuad(const IplImage* src, const IplImage* dst, const double quad[4][2],
                        int32_t interpolate, const char* functionName, IplWarpKind kind, bool clip);
 
-// Fills the destination's region, or the rectangle in it that is given, but for
-// what falls outside the source's region.
+// Fills the destination's region but for what falls outside the source's. The
+// quadrangle lands on that region, or on `rectangle`, counted from its corner, which
+// no caller gives.
 void ownWarpQuadToRect(const IplImage* src, const IplImage* dst, const double quad[4][2],
                        int32_t interpolate, const char* functionName, IplWarpKind kind, bool clip,
                        const IplCorners* rectangle);

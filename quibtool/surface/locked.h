@@ -24,7 +24,7 @@ LockedSurface ownReadDescription(const DDSURFACEDESC& description);
 LockedSurface ownReadDescription(const DDSURFACEDESC2& description);
 
 // Locks all of a surface for as long as it takes. A surface that does not lock is
-// one of no size.
+// one of no size, unless it filled the description all the same.
 LockedSurface ownLockSurface(IDirectDrawSurface* surface);
 LockedSurface ownLockSurface(IDirectDrawSurface7* surface);
 
