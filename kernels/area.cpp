@@ -433,6 +433,17 @@ void blockMeans(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t s
         areaPlainBlocks(dst, src, step, block, divisor, width, columnSums);
 }
 
+// By way of a signed integer, which vectors convert.
+float toFloat(uint16_t sum)
+{
+    return static_cast<float>(static_cast<int32_t>(sum));
+}
+
+float toFloat(uint32_t sum)
+{
+    return static_cast<float>(sum);
+}
+
 template<class Sum>
 void areaSpanColumns(float* sums, const uint8_t* src, ptrdiff_t step, const AreaSpan& rows,
                      size_t count, Sum* between)
@@ -440,8 +451,7 @@ void areaSpanColumns(float* sums, const uint8_t* src, ptrdiff_t step, const Area
     const uint8_t* last = src + (rows.count - 1) * step;
     areaColumnSums(between, src + step, step, rows.count - 2, count);
     for (size_t i = 0; i < count; ++i)
-        sums[i] = rows.head * static_cast<float>(src[i]) +
-                  static_cast<float>(static_cast<int32_t>(between[i])) +
+        sums[i] = rows.head * static_cast<float>(src[i]) + toFloat(between[i]) +
                   rows.tail * static_cast<float>(last[i]);
 }
 

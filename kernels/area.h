@@ -26,6 +26,9 @@ struct AreaSpan {
     float tail;
 };
 
+// So many rows of bytes have sums that fit in 32 bits.
+constexpr int32_t areaTallestSpan = 1 << 24;
+
 // How many elements the sums of a row are followed by, of any value.
 constexpr int32_t areaSlack = 4;
 
@@ -38,8 +41,8 @@ struct AreaKernels {
                        const AreaBlock& block, size_t width, size_t height, void* columnSums);
     // The weighted sums of the `count` columns of a span of rows, the first of
     // which is at src: in single precision, head * first + (the exact sum of
-    // those between) + tail * last. A sum of bytes above 24 bits is rounded once
-    // more, and one that needs more than 31 is wrong.
+    // those between) + tail * last. A sum above 24 bits is rounded once more. Of at
+    // most areaTallestSpan rows.
     void (*spanColumns)(float* sums, const uint8_t* src, ptrdiff_t step, const AreaSpan& rows,
                         size_t count, void* columnSums);
     // Sums over spans of pixels of `channels` elements, in the order of the

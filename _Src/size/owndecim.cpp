@@ -198,6 +198,11 @@ float spanSum(const float* sums, const AreaSpan& span, int32_t stride)
     return sum;
 }
 
+void store(uint8_t* out, float value)
+{
+    *out = static_cast<uint8_t>(std::min(static_cast<int32_t>(value + 0.5f), 255));
+}
+
 void store(uint16_t* out, float value)
 {
     *out = static_cast<uint16_t>(std::min(static_cast<int32_t>(value + 0.5f), 65535));
@@ -231,6 +236,8 @@ void averageRow(Element* out, const Areas& job, const AreaTables& tables, int32_
 void averageRow(uint8_t* out, const Areas& job, const AreaTables& tables, int32_t plane,
                 const AreaSpan& rows)
 {
+    if (rows.count > quib::areaTallestSpan)
+        return averageRow<uint8_t>(out, job, tables, plane, rows);
     const quib::AreaKernels& kernels = quib::kernels().area;
     kernels.spanColumns(tables.sums.data, pixelRow<uint8_t>(job, plane, rows.first), job.src.step,
                         rows, static_cast<size_t>(tables.elements), tables.between.data);

@@ -2,6 +2,7 @@
 
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/levels.h"
+#include "tests/support/pace.h"
 #include "tests/support/random.h"
 
 #include <gtest/gtest.h>
@@ -170,6 +171,21 @@ TEST(AreaKernels, SpanColumnsWeighTheFirstAndTheLastRow)
                 ASSERT_EQ(sums.as<float>()[i], expected) << rows.count << " rows";
             }
         }
+    }
+}
+
+TEST(AreaKernels, SpanColumnsHaveRoomForTheTallestSpan)
+{
+    // All rows are one.
+    const std::vector<uint8_t> row(19, 255);
+    std::vector<uint32_t> scratch(row.size());
+    std::vector<float> sums(row.size());
+    const quib::AreaSpan rows{0, quib::areaTallestSpan / stepOfCases(16), 0.25f, 0.5f};
+    const float between = static_cast<float>(255.0 * (rows.count - 2));
+    for (const quib::Kernels* table : availableLevels()) {
+        SCOPED_TRACE(table->levelName);
+        table->area.spanColumns(sums.data(), row.data(), 0, rows, row.size(), scratch.data());
+        EXPECT_EQ(sums, std::vector<float>(row.size(), 0.25f * 255 + between + 0.5f * 255));
     }
 }
 
