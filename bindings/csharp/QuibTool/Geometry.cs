@@ -207,28 +207,28 @@ namespace QuibTool
         private delegate int QuadWarp(IplImage* source, IplImage** target, double* quad,
             int interpolate, bool warpFlag);
 
-        /// <summary>A new image of the same size and depth with this one's region drawn onto a
-        /// quadrangle, four rows of x and y: the places of the corners (left, top), (right, top),
-        /// (right, bottom) and (left, bottom); with inverse, the quadrangle drawn onto all of the
-        /// new image. A concave one is drawn by scanlines, nearest, at 32 bits only.
-        /// [QUIBWarpPerspectiveQ]</summary>
+        /// <summary>A new image of the same size with the region of this one, of 32 bits, drawn
+        /// onto a quadrangle, four rows of x and y: the places of the corners (left, top), (right,
+        /// top), (right, bottom) and (left, bottom); with inverse, the quadrangle drawn onto all
+        /// of the new image. A concave one is drawn by scanlines, nearest, and so are all on
+        /// processors that the engine's warp is not used on. [QUIBWarpPerspectiveQ]</summary>
         public Image WarpQuad(double[,] quad, Interpolation interpolation = Interpolation.Linear,
             bool smoothEdge = false, bool inverse = false)
         {
-            return Filled(new Image(Width, Height, Depth), made =>
+            Need.Depth(this, "this", 32);
+            return Filled(new Image(Width, Height, 32), made =>
                 WarpQuad(made, quad, interpolation, smoothEdge, inverse));
         }
 
-        /// <summary>The same into an image of the same depth; with inverse, onto its region.
+        /// <summary>The same into another image of 32 bits; with inverse, onto its region.
         /// [QUIBWarpPerspectiveQ]</summary>
         public void WarpQuad(Image target, double[,] quad,
             Interpolation interpolation = Interpolation.Linear, bool smoothEdge = false,
             bool inverse = false)
         {
             using (Hold.On(this, target, "target")) {
+                Need.Depth(this, "this", 32);
                 double[,] corners = Need.Matrix(quad, "quad", 4, 2, 1e6);
-                if (depth != 32 && !Quadrangle.IsConvex(corners))
-                    throw new ArgumentException("must be convex but for 32 bits", "quad");
                 WarpOnto(Native.QUIBWarpPerspectiveQ, target, corners,
                     Mode(interpolation, smoothEdge), inverse);
             }

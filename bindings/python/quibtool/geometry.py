@@ -401,18 +401,16 @@ def warp_quad(src: Image, quad: npt.ArrayLike,
               smooth_edge: bool = False, out: Optional[Image] = None) -> Image:
     """Warps src's region onto a quadrangle of out, the places of its corners (left, top),
     (right, top), (right, bottom) and (left, bottom); with inverse, the quadrangle of src onto
-    the region of out. A missing out is made, of the size and depth of src and filled with 0.
-    A concave quadrangle is drawn by scanlines, nearest, at 32 bits only. A quadrangle of one
-    column or row leaves the pixels alone. [QUIBWarpPerspectiveQ]"""
-    need_image("src", src)
+    the region of out. A missing out is made, of the size of src and filled with 0. A concave
+    quadrangle is drawn by scanlines, nearest, and so are all on processors that the engine's
+    warp is not used on: at 32 bits alone, so warp_quad_engine takes the other depths. A
+    quadrangle of one column or row leaves the pixels alone. [QUIBWarpPerspectiveQ]"""
+    need_depth("src", src, (32,))
     numbers, corners = _quad(quad)
     mode = _interpolation(interpolation, smooth_edge)
-    convex = _is_convex(corners)
-    if not convex:
-        need_depth("src under a concave quad", src, (32,))
     _need_quad_areas(src, out or src, inverse)
     if out is None:
-        out = Image(*check_size(src.width, src.height, src.depth))
+        out = Image(*check_size(src.width, src.height, 32))
     need_other("out", need_same_depth("out", out, src), src)
     _reserve_warp(src, out)
     call("QUIBWarpPerspectiveQ", src, Into(out), _rows(numbers), mode, bool(inverse))

@@ -181,10 +181,11 @@ internal static partial class Tests
             double[,] whole = { { 0, 0 }, { 8, 0 }, { 8, 8 }, { 0, 8 } };
             EachAndGone(image.WarpQuadByEngine(whole, Interpolation.Nearest), (y, x, c) => a[y, x, c]);
         }
-        using (Image gray = RandomImage(9, 9, 8)) {
+        using (Image gray = RandomImage(9, 9, 8), turned = new Image(9, 9, 8)) {
             int[,,] a = Read(gray);
             double[,] mirrored = { { 8, 0 }, { 0, 0 }, { 0, 8 }, { 8, 8 } };
-            EachAndGone(gray.WarpQuad(mirrored, Interpolation.Nearest), (y, x, c) => a[y, 8 - x, c]);
+            gray.WarpQuadByEngine(turned, mirrored, Interpolation.Nearest);
+            Each(turned, (y, x, c) => a[y, 8 - x, c]);
         }
         using (Image plain = new Image(9, 9, 32, 7)) { // a concave one, by scanlines
             double[,] dart = { { 0, 0 }, { 8, 0 }, { 2, 2 }, { 0, 8 } };

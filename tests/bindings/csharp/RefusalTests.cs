@@ -263,7 +263,8 @@ internal static partial class Tests
         Bad("this", () => Narrow().WarpAffine(new double[,] { { 1, 0, 0 }, { 0, 1, 0 } }));
         Bad("quad", () => image.WarpQuad(null));
         Bad("quad", () => image.WarpQuad(new double[3, 2]));
-        Bad("quad", () => Plain(24).WarpQuad(Concave));
+        Bad("this", () => Plain(24).WarpQuad(Quad));
+        Bad("this", () => Plain(24).WarpQuad(Plain(24), Quad));
         Bad("quad", () => image.WarpQuad(new double[,] { { 0, 0 }, { 1e7, 0 }, { 7, 5 }, { 0, 5 } }));
         Bad("this", () => Narrow().WarpQuad(Quad));
         Bad("target", () => image.WarpQuad(Narrow(), Quad, Interpolation.Linear, false, true));

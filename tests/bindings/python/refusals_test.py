@@ -131,7 +131,7 @@ REFUSED = [
     (ValueError, "convex", lambda: q.warp_perspective(image(), [[1, 0, 0], [0, 1, 0],
                                                                 [-1, 0, 2.5]])),
     (ValueError, "quad", lambda: q.warp_quad(image(), QUAD[:3])),
-    (ValueError, "concave", lambda: q.warp_quad(image(24), CONCAVE)),
+    (ValueError, "src must have 32 bits", lambda: q.warp_quad(image(24), QUAD)),
     (ValueError, "src must have 2 columns", lambda: q.warp_quad(small(), QUAD)),
     (ValueError, "out must have 2 columns", lambda: q.warp_quad(image(), QUAD, inverse=True,
                                                                 out=small())),
