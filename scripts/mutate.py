@@ -281,6 +281,10 @@ def compile_command(arguments, source, overlay, output):
 def link_command(line, objects, output):
     """A program's link as ninja tells it, with objects in front of the library."""
     words = plain_command([word for word in shlex.split(line.split("&&", 1)[1].rsplit("&&", 1)[0])])
+    # Objects of the program's own take the places of theirs.
+    own = [file.name.removeprefix("tests_") for file in objects if file.name.startswith("tests_")]
+    words = [word for word in words
+             if not any(word.partition(".dir/")[2].replace("/", "_") == name for name in own)]
     place = next(i for i, word in enumerate(words) if word.endswith(".a"))
     words[place:place] = map(str, objects)
     words[words.index("-o") + 1] = str(output)

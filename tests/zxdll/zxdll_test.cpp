@@ -268,6 +268,9 @@ TEST(ZxLoadPsdFileAsImage, TakesIndexedColoursFromTheirTable)
     for (size_t i = 0; i < 768; ++i)
         file.palette[i] = static_cast<uint8_t>(i / 256 * 10 + i % 256 / 255);
     EXPECT_EQ(firstPixels(file), (Bytes{20, 10, 0, 21, 11, 1}));
+    // What follows the table is passed by.
+    file.palette.resize(900, 7);
+    EXPECT_EQ(firstPixels(file), (Bytes{20, 10, 0, 21, 11, 1}));
 }
 
 TEST(ZxLoadPsdFileAsImage, RefusesOtherKinds)
@@ -286,7 +289,7 @@ TEST(ZxLoadPsdFileAsImage, RefusesOtherKinds)
     PsdFile indexed = filled(2, 1, 2, 8, {{0, 1}});
     indexed.palette.resize(767);
     EXPECT_FALSE(loads(psdBytes(indexed)));
-    indexed.palette.resize(770);
+    indexed.palette.resize(768);
     EXPECT_TRUE(loads(psdBytes(indexed)));
     EXPECT_FALSE(loads(with(psdBytes(indexed), 22, 16, 2)));
 }
@@ -406,6 +409,12 @@ TEST(ZxLoadPsdFileAsImage, FindsTheBlockOfLayersBehindOthers)
             for (file.blockAlign = 1; file.blockAlign < 5; file.blockAlign *= 2)
                 expectLoads(file);
         }
+        // More than any writer pads ends the blocks, and there are no layers.
+        file.bytesBefore = 4;
+        file.blockAlign = 8;
+        const LoadedPsd loaded(psdBytes(file));
+        ASSERT_TRUE(loaded);
+        EXPECT_EQ(loaded.frameCount(), 0u);
     }
 }
 
@@ -667,6 +676,13 @@ TEST(ZxLoadPsdFileAsImage, TakesNoMoreMemoryThanThePixelsAccountFor)
         EXPECT_FALSE(loads(psdBytes(file)));
         EXPECT_EQ(blocks.asked(), 0);
     }
+    // A mask that is larger than its layer adds to what the file holds.
+    PsdMask& mask = *file.layers[0].mask;
+    const PsdMask given = mask;
+    mask.area = {0, 0, 40, 40};
+    mask.elements.assign(1600, 9);
+    EXPECT_FALSE(loads(psdBytes(file)));
+    mask = given;
     // A layer that holds a sixteenth of that makes up for it.
     PsdLayer& layer = file.layers[1];
     layer.area = {0, 0, 3800, 640};
@@ -704,7 +720,8 @@ TEST(ZxLoadPsdFileAsImage, GivesNullWhenMemoryRunsOut)
             }
             // The file's own buffer is no need of the reader's.
             if (ranOut && passing > 1) {
-                EXPECT_EQ(blocks.live() != 0, image != nullptr);
+                EXPECT_EQ(image, nullptr) << passing;
+                EXPECT_EQ(blocks.live(), 0) << passing;
             }
             ZxImageDelete(image);
             EXPECT_EQ(blocks.live(), 0) << passing;

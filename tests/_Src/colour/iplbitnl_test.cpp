@@ -18,7 +18,8 @@ constexpr uint32_t dstDepths[] = {IPL_DEPTH_8U, IPL_DEPTH_8S, IPL_DEPTH_16U, IPL
 
 Image makeRandomBits(int32_t width, int32_t height, Random& random, int32_t origin = IPL_ORIGIN_TL)
 {
-    Image bits = makeImage(width, height, 1, IPL_DEPTH_1U, IPL_DATA_ORDER_PIXEL, 4, 0, origin);
+    const int32_t order = random.coin() ? IPL_DATA_ORDER_PIXEL : IPL_DATA_ORDER_PLANE;
+    Image bits = makeImage(width, height, 1, IPL_DEPTH_1U, order, 4, 0, origin);
     randomise(bits.get(), random);
     return bits;
 }
