@@ -143,9 +143,15 @@ class Commands(unittest.TestCase):
                                    "/w/a.cpp", "-o", "/w/a.o"])
 
     def test_objects_stand_in_front_of_the_library(self):
-        command = mutate.link_command(": && c++ -O3 t.o -o bin/t lib/a.a lib/b.so && :", ["m.o"],
-                                      "/w/t")
+        command = mutate.link_command(": && c++ -O3 t.o -o bin/t lib/a.a lib/b.so && :",
+                                      [pathlib.Path("m.o")], "/w/t")
         self.assertEqual(command[:7], ["c++", "-O3", "t.o", "-o", "/w/t", "m.o", "lib/a.a"])
+
+    def test_objects_of_the_program_stand_in_for_its_own(self):
+        command = mutate.link_command(": && c++ t.dir/k/v.cpp.o t.dir/k/w.cpp.o -o bin/t a.a && :",
+                                      [pathlib.Path("tests_k_v.cpp.o")], "/w/t")
+        self.assertEqual(command[:6], ["c++", "t.dir/k/w.cpp.o", "-o", "/w/t",
+                                       "tests_k_v.cpp.o", "a.a"])
 
 
 class Report(unittest.TestCase):
