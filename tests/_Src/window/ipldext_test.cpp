@@ -100,7 +100,9 @@ TEST(iplDecimateBlur, ReducesAfterTheBlur)
     for (int32_t i = 0; i < 16; ++i)
         putElement(src.get(), i % 4, i / 4, 0, i % 4 * 30);
     iplSetBorderMode(src.get(), IPL_BORDER_REPLICATE, 15, 0);
+    const int64_t held = liveBlocks();
     iplDecimateBlur(src.get(), dst.get(), 1, 2, 1, 2, IPL_INTER_NN, 3, 1);
+    EXPECT_EQ(liveBlocks(), held);
     EXPECT_EQ(element(dst.get(), 0, 0, 0), 10);
     EXPECT_EQ(element(dst.get(), 1, 1, 0), 60);
 }
