@@ -1,5 +1,6 @@
 #include "_Src/ipl.h"
 
+#include "kernels/area.h"
 #include "tests/support/guarded_image.h"
 #include "tests/support/levels.h"
 #include "tests/support/recorded_reports.h"
@@ -365,6 +366,17 @@ TEST(IplDecimate, TakesOnePixelByNearestOfARegionBelowOneDestinationPixel)
 }
 
 // --- Areas ------------------------------------------------------------------------------------
+
+TEST(IplDecimate, AveragesMoreRowsThanASumOfBytesHolds)
+{
+    // In single precision the sum of so many ones ends one short.
+    const int32_t rows = quib::areaTallestSpan + 1;
+    const Image src = makeImage(1, rows, 1, IPL_DEPTH_8U);
+    const Image dst = makeImage(1, 1, 1, IPL_DEPTH_8U);
+    iplSet(src.get(), 1);
+    iplDecimate(src.get(), dst.get(), 1, 1, 1, rows, IPL_INTER_SUPER);
+    EXPECT_EQ(element(dst.get(), 0, 0, 0), 1);
+}
 
 TEST(IplDecimate, SharesACutPixelBetweenTwoAreas)
 {
