@@ -59,8 +59,7 @@ bool canRead(const void* block, const void* first, size_t bytes)
 
 bool isReadable(const IplImage* handle)
 {
-    return handle && canRead(handle, handle, sizeof(IplImage)) &&
-           canRead(handle->imageDataOrigin, handle->imageData, 1);
+    return quib::ownIsMapped(handle) && handle->imageData;
 }
 
 // Each file's name, without its folders, makes a thousand of its own for its

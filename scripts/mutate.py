@@ -284,7 +284,7 @@ def link_command(line, objects, output):
     # Objects of the program's own take the places of theirs.
     own = [file.name.removeprefix("tests_") for file in objects if file.name.startswith("tests_")]
     words = [word for word in words
-             if not any(word.partition(".dir/")[2].replace("/", "_") == name for name in own)]
+             if word.partition(".dir/")[2].replace("/", "_") not in own]
     place = next(i for i, word in enumerate(words) if word.endswith(".a"))
     words[place:place] = map(str, objects)
     words[words.index("-o") + 1] = str(output)

@@ -111,20 +111,12 @@ void expandRegion(const IplImage* src, const IplImage* dst, bool flips, const Tw
 
 // --- Tiles ----------------------------------------------------------------------------------
 
-// An image that stands for the one that is given, with a region of its own.
-IplImage withRegion(const IplImage* image, IplROI* roi)
-{
-    IplImage copy = *image;
-    copy.roi = roi;
-    return copy;
-}
-
 // The regions, which may be null and are then the whole. False after a report.
 bool expandTiles(const IplImage* src, IplROI* srcRoi, const IplImage* dst, IplROI* dstRoi,
                  const TwoScales& scales)
 {
-    const IplImage from = withRegion(src, srcRoi);
-    const IplImage to = withRegion(dst, dstRoi);
+    const IplImage from = ownWithRegion(src, srcRoi);
+    const IplImage to = ownWithRegion(dst, dstRoi);
     IplTileSide sides[2] = {{&from, IPL_GET_TILE_TO_READ, src}, {&to, IPL_GET_TILE_TO_WRITE, dst}};
     const IplTileFault fault = ownWalkTiles(sides, 2, INT32_MAX, INT32_MAX, [&] {
         expandRegion(&sides[0].record, &sides[1].record, false, scales);
@@ -159,8 +151,8 @@ void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t Zero
     // Regions play no part.
     const bool flips = srcImage->origin != dstImage->origin;
     if (!srcImage->tileInfo && !dstImage->tileInfo) {
-        const IplImage src = withRegion(srcImage, nullptr);
-        const IplImage dst = withRegion(dstImage, nullptr);
+        const IplImage src = ownWithRegion(srcImage, nullptr);
+        const IplImage dst = ownWithRegion(dstImage, nullptr);
         expandRegion(&src, &dst, flips, scales);
     } else if (flips) {
         expandTilesFlipped(srcImage, dstImage, scales);

@@ -15,14 +15,6 @@ bool hasPixels(const IplImage* image)
     return image->imageData || image->tileInfo;
 }
 
-// Regions play no part.
-IplImage withoutRegion(const IplImage* image)
-{
-    IplImage copy = *image;
-    copy.roi = nullptr;
-    return copy;
-}
-
 // The pixels that the regions of both records have in common.
 bool convertRegion(const IplImage* src, const IplImage* dst)
 {
@@ -41,8 +33,8 @@ bool convertRegion(const IplImage* src, const IplImage* dst)
 // Tiles are whole bytes of bits wide, so all pieces begin at one.
 void convertTiles(const IplImage* src, const IplImage* dst)
 {
-    const IplImage from = withoutRegion(src);
-    const IplImage to = withoutRegion(dst);
+    const IplImage from = ownWithRegion(src, nullptr);
+    const IplImage to = ownWithRegion(dst, nullptr);
     IplTileSide sides[2] = {{&from, IPL_GET_TILE_TO_READ, src}, {&to, IPL_GET_TILE_TO_WRITE, dst}};
     bool done = true;
     const IplTileFault fault = ownWalkTiles(sides, 2, INT32_MAX, INT32_MAX, [&] {
@@ -66,7 +58,8 @@ void iplColorToGray(const IplImage* src, IplImage* dst)
         return;
     if (src->tileInfo || dst->tileInfo)
         return convertTiles(src, dst);
-    const IplImage from = withoutRegion(src);
-    const IplImage to = withoutRegion(dst);
+    // Regions play no part.
+    const IplImage from = ownWithRegion(src, nullptr);
+    const IplImage to = ownWithRegion(dst, nullptr);
     convertRegion(&from, &to);
 }

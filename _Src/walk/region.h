@@ -16,6 +16,14 @@ inline int32_t ownRegionY(const IplImage* image)
     return image->roi ? std::max(image->roi->yOffset, 0) : 0;
 }
 
+// A copy of the record with another region, or with none.
+inline IplImage ownWithRegion(const IplImage* image, IplROI* roi)
+{
+    IplImage copy = *image;
+    copy.roi = roi;
+    return copy;
+}
+
 // The channel that an image's region singles out, or 0.
 inline int32_t ownCoi(const IplImage* image)
 {
