@@ -111,13 +111,12 @@ void expandRegion(const IplImage* src, const IplImage* dst, bool flips, const Tw
 
 // --- Tiles ----------------------------------------------------------------------------------
 
-// The regions, which may be null and are then the whole. False after a report.
-bool expandTiles(const IplImage* src, IplROI* srcRoi, const IplImage* dst, IplROI* dstRoi,
-                 const TwoScales& scales)
+// False after a report.
+bool expandTiles(const IplImage* src, const IplROI& srcRoi, const IplImage* dst,
+                 const IplROI& dstRoi, const TwoScales& scales)
 {
-    const IplImage from = ownWithRegion(src, srcRoi);
-    const IplImage to = ownWithRegion(dst, dstRoi);
-    IplTileSide sides[2] = {{&from, IPL_GET_TILE_TO_READ, src}, {&to, IPL_GET_TILE_TO_WRITE, dst}};
+    IplTileSide sides[2] = {{.image = src, .mode = IPL_GET_TILE_TO_READ, .region = &srcRoi},
+                            {.image = dst, .mode = IPL_GET_TILE_TO_WRITE, .region = &dstRoi}};
     const IplTileFault fault = ownWalkTiles(sides, 2, INT32_MAX, INT32_MAX, [&] {
         expandRegion(&sides[0].record, &sides[1].record, false, scales);
     });
@@ -135,7 +134,7 @@ void expandTilesFlipped(const IplImage* src, const IplImage* dst, const TwoScale
     IplROI dstRow = srcRow;
     for (dstRow.yOffset = 0; dstRow.yOffset < dst->height; ++dstRow.yOffset) {
         srcRow.yOffset = dst->height - 1 - dstRow.yOffset;
-        if (!expandTiles(src, &srcRow, dst, &dstRow, scales))
+        if (!expandTiles(src, srcRow, dst, dstRow, scales))
             return;
     }
 }
@@ -157,6 +156,6 @@ void iplBitonalToGray(const IplImage* srcImage, IplImage* dstImage, int32_t Zero
     } else if (flips) {
         expandTilesFlipped(srcImage, dstImage, scales);
     } else {
-        expandTiles(srcImage, nullptr, dstImage, nullptr, scales);
+        expandTiles(srcImage, ownWhole(srcImage), dstImage, ownWhole(dstImage), scales);
     }
 }

@@ -33,9 +33,10 @@ bool convertRegion(const IplImage* src, const IplImage* dst)
 // Tiles are whole bytes of bits wide, so all pieces begin at one.
 void convertTiles(const IplImage* src, const IplImage* dst)
 {
-    const IplImage from = ownWithRegion(src, nullptr);
-    const IplImage to = ownWithRegion(dst, nullptr);
-    IplTileSide sides[2] = {{&from, IPL_GET_TILE_TO_READ, src}, {&to, IPL_GET_TILE_TO_WRITE, dst}};
+    const IplROI from = ownWhole(src);
+    const IplROI to = ownWhole(dst);
+    IplTileSide sides[2] = {{.image = src, .mode = IPL_GET_TILE_TO_READ, .region = &from},
+                            {.image = dst, .mode = IPL_GET_TILE_TO_WRITE, .region = &to}};
     bool done = true;
     const IplTileFault fault = ownWalkTiles(sides, 2, INT32_MAX, INT32_MAX, [&] {
         done = done && convertRegion(&sides[0].record, &sides[1].record);

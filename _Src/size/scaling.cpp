@@ -98,14 +98,13 @@ bool fetchSource(const IplCaller& caller, IplScaling* scaling, const IplImage* s
         reportNoMemory(caller);
         return false;
     }
-    IplROI part = sampledPart(src);
-    IplImage tiled = scaling->src;
-    tiled.roi = &part;
-    IplImage whole = *flat;
-    whole.roi = &part;
-    IplTileSide sides[2] = {{&tiled, IPL_GET_TILE_TO_READ, src}, {&whole, 0}};
-    const IplTileFault fault = ownWalkTiles(sides, 2, part.width, part.height,
-                                            [&] { iplCopy(&sides[0].record, &sides[1].record); });
+    const IplROI part = sampledPart(src);
+    IplTileSide sides[2] = {{.image = src, .mode = IPL_GET_TILE_TO_READ, .region = &part},
+                            {.image = flat, .region = &part}};
+    const IplTileFault fault = ownWalkTiles(sides, 2, part.width, part.height, [&] {
+        sides[0].record.maskROI = nullptr;
+        iplCopy(&sides[0].record, &sides[1].record);
+    });
     if (fault.kind != IplTileFault::none) {
         ownReport(caller, IPL_StsInternal, "srcImage->tileInfo->callBack crash");
         return false;
@@ -143,13 +142,12 @@ void ownStoreTiles(const IplCaller& caller, IplScaling* scaling, const IplImage*
 {
     if (!dst->tileInfo)
         return;
-    IplImage tiled = *dst;
-    tiled.maskROI = nullptr;
     IplTileSide sides[3] = {
-        {&scaling->dst, 0}, {&tiled, IPL_GET_TILE_TO_WRITE, dst}, {scaling->ownedMask, 0}};
+        {&scaling->dst, 0}, {dst, IPL_GET_TILE_TO_WRITE}, {scaling->ownedMask, 0}};
     const bool masked = scaling->ownedMask != nullptr;
     const auto store = [&] {
         sides[0].record.maskROI = masked ? &sides[2].record : nullptr;
+        sides[1].record.maskROI = nullptr;
         iplCopy(&sides[0].record, &sides[1].record);
     };
     const IplTileFault fault =

@@ -16,6 +16,12 @@ inline int32_t ownRegionY(const IplImage* image)
     return image->roi ? std::max(image->roi->yOffset, 0) : 0;
 }
 
+// The region that is the whole image.
+inline IplROI ownWhole(const IplImage* image)
+{
+    return {0, 0, 0, image->width, image->height};
+}
+
 // A copy of the record with another region, or with none.
 inline IplImage ownWithRegion(const IplImage* image, IplROI* roi)
 {

@@ -33,8 +33,7 @@ namespace
 
 void callBack(const IplTileSide& side, int32_t mode)
 {
-    side.image->tileInfo->callBack(side.given ? side.given : side.image, side.cursor.xIndex,
-                                   side.cursor.yIndex, mode);
+    side.image->tileInfo->callBack(side.image, side.cursor.xIndex, side.cursor.yIndex, mode);
 }
 
 // Fetches the cursor's tile; false if it did not come.
@@ -95,10 +94,11 @@ bool enterTile(IplTileSide* side, int64_t x, int32_t index, IplTileFault* fault)
 void ownStartWalk(IplTileSide* sides, int32_t count, int32_t* width, int32_t* height)
 {
     for (IplTileSide* side = sides; side != sides + count; ++side) {
+        const IplROI* region = side->region ? side->region : side->image->roi;
         side->record = *side->image;
-        side->roi = {side->image->roi ? side->image->roi->coi : 0, 0, 0, 0, 0};
+        side->roi = region ? *region : ownWhole(side->image);
         side->record.roi = &side->roi;
-        ownClipROI(side->image, &side->rectangle);
+        ownClipROI(&side->record, &side->rectangle);
         *width = std::min(*width, side->rectangle.width);
         *height = std::min(*height, side->rectangle.height);
         if (side->mode != 0)

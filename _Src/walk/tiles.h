@@ -25,10 +25,10 @@ void ownTileWindow(const IplImage* image, IplImage* workRecord, const IplRect& r
 // One of the images that are walked in step. The walk sets everything from
 // `record` on; the record points into the struct, which must stay in place.
 struct IplTileSide {
-    const IplImage* image = nullptr;
+    const IplImage* image = nullptr; // the program's own record, of which callbacks hear
     int32_t mode = 0;                // how its tiles are fetched; 0: it is not cut at its tiles
-    const IplImage* given = nullptr; // what callbacks hear of where `image` is a copy: the caller's
     int32_t role = 0;                // what it plays in its operation
+    const IplROI* region = nullptr;  // what is walked, where it is not the image's region
     IplImage record{};               // the piece, as the work sees it
     IplROI roi{};
     IplRect rectangle{};

@@ -84,8 +84,8 @@ void reduce(const IplImage* src, const IplImage* dst, const IplFactors& factors,
     }
     IplImage from = *src;
     IplImage to = *dst;
-    IplROI fromRoi = src->roi ? *src->roi : IplROI{0, 0, 0, src->width, src->height};
-    IplROI toRoi = dst->roi ? *dst->roi : IplROI{0, 0, 0, dst->width, dst->height};
+    IplROI fromRoi = src->roi ? *src->roi : ownWhole(src);
+    IplROI toRoi = dst->roi ? *dst->roi : ownWhole(dst);
     from.roi = &fromRoi;
     to.roi = &toRoi;
     for (int32_t coi = 1; coi <= channels; ++coi) {

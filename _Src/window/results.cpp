@@ -87,17 +87,13 @@ bool IplResults::finish(int32_t y)
 bool IplResults::storeTiles(int32_t top, int32_t end) const
 {
     const int32_t x = ownRegionX(shape.dst);
-    IplImage band = *shape.dst;
-    IplROI bandRoi{ownCoi(shape.dst), x, firstRow + top, shape.width, end - top};
-    band.roi = &bandRoi;
-    IplImage maskBand{};
-    IplROI maskRoi{};
-    IplTileSide sides[2] = {{&band, IPL_GET_TILE_TO_WRITE, shape.dst}};
+    const IplROI band{ownCoi(shape.dst), x, firstRow + top, shape.width, end - top};
+    IplROI maskBand{0, 0, 0, shape.width, end - top};
+    IplTileSide sides[2] = {{.image = shape.dst, .mode = IPL_GET_TILE_TO_WRITE, .region = &band},
+                            {.image = shape.mask, .region = &maskBand}};
     if (shape.mask) {
-        maskRoi = {0, ownRegionX(shape.mask), ownRegionY(shape.mask) + top, shape.width, end - top};
-        maskBand = *shape.mask;
-        maskBand.roi = &maskRoi;
-        sides[1].image = &maskBand;
+        maskBand.xOffset = ownRegionX(shape.mask);
+        maskBand.yOffset = ownRegionY(shape.mask) + top;
     }
     const IplTileSide& side = sides[0];
     const auto store = [&] {
