@@ -9,6 +9,10 @@
 - Each function of quibtool.h and ipl.h has a docstring: a comment that stands
   above it with no empty line between; a comment may serve several functions if no
   empty line parts them. A heading is no docstring.
+- Test programs compile the files of a folder as one (quib_unite_folders in
+  tests/CMakeLists.txt): no helper of such a file has the name of a helper of another
+  one, or of a header that another one includes. The compiler would see most of them
+  as overloads, and choose.
 
 Prints a line for each offence; the exit status is 1 if there was one.
 """
@@ -408,9 +412,66 @@ def check_docstrings(root):
                     yield f"{header}:1: {name} is exported and not declared"
 
 
+# --- Helpers of tests ----------------------------------------------------------------
+
+# A definition at the left margin: a type, or what its name and ( or { or = tell.
+TYPE = re.compile(r"(?:struct|class|enum(?: class)?) (\w+)")
+OTHER = re.compile(r"[^=(]*?\b(\w+)(?:\[\w*\])?(?: = |\{|\()")
+NO_HELPER = ("template", "using ", "namespace", "TEST", "INSTANTIATE", "EXPECT", "ASSERT")
+
+
+def helpers(text):
+    """The names of the types, functions and values that a file of tests defines."""
+    for line in text.split("\n"):
+        if re.match(r"\w", line) and not line.startswith(NO_HELPER):
+            match = TYPE.match(line) or OTHER.match(line)
+            if match:
+                yield match[1]
+
+
+def united_folders(root):
+    """{folder: its files} for what the test programs compile as one."""
+    tests = root / "tests"
+    listing = tests / "CMakeLists.txt"
+    text = listing.read_text(encoding="utf-8") if listing.is_file() else ""
+    folders = {}
+    for match in re.finditer(r"^quib_test\((\w+) \d+\s+([^)]*)\)", text, re.MULTILINE):
+        for source in match[2].split():
+            path = pathlib.PurePath("tests", source)
+            folders.setdefault((match[1], path.parent), []).append(path)
+    return folders
+
+
+def headers_of_tests(root, source):
+    """The headers that a file of tests includes, however far away, but the library's."""
+    known, waiting = set(), [source]
+    while waiting:
+        for _, target in includes(root, waiting.pop()):
+            if target and target not in known and home(target).parts[0] in RANKS \
+                    and home(target).parts[0] not in LIBRARY:
+                known.add(target)
+                waiting.append(target)
+    return known
+
+
+def check_helpers(root):
+    for files in united_folders(root).values():
+        owners = {}
+        headers = {file: headers_of_tests(root, file) for file in files if (root / file).is_file()}
+        for file in sorted(set().union(*headers.values())):
+            for name in helpers((root / file).read_text(encoding="utf-8")):
+                owners.setdefault(name, file)
+        for file in headers:
+            for name in sorted(set(helpers((root / file).read_text(encoding="utf-8")))):
+                owner = owners.setdefault(name, file)
+                if owner != file and owner not in headers[file]:
+                    yield f"{file}:1: {name} is a helper of {owner} too, which is compiled with it"
+
+
 def offences(root):
     """A line for each offence in the tree."""
-    return [offence for check in (check_includes, check_functions, check_docstrings)
+    return [offence for check in (check_includes, check_functions, check_docstrings,
+                                     check_helpers)
             for offence in check(root)]
 
 

@@ -12,9 +12,9 @@
 namespace
 {
 
-constexpr SceneKind kinds[] = {{1, false, false},  {8, false, false}, {24, false, false},
-                               {32, false, false}, {8, true, false},  {32, true, true},
-                               {8, true, true},    {1, true, true}};
+constexpr SceneKind failingKinds[] = {{1, false, false},  {8, false, false}, {24, false, false},
+                                      {32, false, false}, {8, true, false},  {32, true, true},
+                                      {8, true, true},    {1, true, true}};
 
 // Reports come back and are counted, without memory.
 int32_t reports;
@@ -152,4 +152,4 @@ TEST_P(FailingMemory, IsToldAndLosesNothing)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(EachKind, FailingMemory, testing::ValuesIn(kinds), nameOfKind);
+INSTANTIATE_TEST_SUITE_P(EachKind, FailingMemory, testing::ValuesIn(failingKinds), nameOfKind);

@@ -21,7 +21,7 @@ extern "C" const char* __tsan_default_suppressions()
 namespace
 {
 
-constexpr SceneKind kinds[] = {
+constexpr SceneKind threadKinds[] = {
     {1, false, false}, {8, true, true}, {24, true, false}, {32, false, false}, {32, true, true}};
 
 struct Expected {
@@ -78,4 +78,4 @@ TEST_P(Threads, WorkOnHandlesOfTheirOwn)
     iplErrorState = saved;
 }
 
-INSTANTIATE_TEST_SUITE_P(EachKind, Threads, testing::ValuesIn(kinds), nameOfKind);
+INSTANTIATE_TEST_SUITE_P(EachKind, Threads, testing::ValuesIn(threadKinds), nameOfKind);

@@ -14,7 +14,7 @@ namespace
 // Calls work(kernels, pixels, plane, count) with buffers of every small count
 // that end at an inaccessible page, at every level.
 template<class Work>
-void forEachRun(Work work)
+void forEachAlphaRun(Work work)
 {
     for (const quib::Kernels* table : availableLevels()) {
         SCOPED_TRACE(table->levelName);
@@ -34,7 +34,7 @@ void forEachRun(Work work)
 
 TEST(AlphaKernels, ConstantSetsTheFourthByteAlone)
 {
-    forEachRun([](const quib::AlphaKernels& kernels, uint8_t* pixels, uint8_t*, size_t count) {
+    forEachAlphaRun([](const quib::AlphaKernels& kernels, uint8_t* pixels, uint8_t*, size_t count) {
         std::vector<uint8_t> expected(pixels, pixels + count * 4);
         for (size_t i = 0; i < count; ++i)
             expected[i * 4 + 3] = 0x9B;
@@ -46,8 +46,8 @@ TEST(AlphaKernels, ConstantSetsTheFourthByteAlone)
 TEST(AlphaKernels, FromPlaneScalesThePlaneByte)
 {
     for (const uint32_t scale : {0u, 1u, 127u, 128u, 253u, 255u, 256u}) {
-        forEachRun([scale](const quib::AlphaKernels& kernels, uint8_t* pixels, uint8_t* plane,
-                           size_t count) {
+        forEachAlphaRun([scale](const quib::AlphaKernels& kernels, uint8_t* pixels, uint8_t* plane,
+                                size_t count) {
             std::vector<uint8_t> expected(pixels, pixels + count * 4);
             for (size_t i = 0; i < count; ++i)
                 expected[i * 4 + 3] = static_cast<uint8_t>((plane[i] * scale) >> 8);
@@ -77,7 +77,7 @@ TEST(AlphaKernels, ScaleIsExactForEveryAlphaAndScale)
 
 TEST(AlphaKernels, ScaleStaysInsideItsRun)
 {
-    forEachRun([](const quib::AlphaKernels& kernels, uint8_t* pixels, uint8_t*, size_t count) {
+    forEachAlphaRun([](const quib::AlphaKernels& kernels, uint8_t* pixels, uint8_t*, size_t count) {
         std::vector<uint8_t> expected(pixels - 1, pixels + count * 4);
         for (size_t i = 0; i < count; ++i)
             expected[i * 4 + 4] = static_cast<uint8_t>((expected[i * 4 + 4] * 77) >> 8);

@@ -27,8 +27,8 @@ uint8_t plainMean(const uint8_t* src, ptrdiff_t step, const quib::AreaBlock& blo
 }
 
 // One row of means from guarded rows, at one level.
-void checkRow(const quib::AreaKernels& kernels, const quib::AreaBlock& block, size_t width,
-              Guard guard, Random& random)
+void checkAreaRow(const quib::AreaKernels& kernels, const quib::AreaBlock& block, size_t width,
+                  Guard guard, Random& random)
 {
     const size_t rowBytes = width * block.xSize * block.channels;
     const size_t step = rowBytes + static_cast<size_t>(random.between(0, 7));
@@ -60,8 +60,8 @@ TEST(AreaKernels, BlockMeansAreExactForEverySizeAndWidth)
                 for (int32_t channels = 1; channels <= 5; ++channels)
                     for (const size_t width : {1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 11u, 13u, 16u, 17u,
                                                23u, 24u, 25u, 33u, 47u, 65u})
-                        checkRow(table->area, {xSize, ySize, channels}, width,
-                                 random.coin() ? Guard::afterEnd : Guard::beforeStart, random);
+                        checkAreaRow(table->area, {xSize, ySize, channels}, width,
+                                     random.coin() ? Guard::afterEnd : Guard::beforeStart, random);
     }
 }
 
@@ -73,8 +73,9 @@ TEST(AreaKernels, BlockMeansAreExactForTallAndWideBlocks)
         for (const int32_t ySize : {31, 32, 33, 42, 43, 63, 64, 65, 257, 258, 400})
             for (const int32_t xSize : {1, 2, 3, 4, 5, 63, 64})
                 for (const int32_t channels : {1, 3, 4})
-                    checkRow(table->area, {xSize, ySize, channels},
-                             static_cast<size_t>(random.between(1, 40)), Guard::afterEnd, random);
+                    checkAreaRow(table->area, {xSize, ySize, channels},
+                                 static_cast<size_t>(random.between(1, 40)), Guard::afterEnd,
+                                 random);
     }
 }
 

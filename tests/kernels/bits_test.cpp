@@ -1,5 +1,6 @@
 #include "kernels/bits.h"
 
+#include "tests/support/bits.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/levels.h"
 #include "tests/support/random.h"
@@ -15,25 +16,13 @@ namespace
 
 using Bytes = std::vector<uint8_t>;
 
-bool bitAt(const uint8_t* bytes, size_t index)
-{
-    return (bytes[index / 8] >> (7 - index % 8)) & 1;
-}
-
-void putBit(uint8_t* bytes, size_t index, bool value)
-{
-    const int bit = 0x80 >> (index % 8);
-    bytes[index / 8] =
-        static_cast<uint8_t>(value ? bytes[index / 8] | bit : bytes[index / 8] & ~bit);
-}
-
-struct Operation {
+struct BitOperation {
     const char* name;
     quib::BitRun quib::BitKernels::*run;
     bool (*plain)(bool dst, bool a, bool b, bool value);
 };
 
-const Operation operations[] = {
+const BitOperation operations[] = {
     {"copy", &quib::BitKernels::copy, [](bool, bool a, bool, bool) { return a; }},
     {"andS", &quib::BitKernels::andS, [](bool, bool a, bool, bool value) { return a && value; }},
     {"orS", &quib::BitKernels::orS, [](bool, bool a, bool, bool value) { return a || value; }},
@@ -47,12 +36,7 @@ const Operation operations[] = {
 };
 
 // The bytes that hold `width` bits from `start` on, and nothing more.
-size_t bytesFor(size_t start, size_t width)
-{
-    return width == 0 ? 0 : (start + width + 7) / 8;
-}
-
-void expectPlainRow(const Operation& operation, quib::BitRun run, size_t width,
+void expectPlainRow(const BitOperation& operation, quib::BitRun run, size_t width,
                     const size_t (&starts)[3], uint8_t* dst, uint8_t* a, uint8_t* b, Random& random)
 {
     const size_t dstBytes = bytesFor(starts[0], width);
@@ -72,7 +56,7 @@ void expectPlainRow(const Operation& operation, quib::BitRun run, size_t width,
 }
 
 // In buffers that hold nothing more.
-void expectPlainGuardedRow(const Operation& operation, quib::BitRun run, size_t width,
+void expectPlainGuardedRow(const BitOperation& operation, quib::BitRun run, size_t width,
                            const size_t (&starts)[3], Guard guard, Random& random)
 {
     const GuardedBuffer dst(bytesFor(starts[0], width), guard);
@@ -82,10 +66,10 @@ void expectPlainGuardedRow(const Operation& operation, quib::BitRun run, size_t 
 }
 
 template<class Work>
-void forEachRun(Work work)
+void forEachBitRun(Work work)
 {
     for (const quib::Kernels* table : availableLevels()) {
-        for (const Operation& operation : operations) {
+        for (const BitOperation& operation : operations) {
             SCOPED_TRACE(std::string(table->levelName) + " " + operation.name);
             work(operation, table->bits.*operation.run);
         }
@@ -96,7 +80,7 @@ void forEachRun(Work work)
 
 TEST(BitKernels, GiveThePlainResultAtAllOffsets)
 {
-    forEachRun([](const Operation& operation, quib::BitRun run) {
+    forEachBitRun([](const BitOperation& operation, quib::BitRun run) {
         Random random(61);
         uint8_t rows[3][64];
         for (size_t d = 0; d < 8; ++d)
@@ -110,7 +94,7 @@ TEST(BitKernels, GiveThePlainResultAtAllOffsets)
 
 TEST(BitKernels, TouchNoByteOutsideTheRow)
 {
-    forEachRun([](const Operation& operation, quib::BitRun run) {
+    forEachBitRun([](const BitOperation& operation, quib::BitRun run) {
         Random random(62);
         for (size_t width = 0; width < 900; width += width < 150 ? 1 : 23) {
             const auto start = [&random] { return static_cast<size_t>(random.between(0, 7)); };
@@ -125,7 +109,7 @@ TEST(BitKernels, TouchNoByteOutsideTheRow)
 
 TEST(BitKernels, TakeStartsPastTheFirstByte)
 {
-    forEachRun([](const Operation& operation, quib::BitRun run) {
+    forEachBitRun([](const BitOperation& operation, quib::BitRun run) {
         Random random(63);
         for (const size_t width : {5, 70, 200})
             ASSERT_NO_FATAL_FAILURE(
@@ -135,7 +119,7 @@ TEST(BitKernels, TakeStartsPastTheFirstByte)
 
 TEST(BitKernels, WalkRowsByTheirSteps)
 {
-    forEachRun([](const Operation& operation, quib::BitRun run) {
+    forEachBitRun([](const BitOperation& operation, quib::BitRun run) {
         Random random(64);
         constexpr size_t width = 77;
         constexpr size_t height = 5;
@@ -159,7 +143,7 @@ TEST(BitKernels, WalkRowsByTheirSteps)
 
 TEST(BitKernels, MayWriteIntoTheirOperands)
 {
-    forEachRun([](const Operation& operation, quib::BitRun run) {
+    forEachBitRun([](const BitOperation& operation, quib::BitRun run) {
         Random random(65);
         for (size_t width = 1; width < 400; width += 13) {
             const int32_t start = random.between(0, 7);

@@ -17,8 +17,8 @@ constexpr quib::RowsAhead nowhere{-8192, 8192};
 // One row at the inaccessible page before or behind both buffers, compared with
 // what expectedByte(src, pixel, channel) says.
 template<class Convert, class Expected>
-void checkRow(Convert convert, size_t srcBytes, size_t dstBytes, size_t count, Guard guard,
-              Random& random, Expected expectedByte)
+void checkConvertedRow(Convert convert, size_t srcBytes, size_t dstBytes, size_t count, Guard guard,
+                       Random& random, Expected expectedByte)
 {
     const GuardedBuffer src(count * srcBytes + 1, guard);
     const GuardedBuffer dst(count * dstBytes + 1, guard);
@@ -36,17 +36,17 @@ void checkRow(Convert convert, size_t srcBytes, size_t dstBytes, size_t count, G
 }
 
 template<class Choose, class Expected>
-void checkRows(Choose choose, size_t srcBytes, size_t dstBytes, Expected expectedByte)
+void checkConvertedRows(Choose choose, size_t srcBytes, size_t dstBytes, Expected expectedByte)
 {
     for (const quib::Kernels* table : availableLevels()) {
         SCOPED_TRACE(table->levelName);
         Random random(21);
         for (size_t count = 0; count <= 100; ++count)
             for (const Guard guard : {Guard::afterEnd, Guard::beforeStart})
-                checkRow(choose(table->convert), srcBytes, dstBytes, count, guard, random,
-                         expectedByte);
-        checkRow(choose(table->convert), srcBytes, dstBytes, 5000, Guard::afterEnd, random,
-                 expectedByte);
+                checkConvertedRow(choose(table->convert), srcBytes, dstBytes, count, guard, random,
+                                  expectedByte);
+        checkConvertedRow(choose(table->convert), srcBytes, dstBytes, 5000, Guard::afterEnd, random,
+                          expectedByte);
     }
 }
 
@@ -66,31 +66,31 @@ uint8_t opaqueByte(const uint8_t* pixel, size_t channel)
 
 TEST(ConvertKernels, OpaqueFrom24AddsTheAlphaByte)
 {
-    checkRows([](const quib::ConvertKernels& k) { return announcing(k.opaqueFrom24); }, 3, 4,
-              opaqueByte);
+    checkConvertedRows([](const quib::ConvertKernels& k) { return announcing(k.opaqueFrom24); }, 3,
+                       4, opaqueByte);
 }
 
 TEST(ConvertKernels, OpaqueFrom32ReplacesTheAlphaByte)
 {
-    checkRows([](const quib::ConvertKernels& k) { return announcing(k.opaqueFrom32); }, 4, 4,
-              opaqueByte);
+    checkConvertedRows([](const quib::ConvertKernels& k) { return announcing(k.opaqueFrom32); }, 4,
+                       4, opaqueByte);
 }
 
 TEST(ConvertKernels, To24DropsTheFourthByte)
 {
-    checkRows([](const quib::ConvertKernels& k) { return k.to24; }, 4, 3,
-              [](const uint8_t* pixel, size_t channel) { return pixel[channel]; });
+    checkConvertedRows([](const quib::ConvertKernels& k) { return k.to24; }, 4, 3,
+                       [](const uint8_t* pixel, size_t channel) { return pixel[channel]; });
 }
 
 TEST(ConvertKernels, GrayTo24RepeatsTheByte)
 {
-    checkRows([](const quib::ConvertKernels& k) { return k.grayTo24; }, 1, 3,
-              [](const uint8_t* pixel, size_t) { return *pixel; });
+    checkConvertedRows([](const quib::ConvertKernels& k) { return k.grayTo24; }, 1, 3,
+                       [](const uint8_t* pixel, size_t) { return *pixel; });
 }
 
 TEST(ConvertKernels, GrayUnderAlphaLeavesTheFourthByte)
 {
-    checkRows(
+    checkConvertedRows(
         [](const quib::ConvertKernels& k) { return k.grayUnderAlpha; }, 1, 4,
         [](const uint8_t* pixel, size_t channel) { return channel == 3 ? uint8_t{0xA5} : *pixel; });
 }

@@ -91,7 +91,7 @@ void forEachShape(Visit visit)
 
 // The sums of one function against those of 64 bits.
 template<class Element, class Sum, class Function>
-void expectSums(Function function, int32_t least, int32_t most)
+void expectConvolvedSums(Function function, int32_t least, int32_t most)
 {
     forEachShape([&](Guard guard, size_t length, size_t count, Random& random) {
         const Rows<Element> rows(count, length, guard, random);
@@ -111,9 +111,9 @@ void expectSums(Function function, int32_t least, int32_t most)
 }
 
 template<class Element, class Sum, class Function>
-void expectSums(Function function, int32_t most)
+void expectConvolvedSums(Function function, int32_t most)
 {
-    expectSums<Element, Sum>(function, -most, most);
+    expectConvolvedSums<Element, Sum>(function, -most, most);
 }
 
 template<class Element>
@@ -161,7 +161,7 @@ const std::vector<int32_t> tellingInts{INT32_MIN, -65536, -32769, -32768, -129, 
                                        -1,        0,      1,      127,    128,   255,
                                        256,       32767,  32768,  65535,  65536, INT32_MAX};
 
-std::vector<float> tellingFloats()
+std::vector<float> floatsToRound()
 {
     std::vector<float> values{-3e38f,   3e38f,    -2147483648.0f, 2147483648.0f, 2147483520.0f,
                               0.5f,     1.5f,     2.5f,           -0.5f,         254.5f,
@@ -179,12 +179,12 @@ const std::vector<int16_t> tellingWords{-32768, -129, -128, -1, 0, 1, 127, 128, 
 TEST(ConvolveKernels, SumsAreExact)
 {
     forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
-        expectSums<uint8_t, int16_t>(kernels.sums16[quib::convolveU8], 14);
-        expectSums<int8_t, int16_t>(kernels.sums16[quib::convolveS8], 28);
-        expectSums<uint8_t, int32_t>(kernels.sums32[quib::convolveU8], 32767);
-        expectSums<int8_t, int32_t>(kernels.sums32[quib::convolveS8], 1800000);
-        expectSums<uint16_t, int32_t>(kernels.sums32[quib::convolveU16], 3600);
-        expectSums<int16_t, int32_t>(kernels.sums32[quib::convolveS16], 7200);
+        expectConvolvedSums<uint8_t, int16_t>(kernels.sums16[quib::convolveU8], 14);
+        expectConvolvedSums<int8_t, int16_t>(kernels.sums16[quib::convolveS8], 28);
+        expectConvolvedSums<uint8_t, int32_t>(kernels.sums32[quib::convolveU8], 32767);
+        expectConvolvedSums<int8_t, int32_t>(kernels.sums32[quib::convolveS8], 1800000);
+        expectConvolvedSums<uint16_t, int32_t>(kernels.sums32[quib::convolveU16], 3600);
+        expectConvolvedSums<int16_t, int32_t>(kernels.sums32[quib::convolveS16], 7200);
     });
 }
 
@@ -192,9 +192,9 @@ TEST(ConvolveKernels, SumsOfWeightsAreExact)
 {
     forEachTable<quib::ConvolveKernels>([](const ConvolveKernels& kernels) {
         const auto sums = kernels.sums32[quib::convolveU8];
-        expectSums<uint8_t, int32_t>(sums, 0, 28);
-        expectSums<uint8_t, int32_t>(sums, 0, 66);
-        expectSums<uint8_t, int32_t>(sums, -1, 20);
+        expectConvolvedSums<uint8_t, int32_t>(sums, 0, 28);
+        expectConvolvedSums<uint8_t, int32_t>(sums, 0, 66);
+        expectConvolvedSums<uint8_t, int32_t>(sums, -1, 20);
         // The greatest that fit into 16 bits, and the least that do not.
         const std::vector<uint8_t> white(70, 255);
         const std::vector<const void*> rows(8, white.data());
@@ -233,11 +233,11 @@ TEST(ConvolveKernels, ResultsAreTheNearestElements)
         expectFinished<int8_t>(kernels.finish32[quib::convolveS8], tellingInts);
         expectFinished<uint16_t>(kernels.finish32[quib::convolveU16], tellingInts);
         expectFinished<int16_t>(kernels.finish32[quib::convolveS16], tellingInts);
-        expectFinished<uint8_t>(kernels.finishFloat[quib::convolveU8], tellingFloats());
-        expectFinished<int8_t>(kernels.finishFloat[quib::convolveS8], tellingFloats());
-        expectFinished<uint16_t>(kernels.finishFloat[quib::convolveU16], tellingFloats());
-        expectFinished<int16_t>(kernels.finishFloat[quib::convolveS16], tellingFloats());
-        expectFinished<int32_t>(kernels.finishFloat[quib::convolveS32], tellingFloats());
+        expectFinished<uint8_t>(kernels.finishFloat[quib::convolveU8], floatsToRound());
+        expectFinished<int8_t>(kernels.finishFloat[quib::convolveS8], floatsToRound());
+        expectFinished<uint16_t>(kernels.finishFloat[quib::convolveU16], floatsToRound());
+        expectFinished<int16_t>(kernels.finishFloat[quib::convolveS16], floatsToRound());
+        expectFinished<int32_t>(kernels.finishFloat[quib::convolveS32], floatsToRound());
     });
 }
 

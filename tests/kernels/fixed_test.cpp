@@ -14,13 +14,13 @@ using quib::FixedKernels;
 namespace
 {
 
-constexpr size_t lengths[] = {1, 3, 7, 8, 15, 16, 17, 31, 32, 33, 63, 65, 100, 129};
+constexpr size_t rowLengths[] = {1, 3, 7, 8, 15, 16, 17, 31, 32, 33, 63, 65, 100, 129};
 
 template<class Visit>
 void forEachLength(Visit visit)
 {
     for (const Guard guard : {Guard::afterEnd, Guard::beforeStart})
-        for (const size_t length : lengths)
+        for (const size_t length : rowLengths)
             visit(guard, length);
 }
 
@@ -34,7 +34,7 @@ In randomOf(Random& random)
 }
 
 template<class In, class Sum, class Function>
-void expectSums(Function function, std::vector<size_t> tapCounts, int32_t most)
+void expectFixedSums(Function function, std::vector<size_t> tapCounts, int32_t most)
 {
     Random random(1);
     forEachLength([&](Guard guard, size_t length) {
@@ -145,17 +145,17 @@ TEST(FixedKernels, SumsAreThePlainOnes)
 {
     forEachTable<quib::FixedKernels>([](const FixedKernels& kernels) {
         const std::vector<size_t> counts = {2, 3, 5};
-        expectSums<uint8_t, int16_t>(kernels.down[quib::fixedU8], counts, 24);
-        expectSums<int8_t, int16_t>(kernels.down[quib::fixedS8], counts, 24);
-        expectSums<uint16_t, int32_t>(kernels.down[quib::fixedU16], counts, 24);
-        expectSums<int16_t, int32_t>(kernels.down[quib::fixedS16], counts, 24);
-        expectSums<int32_t, int64_t>(kernels.down[quib::fixedS32], counts, 24);
-        expectSums<float, double>(kernels.down[quib::fixedF32], {1, 6, 9, 25}, 24);
-        expectSums<int16_t, int16_t>(kernels.across[quib::fixedU8], counts, 24);
-        expectSums<int16_t, int16_t>(kernels.across[quib::fixedS8], counts, 24);
-        expectSums<int32_t, int32_t>(kernels.across[quib::fixedU16], counts, 24);
-        expectSums<int32_t, int32_t>(kernels.across[quib::fixedS16], counts, 24);
-        expectSums<int64_t, int64_t>(kernels.across[quib::fixedS32], counts, 24);
+        expectFixedSums<uint8_t, int16_t>(kernels.down[quib::fixedU8], counts, 24);
+        expectFixedSums<int8_t, int16_t>(kernels.down[quib::fixedS8], counts, 24);
+        expectFixedSums<uint16_t, int32_t>(kernels.down[quib::fixedU16], counts, 24);
+        expectFixedSums<int16_t, int32_t>(kernels.down[quib::fixedS16], counts, 24);
+        expectFixedSums<int32_t, int64_t>(kernels.down[quib::fixedS32], counts, 24);
+        expectFixedSums<float, double>(kernels.down[quib::fixedF32], {1, 6, 9, 25}, 24);
+        expectFixedSums<int16_t, int16_t>(kernels.across[quib::fixedU8], counts, 24);
+        expectFixedSums<int16_t, int16_t>(kernels.across[quib::fixedS8], counts, 24);
+        expectFixedSums<int32_t, int32_t>(kernels.across[quib::fixedU16], counts, 24);
+        expectFixedSums<int32_t, int32_t>(kernels.across[quib::fixedS16], counts, 24);
+        expectFixedSums<int64_t, int64_t>(kernels.across[quib::fixedS32], counts, 24);
     });
 }
 

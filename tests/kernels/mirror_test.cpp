@@ -1,5 +1,6 @@
 #include "kernels/mirror.h"
 
+#include "tests/support/bits.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/levels.h"
 #include "tests/support/random.h"
@@ -26,7 +27,7 @@ constexpr Guard guards[] = {Guard::afterEnd, Guard::beforeStart};
 
 // Calls work(kernels, pixels, pixelBytes, guard) for rows of all kinds.
 template<class Work>
-void forEachRow(Work work)
+void forEachMirrorRow(Work work)
 {
     forEachTable<quib::MirrorKernels>([&](const quib::MirrorKernels& mirror) {
         for (size_t pixelBytes = 1; pixelBytes <= 19; ++pixelBytes)
@@ -38,8 +39,8 @@ void forEachRow(Work work)
 }
 
 // Rows that lie `step` bytes apart, the first one last where it is negative.
-struct Rows {
-    Rows(size_t rows, size_t bytes, ptrdiff_t itsStep, Guard guard)
+struct SteppedRows {
+    SteppedRows(size_t rows, size_t bytes, ptrdiff_t itsStep, Guard guard)
         : step(itsStep), buffer(rows == 0 ? 0 : (rows - 1) * distance() + bytes, guard),
           first(buffer.data() + (step < 0 && rows > 0 ? (rows - 1) * distance() : 0))
     {
@@ -64,8 +65,8 @@ struct RowsCase {
 template<class Kernel, class Plain>
 void expectRows(const RowsCase& shape, Random& random, Kernel kernel, Plain plain)
 {
-    const Rows dst(shape.rows, shape.bytes, shape.dstStep, shape.guard);
-    const Rows src(shape.rows, shape.bytes, shape.srcStep, shape.guard);
+    const SteppedRows dst(shape.rows, shape.bytes, shape.dstStep, shape.guard);
+    const SteppedRows src(shape.rows, shape.bytes, shape.srcStep, shape.guard);
     random.fill(dst.buffer.data(), dst.buffer.size());
     random.fill(src.buffer.data(), src.buffer.size());
     Bytes expected = dst.buffer.contents();
@@ -101,8 +102,8 @@ void forEachRows(size_t pixelBytes, Random& random, Work work)
 void expectTransposed(const quib::MirrorKernels& mirror, const RowsCase& shape, size_t columns,
                       Random& random)
 {
-    const Rows dst(shape.rows, columns * 4, shape.dstStep, shape.guard);
-    const Rows src(columns, shape.rows * 4, shape.srcStep, shape.guard);
+    const SteppedRows dst(shape.rows, columns * 4, shape.dstStep, shape.guard);
+    const SteppedRows src(columns, shape.rows * 4, shape.srcStep, shape.guard);
     random.fill(src.buffer.data(), src.buffer.size());
     Bytes expected = dst.buffer.contents();
     for (size_t i = 0; i < shape.rows; ++i)
@@ -115,23 +116,6 @@ void expectTransposed(const quib::MirrorKernels& mirror, const RowsCase& shape, 
     ASSERT_TRUE(dst.buffer.contents() == expected) << columns << " x " << shape.rows;
 }
 
-bool bitAt(const uint8_t* bytes, size_t index)
-{
-    return (bytes[index / 8] >> (7 - index % 8)) & 1;
-}
-
-void putBit(Bytes& bytes, size_t index, bool value)
-{
-    const int bit = 0x80 >> (index % 8);
-    bytes[index / 8] =
-        static_cast<uint8_t>(value ? bytes[index / 8] | bit : bytes[index / 8] & ~bit);
-}
-
-size_t bytesFor(size_t start, size_t width)
-{
-    return width == 0 ? 0 : (start + width + 7) / 8;
-}
-
 void expectReversedBits(const quib::MirrorKernels& mirror, size_t dstStart, size_t srcStart,
                         size_t width, Guard guard, Random& random)
 {
@@ -141,7 +125,7 @@ void expectReversedBits(const quib::MirrorKernels& mirror, size_t dstStart, size
     random.fill(src.data(), src.size());
     Bytes expected = dst.contents();
     for (size_t i = 0; i < width; ++i)
-        putBit(expected, dstStart + i, bitAt(src.data(), srcStart + width - 1 - i));
+        putBit(expected.data(), dstStart + i, bitAt(src.data(), srcStart + width - 1 - i));
     mirror.reverseBits({dst.data(), 0, static_cast<int32_t>(dstStart)},
                        {src.data(), 0, static_cast<int32_t>(srcStart)}, width, 1);
     ASSERT_EQ(dst.contents(), expected) << width << " bits at " << dstStart << ", " << srcStart;
@@ -152,7 +136,7 @@ void expectReversedBits(const quib::MirrorKernels& mirror, size_t dstStart, size
 TEST(MirrorKernels, ReverseTurnsTheOrderOfThePixelsRound)
 {
     Random random(81);
-    forEachRow(
+    forEachMirrorRow(
         [&](const quib::MirrorKernels& mirror, size_t pixels, size_t pixelBytes, Guard guard) {
             const GuardedBuffer src(pixels * pixelBytes, guard);
             const GuardedBuffer dst(pixels * pixelBytes, guard);
@@ -171,7 +155,7 @@ TEST(MirrorKernels, ReverseRowsReversesEachRow)
             forEachRows(pixelBytes, random, [&](const RowsCase& shape) {
                 expectRows(
                     shape, random,
-                    [&](const Rows& dst, const Rows& src) {
+                    [&](const SteppedRows& dst, const SteppedRows& src) {
                         mirror.reverseRows(dst.first, dst.step, src.first, src.step,
                                            shape.bytes / pixelBytes, pixelBytes, shape.rows);
                     },
@@ -187,7 +171,7 @@ TEST(MirrorKernels, CopyRowsCopiesEachRow)
         forEachRows(1, random, [&](const RowsCase& shape) {
             expectRows(
                 shape, random,
-                [&](const Rows& dst, const Rows& src) {
+                [&](const SteppedRows& dst, const SteppedRows& src) {
                     mirror.copyRows(dst.first, dst.step, src.first, src.step, shape.bytes,
                                     shape.rows);
                 },
@@ -222,7 +206,7 @@ TEST(MirrorKernels, TransposeMakesColumnsOfRows)
 TEST(MirrorKernels, ExchangeReversesBothRows)
 {
     Random random(82);
-    forEachRow(
+    forEachMirrorRow(
         [&](const quib::MirrorKernels& mirror, size_t pixels, size_t pixelBytes, Guard guard) {
             const GuardedBuffer a(pixels * pixelBytes, guard);
             const GuardedBuffer b(pixels * pixelBytes, guard);
@@ -239,7 +223,7 @@ TEST(MirrorKernels, ExchangeReversesBothRows)
 TEST(MirrorKernels, ExchangeReversesARowInPlace)
 {
     Random random(83);
-    forEachRow(
+    forEachMirrorRow(
         [&](const quib::MirrorKernels& mirror, size_t pixels, size_t pixelBytes, Guard guard) {
             const GuardedBuffer row(pixels * pixelBytes, guard);
             random.fill(row.data(), row.size());

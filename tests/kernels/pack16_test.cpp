@@ -18,8 +18,8 @@ uint32_t placed(uint32_t byte, Packing16::Shift shift)
 }
 
 // One row at the inaccessible page before or behind both buffers.
-void checkRow(Pack pack, size_t pixelBytes, size_t count, const Packing16& packing, Guard guard,
-              Random& random)
+void checkPackedRow(Pack pack, size_t pixelBytes, size_t count, const Packing16& packing,
+                    Guard guard, Random& random)
 {
     const GuardedBuffer src(count * pixelBytes + 1, guard);
     const GuardedBuffer dst(count * 2 + 1, guard);
@@ -38,7 +38,7 @@ void checkRow(Pack pack, size_t pixelBytes, size_t count, const Packing16& packi
     }
 }
 
-void checkRows(Pack quib::Pack16Kernels::*pack, size_t pixelBytes)
+void checkPackedRows(Pack quib::Pack16Kernels::*pack, size_t pixelBytes)
 {
     forEachTable<quib::Pack16Kernels>([&](const quib::Pack16Kernels& kernels) {
         Random random(31);
@@ -51,7 +51,7 @@ void checkRows(Pack quib::Pack16Kernels::*pack, size_t pixelBytes)
             for (const Guard guard : {Guard::afterEnd, Guard::beforeStart})
                 for (const Packing16& packing :
                      {common[0], common[1], Packing16{shift(), shift(), shift()}})
-                    checkRow(kernels.*pack, pixelBytes, count, packing, guard, random);
+                    checkPackedRow(kernels.*pack, pixelBytes, count, packing, guard, random);
     });
 }
 
@@ -59,15 +59,15 @@ void checkRows(Pack quib::Pack16Kernels::*pack, size_t pixelBytes)
 
 TEST(Pack16Kernels, PackFourBytes)
 {
-    checkRows(&quib::Pack16Kernels::from32, 4);
+    checkPackedRows(&quib::Pack16Kernels::from32, 4);
 }
 
 TEST(Pack16Kernels, PackThreeBytes)
 {
-    checkRows(&quib::Pack16Kernels::from24, 3);
+    checkPackedRows(&quib::Pack16Kernels::from24, 3);
 }
 
 TEST(Pack16Kernels, PackGray)
 {
-    checkRows(&quib::Pack16Kernels::fromGray, 1);
+    checkPackedRows(&quib::Pack16Kernels::fromGray, 1);
 }

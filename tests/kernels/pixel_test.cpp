@@ -62,7 +62,7 @@ int64_t floorHalvings(int64_t a, int64_t times)
 
 // An operation of one image and a value, or of two images; what it is given
 // last is the value or the second element.
-struct Operation {
+struct PixelOperation {
     const char* name;
     quib::PixelRuns quib::PixelKernels::*runs;
     int64_t (*plain)(const Depth& depth, int64_t a, int64_t b);
@@ -122,7 +122,7 @@ int64_t highestReverse(const Depth& depth)
 
 using Kernels = quib::PixelKernels;
 
-const Operation scalarOperations[] = {
+const PixelOperation scalarOperations[] = {
     {"addS", &Kernels::addS,
      [](const Depth& d, int64_t a, int64_t value) { return d.clamp(a + value); }, lowestWord,
      highestWord},
@@ -158,7 +158,7 @@ const Operation scalarOperations[] = {
      highestWord},
 };
 
-const Operation pairOperations[] = {
+const PixelOperation pairOperations[] = {
     {"add", &Kernels::add, [](const Depth& d, int64_t a, int64_t b) { return d.clamp(a + b); },
      nullptr, nullptr},
     {"subtract", &Kernels::subtract,
@@ -215,7 +215,8 @@ std::vector<int64_t> tellingElements(const Depth& depth, Random& random)
     return values;
 }
 
-std::vector<int64_t> tellingValues(const Operation& operation, const Depth& depth, Random& random)
+std::vector<int64_t> tellingValues(const PixelOperation& operation, const Depth& depth,
+                                   Random& random)
 {
     const int64_t low = operation.lowest(depth);
     const int64_t high = operation.highest(depth);
@@ -245,7 +246,7 @@ template<class Operations, class Work>
 void forEachRun(const Operations& operations, Work work)
 {
     for (const quib::Kernels* table : availableLevels()) {
-        for (const Operation& operation : operations) {
+        for (const PixelOperation& operation : operations) {
             for (const Depth& depth : integerDepths) {
                 SCOPED_TRACE(std::string(table->levelName) + " " + operation.name + " " +
                              depth.name);
@@ -257,7 +258,7 @@ void forEachRun(const Operations& operations, Work work)
 }
 
 // The first index at which the result is not the plain one, or -1.
-int64_t firstDifference(const Operation& operation, const Depth& depth, const Bytes& result,
+int64_t firstDifference(const PixelOperation& operation, const Depth& depth, const Bytes& result,
                         const Bytes& a, const std::function<int64_t(size_t)>& second)
 {
     for (size_t i = 0; i < a.size() / depth.size(); ++i)
@@ -294,27 +295,27 @@ TEST(PixelKernels, HaveTheDepthsThatTheirOperationsTake)
 
 TEST(PixelKernels, GiveThePlainResultForElementsAndValues)
 {
-    forEachRun(
-        scalarOperations, [](const Operation& operation, const Depth& depth, quib::PixelRun run) {
-            Random random(51);
-            Bytes a;
-            const std::vector<int64_t> elements = tellingElements(depth, random);
-            for (const int64_t element : elements)
-                put(&a, depth, element);
-            Bytes result(a.size());
-            for (const int64_t value : tellingValues(operation, depth, random)) {
-                run(result.data(), a.data(), nullptr, elements.size(), static_cast<int32_t>(value));
-                const int64_t bad =
-                    firstDifference(operation, depth, result, a, [value](size_t) { return value; });
-                ASSERT_EQ(bad, -1) << elements[static_cast<size_t>(bad)] << " with " << value;
-            }
-        });
+    forEachRun(scalarOperations, [](const PixelOperation& operation, const Depth& depth,
+                                    quib::PixelRun run) {
+        Random random(51);
+        Bytes a;
+        const std::vector<int64_t> elements = tellingElements(depth, random);
+        for (const int64_t element : elements)
+            put(&a, depth, element);
+        Bytes result(a.size());
+        for (const int64_t value : tellingValues(operation, depth, random)) {
+            run(result.data(), a.data(), nullptr, elements.size(), static_cast<int32_t>(value));
+            const int64_t bad =
+                firstDifference(operation, depth, result, a, [value](size_t) { return value; });
+            ASSERT_EQ(bad, -1) << elements[static_cast<size_t>(bad)] << " with " << value;
+        }
+    });
 }
 
 TEST(PixelKernels, GiveThePlainResultForPairsOfElements)
 {
     forEachRun(pairOperations,
-               [](const Operation& operation, const Depth& depth, quib::PixelRun run) {
+               [](const PixelOperation& operation, const Depth& depth, quib::PixelRun run) {
                    Random random(52);
                    Bytes a;
                    Bytes b;
@@ -375,7 +376,8 @@ namespace
 template<class Operations>
 void runsAtEveryCount(const Operations& operations)
 {
-    forEachRun(operations, [](const Operation& operation, const Depth& depth, quib::PixelRun run) {
+    forEachRun(operations, [](const PixelOperation& operation, const Depth& depth,
+                              quib::PixelRun run) {
         Random random(53);
         const int32_t value = operation.lowest ? static_cast<int32_t>(operation.highest(depth)) : 0;
         for (size_t count = 0; count < 140; count += count < 70 ? 1 : 9) {

@@ -38,7 +38,7 @@ double between(double low, double high, Random& random)
     return low + (high - low) * random.between(0, 1 << 20) / (1 << 20);
 }
 
-Line randomLine(const Picture& dst, const Picture& src, Random& random)
+Line randomScanLine(const Picture& dst, const Picture& src, Random& random)
 {
     const int32_t limits[4] = {dst.width, dst.height, src.width, src.height};
     Line line;
@@ -85,7 +85,7 @@ TEST(ScanKernels, MovePixelsAlongLinesAndLeaveOutWhatLiesOutside)
             src.pixels.makeReadOnly();
             for (int i = 0; i < 4; ++i) {
                 const std::vector<uint8_t> before = dst.pixels.contents();
-                const Line line = randomLine(dst, src, random);
+                const Line line = randomScanLine(dst, src, random);
                 const size_t count = static_cast<size_t>(random.between(0, 60));
                 plainMove(dst, src, line, count);
                 const std::vector<uint8_t> expected = dst.pixels.contents();

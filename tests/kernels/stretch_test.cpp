@@ -26,7 +26,7 @@ struct Table {
     size_t rowLength;
 };
 
-Table randomTable(size_t count, double step, Random& random)
+Table randomTaps(size_t count, double step, Random& random)
 {
     Table table{{}, {}, 0};
     double position = random.between(0, 2);
@@ -65,8 +65,8 @@ void forEachCount(Work work)
 }
 
 // A row of random bytes that nothing may write to.
-struct Row : GuardedBuffer {
-    Row(size_t bytes, Guard guard, Random& random) : GuardedBuffer(bytes, guard)
+struct RandomRow : GuardedBuffer {
+    RandomRow(size_t bytes, Guard guard, Random& random) : GuardedBuffer(bytes, guard)
     {
         random.fill(data(), bytes);
         makeReadOnly();
@@ -80,9 +80,9 @@ TEST(StretchKernels, GathersPickTheIndexedElements)
     for (const double step : steps) {
         forEachCount(
             [step](const quib::StretchKernels& kernels, Guard guard, size_t count, Random& random) {
-                const Table table = randomTable(count, step, random);
+                const Table table = randomTaps(count, step, random);
                 for (const size_t size : {size_t{1}, size_t{4}}) {
-                    const Row row(table.rowLength * size, guard, random);
+                    const RandomRow row(table.rowLength * size, guard, random);
                     const GuardedBuffer out(count * size, guard);
                     std::vector<uint8_t> expected(count * size);
                     for (size_t i = 0; i < expected.size(); ++i)
@@ -100,11 +100,11 @@ TEST(StretchKernels, BlocksPickTheirIndexedElements)
     for (const double step : steps) {
         forEachCount([step](const quib::StretchKernels& kernels, Guard guard, size_t count,
                             Random& random) {
-            const Table table = randomTable(count, step, random);
+            const Table table = randomTaps(count, step, random);
             std::vector<quib::GatherBlock> blocks(count / 8 + 1);
             const size_t planned = kernels.planBlocks32(blocks.data(), table.index.data(), count);
             ASSERT_LE(planned, count / 8);
-            const Row row(table.rowLength * 4, guard, random);
+            const RandomRow row(table.rowLength * 4, guard, random);
             const GuardedBuffer out(planned * 8 * 4, guard);
             kernels.gatherBlocks32(out.data(), row.data(), blocks.data(), planned);
             for (size_t i = 0; i < out.size(); ++i)
@@ -139,7 +139,7 @@ TEST(StretchKernels, GatherStepsPickEveryNthElement)
         forEachCount(
             [step](const quib::StretchKernels& kernels, Guard guard, size_t count, Random& random) {
                 for (const size_t size : {size_t{1}, size_t{4}}) {
-                    const Row row(count ? ((count - 1) * step + 1) * size : 0, guard, random);
+                    const RandomRow row(count ? ((count - 1) * step + 1) * size : 0, guard, random);
                     const GuardedBuffer out(count * size, guard);
                     std::vector<uint8_t> expected(count * size);
                     for (size_t i = 0; i < expected.size(); ++i)
@@ -157,8 +157,8 @@ TEST(StretchKernels, LerpColumnsWeighsNeighbours)
     for (const double step : steps) {
         forEachCount(
             [step](const quib::StretchKernels& kernels, Guard guard, size_t count, Random& random) {
-                const Table table = randomTable(count, step, random);
-                const Row row(count ? (table.rowLength + 1) * 4 : 0, guard, random);
+                const Table table = randomTaps(count, step, random);
+                const RandomRow row(count ? (table.rowLength + 1) * 4 : 0, guard, random);
                 const GuardedBuffer out(count * 4, guard);
                 std::vector<uint8_t> expected(count * 4);
                 for (size_t i = 0; i < expected.size(); ++i) {
@@ -177,8 +177,8 @@ TEST(StretchKernels, LerpRowsWeighsTwoRows)
     for (const int32_t weight : {0, 1, 2, 100, 127, 128, 129, 254, 255}) {
         forEachCount([weight](const quib::StretchKernels& kernels, Guard guard, size_t count,
                               Random& random) {
-            const Row upper(count, guard, random);
-            const Row lower(count, guard, random);
+            const RandomRow upper(count, guard, random);
+            const RandomRow lower(count, guard, random);
             const GuardedBuffer out(count, guard);
             std::vector<uint8_t> expected(count);
             for (size_t i = 0; i < count; ++i)
@@ -196,8 +196,8 @@ TEST(StretchKernels, LerpStepsFiltersAlongBothAxes)
         forEachCount(
             [step](const quib::StretchKernels& kernels, Guard guard, size_t count, Random& random) {
                 const size_t bytes = count ? ((count - 1) * step + 2) * 4 : 0;
-                const Row upper(bytes, guard, random);
-                const Row lower(bytes, guard, random);
+                const RandomRow upper(bytes, guard, random);
+                const RandomRow lower(bytes, guard, random);
                 const GuardedBuffer out(count * 4, guard);
                 std::vector<uint8_t> expected(count * 4);
                 for (size_t i = 0; i < expected.size(); ++i) {
@@ -248,7 +248,7 @@ TEST(StretchKernels, NeedNoAlignment)
     for (const quib::Kernels* table : availableLevels()) {
         SCOPED_TRACE(table->levelName);
         Random random(5);
-        const Row row(1 + 100 * 4, Guard::afterEnd, random);
+        const RandomRow row(1 + 100 * 4, Guard::afterEnd, random);
         const GuardedBuffer out(1 + 50 * 4);
         std::vector<uint32_t> index;
         for (uint32_t i = 0; i < 50; ++i)

@@ -18,7 +18,7 @@ using Bytes = std::vector<uint8_t>;
 // Calls work(kernels, dst, src, count, random) with rows of every small count that
 // end at an inaccessible page, at every level.
 template<class Work>
-void forEachRow(Work work)
+void forEachToneRow(Work work)
 {
     forEachTable<quib::ToneKernels>([&](const quib::ToneKernels& kernels) {
         Random random(21);
@@ -36,7 +36,7 @@ void forEachRow(Work work)
 }
 
 // A line of random slope, its values computed one by one.
-quib::ToneCurve randomLine(Random& random)
+quib::ToneCurve randomColours(Random& random)
 {
     const int32_t low = random.between(0, 255);
     const int32_t base = random.between(0, 255);
@@ -56,7 +56,7 @@ quib::ToneCurve randomLine(Random& random)
     return curve;
 }
 
-quib::ToneCurve randomTable(Random& random)
+quib::ToneCurve randomCurves(Random& random)
 {
     quib::ToneCurve curve{};
     random.fill(curve.values, sizeof curve.values);
@@ -82,9 +82,9 @@ TEST(ToneKernels, CurvesFollowTheirValues)
 {
     for (const bool isLine : {true, false}) {
         for (const uint32_t channels : {0xFFFFFFu, 0xFFu, 0xFF00u, 0xFF0000u}) {
-            forEachRow([&](const quib::ToneKernels& kernels, uint8_t* dst, const uint8_t* src,
-                           size_t count, Random& random) {
-                const quib::ToneCurve curve = isLine ? randomLine(random) : randomTable(random);
+            forEachToneRow([&](const quib::ToneKernels& kernels, uint8_t* dst, const uint8_t* src,
+                               size_t count, Random& random) {
+                const quib::ToneCurve curve = isLine ? randomColours(random) : randomCurves(random);
                 Bytes expected = curved(dst, src, curve, channels, count, true);
                 kernels.curve(dst, src, curve, channels, count);
                 ASSERT_EQ(Bytes(dst, dst + count * 4), expected);
@@ -98,8 +98,8 @@ TEST(ToneKernels, CurvesFollowTheirValues)
 
 TEST(ToneKernels, HuesTurnAsPixelByPixel)
 {
-    forEachRow([](const quib::ToneKernels& kernels, uint8_t* dst, const uint8_t* src, size_t count,
-                  Random& random) {
+    forEachToneRow([](const quib::ToneKernels& kernels, uint8_t* dst, const uint8_t* src,
+                      size_t count, Random& random) {
         const int32_t turn = random.between(0, 359);
         const int32_t saturation = random.between(-100, 100);
         Bytes expected(count * 4);
@@ -113,8 +113,8 @@ TEST(ToneKernels, HuesTurnAsPixelByPixel)
 
 TEST(ToneKernels, HuesTurnBackAsPixelByPixel)
 {
-    forEachRow([](const quib::ToneKernels& kernels, uint8_t* dst, const uint8_t* src, size_t count,
-                  Random& random) {
+    forEachToneRow([](const quib::ToneKernels& kernels, uint8_t* dst, const uint8_t* src,
+                      size_t count, Random& random) {
         const int32_t turn = random.between(-359, 0);
         const int32_t saturation = random.between(-100, 100);
         Bytes expected(count * 4);

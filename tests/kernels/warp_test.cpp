@@ -32,7 +32,7 @@ int32_t positionAt(int32_t start, int32_t step, int64_t i)
     return static_cast<int32_t>(static_cast<uint32_t>(start + step * i));
 }
 
-Window windowAt(int32_t position, int32_t most)
+Window sourceWindowAt(int32_t position, int32_t most)
 {
     const int64_t held = std::clamp<int64_t>(position, 0, int64_t{most} * 65536);
     const int32_t first = std::min(static_cast<int32_t>(held >> 16), most - 1);
@@ -49,8 +49,8 @@ uint8_t plainNearest(const WarpSource& src, int32_t x, int32_t y, int32_t c)
 
 uint8_t plainLinear(const WarpSource& src, int32_t x, int32_t y, int32_t c)
 {
-    const Window column = windowAt(x, src.maxX);
-    const Window row = windowAt(y, src.maxY);
+    const Window column = sourceWindowAt(x, src.maxX);
+    const Window row = sourceWindowAt(y, src.maxY);
     const auto line = [&](int32_t at) {
         const uint8_t* pixel = static_cast<const uint8_t*>(src.pixels) + at * src.step +
                                ptrdiff_t{column.first} * src.stride + c;
@@ -93,8 +93,6 @@ struct Source {
     GuardedBuffer bytes;
     WarpSource source;
 };
-
-constexpr Guard guards[] = {Guard::beforeStart, Guard::afterEnd};
 
 void expectPlain(const quib::WarpKernels& kernels, const WarpSource& src, const WarpFixed& run,
                  size_t count, int32_t channels, int32_t mode, Random& random)

@@ -18,9 +18,6 @@
 namespace
 {
 
-constexpr int32_t least = INT32_MIN;
-constexpr int32_t most = INT32_MAX;
-
 QuibStatus blit(IplImage* src, const QuibRect& from, IplImage* dst, const QuibRect& to,
                 int32_t stretch)
 {
@@ -268,9 +265,9 @@ TEST(QuibBlt, RefusesAnEmptySizeWithoutText)
                    {0, 2, 4, 2},
                    {3, 0, 2, 4},
                    {0, 3, 4, 2},
-                   {least, 0, most, 4},
-                   {0, least, 4, most},
-                   {least, 0, 4, 4}});
+                   {INT32_MIN, 0, INT32_MAX, 4},
+                   {0, INT32_MIN, 4, INT32_MAX},
+                   {INT32_MIN, 0, 4, 4}});
 }
 
 TEST(QuibBlt, TestsTheSizesBeforeTheImages)
@@ -307,8 +304,8 @@ TEST(QuibBlt, RefusesARectangleThatDoesNotMeetItsImage)
                    {0, 5, 3, 8},
                    {-3, 0, 0, 3},
                    {0, -3, 3, 0},
-                   {most - 3, 0, most, 3},
-                   {0, least, 3, least + 3}});
+                   {INT32_MAX - 3, 0, INT32_MAX, 3},
+                   {0, INT32_MIN, 3, INT32_MIN + 3}});
 }
 
 // --- Rows copied raw -----------------------------------------------------------------
@@ -384,7 +381,8 @@ TEST(QuibBlt, StopsAtTheEndsOfBothBlocks)
                       QUIB_OK);
             EXPECT_EQ(blit(src.get(), {-400, -400, 100, 200}, dst.get(), hangsOver, stretch),
                       QUIB_OK);
-            EXPECT_EQ(blit(src.get(), {0, 0, most, most}, dst.get(), {0, 0, most, most}, stretch),
+            EXPECT_EQ(blit(src.get(), {0, 0, INT32_MAX, INT32_MAX}, dst.get(),
+                           {0, 0, INT32_MAX, INT32_MAX}, stretch),
                       QUIB_OK);
         }
     }
@@ -618,7 +616,7 @@ TEST(QuibBlt, TakesAnyNonzeroWordForStretching)
 {
     Random random(14);
     const Image src = makeRandomHandle(5, 4, 32, random);
-    for (const int32_t stretch : {1, 2, -1, 28672, least}) {
+    for (const int32_t stretch : {1, 2, -1, 28672, INT32_MIN}) {
         const Image dst = makeHandle(9, 7, 32);
         const QuibRect from{0, 0, 5, 4};
         const QuibRect to{0, 0, 9, 7};
@@ -686,10 +684,12 @@ TEST(QuibBlt, StaysInsideBothBlocksWhenItStretches)
                 EXPECT_EQ(blit(src.get(), {width - 1, 2, width + 9, 5}, dst.get(),
                                {40 - width, 2, 60, 9}, 1),
                           QUIB_OK);
-                EXPECT_EQ(blit(src.get(), {0, 0, most, most}, dst.get(), {0, 0, 41 - width, 4}, 1),
+                EXPECT_EQ(blit(src.get(), {0, 0, INT32_MAX, INT32_MAX}, dst.get(),
+                               {0, 0, 41 - width, 4}, 1),
                           QUIB_OK);
-                EXPECT_EQ(blit(src.get(), {0, 0, width, 3}, dst.get(), {0, 0, most, most}, 1),
-                          QUIB_OK);
+                EXPECT_EQ(
+                    blit(src.get(), {0, 0, width, 3}, dst.get(), {0, 0, INT32_MAX, INT32_MAX}, 1),
+                    QUIB_OK);
             }
         }
     });

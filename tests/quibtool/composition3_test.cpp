@@ -73,7 +73,7 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
     return out;
 }
 
-void expectPlain(IplImage* over, IplImage* under)
+void expectPlainComposition(IplImage* over, IplImage* under)
 {
     const std::vector<uint8_t> expected = plainComposition(over, under, nullptr);
     ASSERT_EQ(QuibComposition3(over, under, nullptr), QUIB_OK);
@@ -224,7 +224,7 @@ TEST(QuibComposition3, GivesThePlainResultForImagesOfOneSize)
             const Image target = makeRandomHandle(width, height, 32, random);
             const std::vector<uint8_t> before = bytesOf(over.get());
             ASSERT_NO_FATAL_FAILURE(expectPlainInto(target.get(), over.get(), under.get()));
-            ASSERT_NO_FATAL_FAILURE(expectPlain(over.get(), under.get()));
+            ASSERT_NO_FATAL_FAILURE(expectPlainComposition(over.get(), under.get()));
             ASSERT_EQ(bytesOf(over.get()), before);
         }
     });
@@ -235,7 +235,7 @@ TEST(QuibComposition3, TakesImagesOfEqualRowsAsOneRunWhateverTheirWidths)
     Random random(6);
     const Image over = paddedHandle(3, 4, 12, random);
     const Image under = paddedHandle(7, 4, 12, random);
-    expectPlain(over.get(), under.get());
+    expectPlainComposition(over.get(), under.get());
     // The padding of the last row took part.
     EXPECT_EQ(bytesOf(under.get()).size(), 12u * 4 * 4);
 }
@@ -247,7 +247,7 @@ TEST(QuibComposition3, WalksTheOverlapOfTwoImages)
         for (int round = 0; round < 300; ++round) {
             const Image over = makeRandomHandleUpTo(40, 9, 32, random);
             const Image under = makeRandomHandleUpTo(40, 9, 32, random);
-            ASSERT_NO_FATAL_FAILURE(expectPlain(over.get(), under.get()));
+            ASSERT_NO_FATAL_FAILURE(expectPlainComposition(over.get(), under.get()));
         }
     });
 }
@@ -322,7 +322,7 @@ TEST(QuibComposition3, WalksRowsByWidthsAndNotByPitch)
     Random random(10);
     const Image over = paddedHandle(3, 3, 8, random);
     const Image under = paddedHandle(5, 4, 8, random);
-    expectPlain(over.get(), under.get());
+    expectPlainComposition(over.get(), under.get());
 }
 
 TEST(QuibComposition3, NeverLeavesABlock)
@@ -385,7 +385,7 @@ TEST(QuibComposition3, ComposesAnImageWithItself)
 {
     Random random(14);
     const Image image = makeRandomHandle(17, 5, 32, random);
-    expectPlain(image.get(), image.get());
+    expectPlainComposition(image.get(), image.get());
 }
 
 TEST(QuibComposition3, IgnoresRegionsAndMasks)

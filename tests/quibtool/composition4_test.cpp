@@ -14,12 +14,9 @@
 namespace
 {
 
-constexpr int32_t least = INT32_MIN;
-constexpr int32_t most = INT32_MAX;
-
 // The colours of `under` with the colours of `over` laid on, both alphas
 // counting.
-void blendPixel(uint8_t* under, const uint8_t* over)
+void blendPlaced(uint8_t* under, const uint8_t* over)
 {
     const uint32_t entry = pairBlendTable[over[3] * 256 + under[3]];
     const int32_t weight = static_cast<int32_t>(entry & 255);
@@ -35,8 +32,8 @@ bool contains(const QuibRect& rect, int64_t x, int64_t y)
 }
 
 // Goes by the places of the pixels, one by one.
-std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* under,
-                                      const QuibPoint* position, const QuibRect* rect)
+std::vector<uint8_t> plainPlacedComposition(const IplImage* over, const IplImage* under,
+                                            const QuibPoint* position, const QuibRect* rect)
 {
     std::vector<uint8_t> result = bytesOf(under);
     const QuibPoint at = position ? *position : QuibPoint{0, 0};
@@ -47,18 +44,18 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
             if (overColumn < 0 || overColumn >= over->width || overRow < 0 ||
                 overRow >= over->height || (rect && !contains(*rect, column, -int64_t{row})))
                 continue;
-            blendPixel(&result[static_cast<size_t>(row * under->widthStep + column * 4)],
-                       rowOf(over, static_cast<int32_t>(overRow)) + overColumn * 4);
+            blendPlaced(&result[static_cast<size_t>(row * under->widthStep + column * 4)],
+                        rowOf(over, static_cast<int32_t>(overRow)) + overColumn * 4);
         }
     }
     return result;
 }
 
-void expectPlain(const IplImage* over, IplImage* under, const QuibPoint* position,
-                 const QuibRect* rect)
+void expectPlainPlacement(const IplImage* over, IplImage* under, const QuibPoint* position,
+                          const QuibRect* rect)
 {
     const std::vector<uint8_t> source = bytesOf(over);
-    const std::vector<uint8_t> expected = plainComposition(over, under, position, rect);
+    const std::vector<uint8_t> expected = plainPlacedComposition(over, under, position, rect);
     ASSERT_EQ(QuibComposition4(over, under, position, rect), QUIB_OK);
     ASSERT_EQ(bytesOf(under), expected)
         << (position ? position->x : 0) << ", " << (position ? position->y : 0);
@@ -78,7 +75,7 @@ std::vector<uint8_t> plainRun(const IplImage* over, const IplImage* under, int32
 {
     std::vector<uint8_t> result = bytesOf(under);
     for (int32_t i = 0; i < bytes; i += 4)
-        blendPixel(&result[static_cast<size_t>(i)], rowOf(over, 0) + i);
+        blendPlaced(&result[static_cast<size_t>(i)], rowOf(over, 0) + i);
     return result;
 }
 
@@ -144,9 +141,9 @@ TEST(QuibComposition4, StartsFiveRowsIntoTheUpperImageAtAHeightOfFive)
     const Image under = makeRandomHandle(6, 9, 32, random);
     const std::vector<uint8_t> before = bytesOf(under.get());
     std::vector<uint8_t> pixel(rowOf(under.get(), 0), rowOf(under.get(), 0) + 4);
-    blendPixel(pixel.data(), rowOf(over.get(), 5));
+    blendPlaced(pixel.data(), rowOf(over.get(), 5));
     const QuibPoint position{0, 5};
-    expectPlain(over.get(), under.get(), &position, nullptr);
+    expectPlainPlacement(over.get(), under.get(), &position, nullptr);
     EXPECT_EQ(std::memcmp(rowOf(under.get(), 0), pixel.data(), 4), 0);
     // Four rows are left of the upper image.
     EXPECT_EQ(std::memcmp(rowOf(under.get(), 4), before.data() + 4 * under->widthStep,
@@ -161,9 +158,9 @@ TEST(QuibComposition4, StartsAtTheThirdRowAtAHeightOfMinusThree)
     const Image under = makeRandomHandle(6, 9, 32, random);
     const std::vector<uint8_t> before = bytesOf(under.get());
     std::vector<uint8_t> pixel(rowOf(under.get(), 3), rowOf(under.get(), 3) + 4);
-    blendPixel(pixel.data(), rowOf(over.get(), 0));
+    blendPlaced(pixel.data(), rowOf(over.get(), 0));
     const QuibPoint position{0, -3};
-    expectPlain(over.get(), under.get(), &position, nullptr);
+    expectPlainPlacement(over.get(), under.get(), &position, nullptr);
     EXPECT_EQ(std::memcmp(rowOf(under.get(), 3), pixel.data(), 4), 0);
     EXPECT_EQ(std::memcmp(rowOf(under.get(), 0), before.data(),
                           static_cast<size_t>(3 * under->widthStep)),
@@ -176,9 +173,9 @@ TEST(QuibComposition4, EntersTheUpperImageAtColumnTwoAtAnXOfMinusTwo)
     const Image over = makeRandomHandle(6, 4, 32, random);
     const Image under = makeRandomHandle(9, 4, 32, random);
     std::vector<uint8_t> pixel(rowOf(under.get(), 0), rowOf(under.get(), 0) + 4);
-    blendPixel(pixel.data(), rowOf(over.get(), 0) + 2 * 4);
+    blendPlaced(pixel.data(), rowOf(over.get(), 0) + 2 * 4);
     const QuibPoint position{-2, 0};
-    expectPlain(over.get(), under.get(), &position, nullptr);
+    expectPlainPlacement(over.get(), under.get(), &position, nullptr);
     EXPECT_EQ(std::memcmp(rowOf(under.get(), 0), pixel.data(), 4), 0);
 }
 
@@ -189,7 +186,7 @@ TEST(QuibComposition4, DrawsWithinARectangleOfTheFirstTenRows)
     const Image under = makeRandomHandle(16, 16, 32, random);
     const std::vector<uint8_t> before = bytesOf(under.get());
     const QuibRect rect{0, 0, 16, -10};
-    expectPlain(over.get(), under.get(), nullptr, &rect);
+    expectPlainPlacement(over.get(), under.get(), nullptr, &rect);
     EXPECT_NE(std::memcmp(rowOf(under.get(), 9), before.data() + 9 * under->widthStep,
                           static_cast<size_t>(under->widthStep)),
               0);
@@ -218,13 +215,13 @@ TEST(QuibComposition4, DrawsNothingWhenPlacedWhollyOutside)
     const std::vector<uint8_t> before = bytesOf(under.get());
     for (const QuibPoint& position :
          {QuibPoint{7, 0}, QuibPoint{-5, 0}, QuibPoint{0, 4}, QuibPoint{0, -6},
-          QuibPoint{most, most}, QuibPoint{least, least}, QuibPoint{most, least},
-          QuibPoint{least, most}})
+          QuibPoint{INT32_MAX, INT32_MAX}, QuibPoint{INT32_MIN, INT32_MIN},
+          QuibPoint{INT32_MAX, INT32_MIN}, QuibPoint{INT32_MIN, INT32_MAX}})
         EXPECT_EQ(QuibComposition4(over.get(), under.get(), &position, nullptr), QUIB_OK);
     for (const QuibRect& rect :
          {QuibRect{7, 0, 9, -6}, QuibRect{-4, 0, 0, -6}, QuibRect{0, 5, 7, 0},
-          QuibRect{0, -6, 7, -9}, QuibRect{least, least + 1, least + 1, least},
-          QuibRect{most - 1, most, most, most - 1}})
+          QuibRect{0, -6, 7, -9}, QuibRect{INT32_MIN, INT32_MIN + 1, INT32_MIN + 1, INT32_MIN},
+          QuibRect{INT32_MAX - 1, INT32_MAX, INT32_MAX, INT32_MAX - 1}})
         EXPECT_EQ(QuibComposition4(over.get(), under.get(), nullptr, &rect), QUIB_OK);
     EXPECT_EQ(bytesOf(under.get()), before);
 }
@@ -236,7 +233,7 @@ TEST(QuibComposition4, DrawsTheLastRowAndColumnThatOverlap)
          {QuibPoint{6, 3}, QuibPoint{6, -5}, QuibPoint{-4, 3}, QuibPoint{-4, -5}}) {
         const Image over = makeRandomHandle(5, 4, 32, random);
         const Image under = makeRandomHandle(7, 6, 32, random);
-        expectPlain(over.get(), under.get(), &position, nullptr);
+        expectPlainPlacement(over.get(), under.get(), &position, nullptr);
     }
 }
 
@@ -256,9 +253,9 @@ TEST(QuibComposition4, MatchesThePlainFormForRandomPlacesAndRectangles)
             rect.right = rect.left + random.between(1, 40);
             rect.top = random.between(-under->height, 6);
             rect.bottom = rect.top - random.between(1, 14);
-            ASSERT_NO_FATAL_FAILURE(expectPlain(over.get(), under.get(),
-                                                random.coin() ? &position : nullptr,
-                                                random.coin() ? &rect : nullptr));
+            ASSERT_NO_FATAL_FAILURE(expectPlainPlacement(over.get(), under.get(),
+                                                         random.coin() ? &position : nullptr,
+                                                         random.coin() ? &rect : nullptr));
         }
     });
 }
@@ -277,7 +274,7 @@ TEST(QuibComposition4, GivesEveryPairOfAlphasItsPlainResult)
                 rowOf(under.get(), y)[x * 4 + 3] = static_cast<uint8_t>(x);
             }
         }
-        expectPlain(over.get(), under.get(), nullptr, nullptr);
+        expectPlainPlacement(over.get(), under.get(), nullptr, nullptr);
     });
 }
 
@@ -383,8 +380,9 @@ TEST(QuibComposition4, ComposesAHandleOverItselfAtAnotherPlaceFromTheEndOfEachRo
                     const int32_t fromColumn = column - position.x;
                     const int32_t fromRow = row + position.y;
                     if (fromColumn >= 0 && fromColumn < 21 && fromRow >= 0 && fromRow < 7)
-                        blendPixel(&expected[static_cast<size_t>((row * 21 + column) * 4)],
-                                   &expected[static_cast<size_t>((fromRow * 21 + fromColumn) * 4)]);
+                        blendPlaced(
+                            &expected[static_cast<size_t>((row * 21 + column) * 4)],
+                            &expected[static_cast<size_t>((fromRow * 21 + fromColumn) * 4)]);
                 }
             }
             EXPECT_EQ(QuibComposition4(handle.get(), handle.get(), &position, nullptr), QUIB_OK);

@@ -28,7 +28,7 @@ void forBothAlphaForms(Work work)
     quibHasMMX = saved;
 }
 
-void blendPixel(uint8_t* target, const uint8_t* under, const uint8_t* over)
+void blendConstant(uint8_t* target, const uint8_t* under, const uint8_t* over)
 {
     for (int32_t c = 0; c < 3; ++c)
         target[c] =
@@ -39,8 +39,8 @@ void blendPixel(uint8_t* target, const uint8_t* under, const uint8_t* over)
 
 // The target's whole block afterwards; `target` is `under` in the two-image
 // form. Pixel by pixel, from the start of a run to its end.
-std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* under,
-                                      const IplImage* target)
+std::vector<uint8_t> plainConstantComposition(const IplImage* over, const IplImage* under,
+                                              const IplImage* target)
 {
     std::vector<uint8_t> result = bytesOf(target);
     const std::vector<uint8_t> upper = bytesOf(over);
@@ -59,7 +59,7 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
             const size_t below = static_cast<size_t>(y * underStep + x * 4);
             const size_t to = static_cast<size_t>(y * 4 * under->width + x * 4);
             if (from + 4 <= upper.size() && below + 4 <= lower.size() && to + 4 <= result.size())
-                blendPixel(&result[to], &lower[below], &upper[from]);
+                blendConstant(&result[to], &lower[below], &upper[from]);
         }
     }
     return result;
@@ -68,17 +68,17 @@ std::vector<uint8_t> plainComposition(const IplImage* over, const IplImage* unde
 void expectPlainInPlace(IplImage* over, IplImage* under)
 {
     const std::vector<uint8_t> source = bytesOf(over);
-    const std::vector<uint8_t> expected = plainComposition(over, under, under);
+    const std::vector<uint8_t> expected = plainConstantComposition(over, under, under);
     ASSERT_EQ(QuibComposition_s(over, under, nullptr), QUIB_OK);
     ASSERT_EQ(bytesOf(under), expected);
     ASSERT_EQ(bytesOf(over), source);
 }
 
-void expectPlainResult(IplImage* over, IplImage* under, IplImage* result)
+void expectPlainBlend(IplImage* over, IplImage* under, IplImage* result)
 {
     const std::vector<uint8_t> source = bytesOf(over);
     const std::vector<uint8_t> lower = bytesOf(under);
-    const std::vector<uint8_t> expected = plainComposition(over, under, result);
+    const std::vector<uint8_t> expected = plainConstantComposition(over, under, result);
     IplImage* variable = result;
     ASSERT_EQ(QuibComposition_s(over, under, &variable), QUIB_OK);
     ASSERT_EQ(variable, result);
@@ -277,7 +277,8 @@ TEST(QuibCompositionS, MakesAResultOfTheLowerImagesSize)
         EXPECT_EQ(info.width, 9);
         EXPECT_EQ(info.height, 7);
         EXPECT_EQ(info.bitDepth, 32);
-        const std::vector<uint8_t> expected = plainComposition(over.get(), under.get(), result);
+        const std::vector<uint8_t> expected =
+            plainConstantComposition(over.get(), under.get(), result);
         for (int32_t y = 0; y < 4; ++y)
             for (int32_t x = 0; x < 36; ++x)
                 if (quibHasMMX || x % 4 != 3) {
@@ -306,7 +307,7 @@ TEST(QuibCompositionS, MatchesThePlainFormIntoAResult)
 {
     forRandomPairs(8, [](IplImage* over, IplImage* under, Random& random) {
         const Image result = makeRandomHandle(under->width, under->height, 32, random);
-        expectPlainResult(over, under, result.get());
+        expectPlainBlend(over, under, result.get());
     });
 }
 
@@ -336,7 +337,7 @@ TEST(QuibCompositionS, StepsByTheLowerImagesWidthInAResultOfAnotherWidth)
 {
     forRandomPairs(10, [](IplImage* over, IplImage* under, Random& random) {
         const Image result = makeRandomHandleUpTo(60, 12, 32, random);
-        expectPlainResult(over, under, result.get());
+        expectPlainBlend(over, under, result.get());
     });
 }
 
@@ -349,7 +350,7 @@ TEST(QuibCompositionS, IgnoresRegionsAndMasks)
         setRoi(image.get(), 1, 3, 3, 2, 2);
         giveRandomMask(image.get(), 17, 5, random);
     }
-    expectPlainResult(images[0].get(), images[1].get(), images[2].get());
+    expectPlainBlend(images[0].get(), images[1].get(), images[2].get());
     expectPlainInPlace(images[0].get(), images[1].get());
     for (const Image& image : images) {
         EXPECT_NE(image->roi, nullptr);
@@ -377,7 +378,7 @@ TEST(QuibCompositionS, WritesIntoTheUpperOrLowerHandleGivenAsTheResult)
                 const Image under = makeRandomHandle(13, 5, 32, random);
                 IplImage* variable = intoOver ? over.get() : under.get();
                 const std::vector<uint8_t> expected =
-                    plainComposition(over.get(), under.get(), variable);
+                    plainConstantComposition(over.get(), under.get(), variable);
                 EXPECT_EQ(QuibComposition_s(over.get(), under.get(), &variable), QUIB_OK);
                 EXPECT_EQ(bytesOf(variable), expected);
             }

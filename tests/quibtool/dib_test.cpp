@@ -44,13 +44,6 @@ bool blockIsExact(const Bytes& bytes)
     return GlobalSize(GlobalDib(bytes).get()) == bytes.size();
 }
 
-uint32_t wordAt(const IplImage* handle, int32_t x, int32_t y)
-{
-    uint32_t word;
-    std::memcpy(&word, rowOf(handle, y) + 4 * x, 4);
-    return word;
-}
-
 int32_t depthOf(const IplImage* handle)
 {
     QuibInfo info{};

@@ -75,7 +75,7 @@ Area areaIn(const QuibRect& rect, const IplImage* image)
 }
 
 // The result's bytes, for inputs without regions of their own.
-std::vector<uint8_t> plainComposition(const Job& job)
+std::vector<uint8_t> plainByEngine(const Job& job)
 {
     const QuibRect rectA = job.rectA ? clipped(*job.rectA, job.a) : wholeOf(job.a);
     const QuibRect rectB = job.rectB   ? clipped(*job.rectB, job.b)
@@ -125,9 +125,9 @@ void expectCleared(std::initializer_list<const IplImage*> images)
     }
 }
 
-void expectPlain(Job job)
+void expectPlainByEngine(Job job)
 {
-    const std::vector<uint8_t> expected = plainComposition(job);
+    const std::vector<uint8_t> expected = plainByEngine(job);
     const std::vector<uint8_t> bytesA = bytesOf(job.a);
     const std::vector<uint8_t> bytesB = bytesOf(job.b);
     const Image result = compose(job);
@@ -155,7 +155,7 @@ void expectPlainWith(uint64_t seed, MaybeRect Job::*which, const QuibRect& rect)
         const Image b = makeRandomHandle(12, 9, 32, random);
         Job job = randomJob(a.get(), b.get(), second, random);
         job.*which = rect;
-        expectPlain(job);
+        expectPlainByEngine(job);
     }
 }
 
@@ -318,7 +318,7 @@ TEST(QuibComposition, TakesOneRectangleForAllThreePlaces)
     EXPECT_EQ(rect.bottom, 9);
     Job job{a.get(), b.get(), QuibRect{4, 3, 18, 12}, QuibRect{4, 3, 12, 9}, QuibRect{4, 3, 12, 9},
             {}};
-    EXPECT_EQ(bytesOf(result), plainComposition(job));
+    EXPECT_EQ(bytesOf(result), plainByEngine(job));
 }
 
 TEST(QuibComposition1, AnEmptyRectangleEndsTheCallWithTheClone)
@@ -479,7 +479,7 @@ TEST(QuibComposition, LosesRegionsThatRectanglesReplace)
         Job job = randomJob(a.get(), b.get(), second, random);
         job.rectA = QuibRect{3, 2, 9, 8};
         job.rectB = QuibRect{1, 1, 9, 8};
-        const std::vector<uint8_t> expected = plainComposition(job);
+        const std::vector<uint8_t> expected = plainByEngine(job);
         IplROI roiA{2, 3, 1, 4, 3};
         IplROI roiB{1, 2, 2, 3, 3};
         a->roi = &roiA;
@@ -496,7 +496,7 @@ TEST(QuibComposition, KeepsTheRestOfTheSecondInputBesideASmallFirst)
     for (const bool second : {false, true}) {
         const Image a = makeRandomHandle(7, 30, 32, random);
         const Image b = makeRandomHandle(12, 9, 32, random);
-        expectPlain(randomJob(a.get(), b.get(), second, random));
+        expectPlainByEngine(randomJob(a.get(), b.get(), second, random));
     }
 }
 
@@ -506,7 +506,7 @@ TEST(QuibComposition, KeepsThePaddingOfTheRows)
     for (const bool second : {false, true}) {
         const Image a = makeRandomHandle(5, 4, 32, random);
         const Image b = makeRandomPadded(5, 4, random);
-        expectPlain(randomJob(a.get(), b.get(), second, random));
+        expectPlainByEngine(randomJob(a.get(), b.get(), second, random));
     }
 }
 
@@ -523,7 +523,7 @@ TEST(QuibComposition, KeepsToTheMasksOfTheInputs)
         Job job = randomJob(a.get(), b.get(), random.coin(), random);
         if (random.coin())
             job.rectResult = randomRect(b.get(), random);
-        expectPlain(job);
+        expectPlainByEngine(job);
     }
 }
 
@@ -532,13 +532,13 @@ TEST(QuibComposition, ComposesAHandleWithItself)
     Random random(27);
     for (const bool second : {false, true}) {
         const Image both = makeRandomHandle(20, 16, 32, random);
-        expectPlain(randomJob(both.get(), both.get(), second, random));
+        expectPlainByEngine(randomJob(both.get(), both.get(), second, random));
         // The second region replaces the first.
         Job job = randomJob(both.get(), both.get(), second, random);
         job.rectB = QuibRect{3, 3, 9, 9};
         Job equal = job;
         equal.rectA = QuibRect{3, 3, 9, 9};
-        const std::vector<uint8_t> expected = plainComposition(equal);
+        const std::vector<uint8_t> expected = plainByEngine(equal);
         job.rectA = QuibRect{1, 1, 19, 15};
         EXPECT_EQ(bytesOf(compose(job).get()), expected);
         expectCleared({both.get()});
@@ -581,7 +581,7 @@ TEST(QuibComposition, IsPlainForRandomHandlesAndRectangles)
             if (random.coin())
                 job.rectResult = randomRect(b.get(), random);
             // A region that is A's alone may lie outside B: nothing is left to do.
-            ASSERT_NO_FATAL_FAILURE(expectPlain(job));
+            ASSERT_NO_FATAL_FAILURE(expectPlainByEngine(job));
         }
     });
 }
@@ -598,7 +598,7 @@ TEST(QuibComposition, StaysInsideTheInputs)
                 b.makeReadOnly();
                 for (const bool second : {false, true})
                     ASSERT_NO_FATAL_FAILURE(
-                        expectPlain(randomJob(a.get(), b.get(), second, random)));
+                        expectPlainByEngine(randomJob(a.get(), b.get(), second, random)));
             }
         }
     });

@@ -9,21 +9,22 @@
 namespace
 {
 
-using Wrapper = QuibStatus (*)(const IplImage*, IplImage**, int32_t, int32_t, int32_t, int32_t);
+using FilterWrapper = QuibStatus (*)(const IplImage*, IplImage**, int32_t, int32_t, int32_t,
+                                     int32_t);
 
-constexpr Wrapper wrappers[] = {QuibMaxFilter, QuibMinFilter, QuibMedianFilter,
-                                QuibColorMedianFilter};
-constexpr Wrapper rankWrappers[] = {QuibMaxFilter, QuibMinFilter, QuibMedianFilter};
+constexpr FilterWrapper filterWrappers[] = {QuibMaxFilter, QuibMinFilter, QuibMedianFilter,
+                                            QuibColorMedianFilter};
+constexpr FilterWrapper rankWrappers[] = {QuibMaxFilter, QuibMinFilter, QuibMedianFilter};
 
-Image filtered(Wrapper wrapper, const IplImage* src, int32_t nCols, int32_t nRows, int32_t anchorX,
-               int32_t anchorY)
+Image filtered(FilterWrapper wrapper, const IplImage* src, int32_t nCols, int32_t nRows,
+               int32_t anchorX, int32_t anchorY)
 {
     IplImage* out = nullptr;
     EXPECT_EQ(wrapper(src, &out, nCols, nRows, anchorX, anchorY), QUIB_OK);
     return Image(out);
 }
 
-PlainFilter rankOf(Wrapper wrapper)
+PlainFilter rankOf(FilterWrapper wrapper)
 {
     return [wrapper](const std::vector<double>& window) {
         std::vector<double> sorted = window;
@@ -39,7 +40,7 @@ PlainFilter rankOf(Wrapper wrapper)
 TEST(QuibRankFilters, FilterHandlesOfAllKinds)
 {
     Random random(1);
-    for (const Wrapper wrapper : rankWrappers) {
+    for (const FilterWrapper wrapper : rankWrappers) {
         for (const int32_t bitDepth : {1, 8, 24, 32}) {
             const Image src = makeRandomHandle(37, 11, bitDepth, random);
             const Image out = filtered(wrapper, src.get(), 3, 5, 1, 2);
@@ -117,7 +118,7 @@ TEST(QuibRankFilters, ADeclaredAlphaChannelEndsTheProcess)
 TEST(QuibRankFilters, RefuseBadArguments)
 {
     const Image src = makeHandle(3, 3, 24);
-    for (const Wrapper wrapper : wrappers) {
+    for (const FilterWrapper wrapper : filterWrappers) {
         IplImage* out = nullptr;
         EXPECT_BAD_HANDLE(wrapper(nullptr, &out, 3, 3, 1, 1));
         EXPECT_EQ(out, nullptr);
@@ -130,7 +131,7 @@ TEST(QuibRankFilters, RefuseBadArguments)
 TEST(QuibRankFilters, FailForDepthsThatHandlesDoNotHave)
 {
     const Image src = makeImage(3, 3, 3, IPL_DEPTH_16U);
-    for (const Wrapper wrapper : wrappers) {
+    for (const FilterWrapper wrapper : filterWrappers) {
         IplImage* out = nullptr;
         EXPECT_EQ(wrapper(src.get(), &out, 3, 3, 1, 1), QUIB_FAILED);
         EXPECT_EQ(out, nullptr);
@@ -141,7 +142,7 @@ TEST(QuibRankFilters, AnOldFailureLeavesTheFill)
 {
     const CleanStatus status;
     Random random(4);
-    for (const Wrapper wrapper : rankWrappers) {
+    for (const FilterWrapper wrapper : rankWrappers) {
         const Image src = makeRandomHandle(5, 5, 8, random);
         iplSetStatus(-10);
         const Image out = filtered(wrapper, src.get(), 1, 1, 0, 0);
@@ -247,15 +248,6 @@ Image blurred(const IplImage* src, const PlainWindow& window)
     return Image(out);
 }
 
-double plainMean(const std::vector<double>& window)
-{
-    double sum = 0;
-    for (const double value : window)
-        sum += value;
-    const double n = static_cast<double>(window.size());
-    return std::floor((2 * sum + n) / (2 * n));
-}
-
 } // namespace
 
 TEST(QuibBlur, BlursHandlesOfAllKinds)
@@ -268,7 +260,8 @@ TEST(QuibBlur, BlursHandlesOfAllKinds)
             const Image out = blurred(src.get(), window);
             ASSERT_NE(out, nullptr);
             const Twin expected(src.get());
-            plainFilter(plainJob(src.get(), nullptr, expected.get()), window, plainMean);
+            plainFilter(plainJob(src.get(), nullptr, expected.get()), window,
+                        plainMean(IPL_DEPTH_8U));
             EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get())) << bitDepth;
         }
     }
@@ -288,7 +281,8 @@ TEST(QuibBlur, KeepsWhatARegionOrAMaskLeavesOut)
             EXPECT_EQ(out->roi->xOffset, 5);
             EXPECT_EQ(out->maskROI, nullptr);
             const Twin expected(src.get());
-            plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 3, 1, 1}, plainMean);
+            plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 3, 1, 1},
+                        plainMean(IPL_DEPTH_8U));
             EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get())) << bitDepth;
         }
     }
@@ -339,7 +333,8 @@ TEST(QuibBlur, DeeperRecordsAreBlurredToo)
         randomise(src.get(), random);
         const Image out = blurred(src.get(), {3, 5, 1, 2});
         const Twin expected(src.get());
-        plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 5, 1, 2}, plainMean);
+        plainFilter(plainJob(src.get(), nullptr, expected.get()), {3, 5, 1, 2},
+                    plainMean(IPL_DEPTH_8U));
         EXPECT_EQ(bytesOf(out.get()), bytesOf(expected.get()));
     }
 }
@@ -353,7 +348,8 @@ TEST(QuibDecimateBlur, IsABlur)
         const Image src = makeRandomHandle(31, 12, bitDepth, random);
         const Image dst = makeRandomHandle(31, 12, bitDepth, random);
         const Twin expected(dst.get());
-        plainFilter(plainJob(src.get(), nullptr, expected.get()), {4, 3, 2, 1}, plainMean);
+        plainFilter(plainJob(src.get(), nullptr, expected.get()), {4, 3, 2, 1},
+                    plainMean(IPL_DEPTH_8U));
         EXPECT_EQ(QuibDecimateBlur(src.get(), dst.get(), IPL_INTER_CUBIC, 4, 3), QUIB_OK);
         EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get())) << bitDepth;
     }
@@ -365,7 +361,8 @@ TEST(QuibDecimateBlur, LowersTheSizesToHalfOfTheImage)
     const Image src = makeRandomHandle(10, 9, 8, random);
     const Image dst = makeHandle(10, 9, 8);
     const Twin expected(dst.get());
-    plainFilter(plainJob(src.get(), nullptr, expected.get()), {5, 4, 2, 2}, plainMean);
+    plainFilter(plainJob(src.get(), nullptr, expected.get()), {5, 4, 2, 2},
+                plainMean(IPL_DEPTH_8U));
     EXPECT_EQ(QuibDecimateBlur(src.get(), dst.get(), 0, 1000, 1000), QUIB_OK);
     EXPECT_EQ(bytesOf(dst.get()), bytesOf(expected.get()));
 }

@@ -7,7 +7,6 @@
 namespace
 {
 
-constexpr int32_t depths[] = {1, 8, 24, 32};
 constexpr int32_t axes[] = {0, 1, -1};
 
 // Whether dst holds the pixels of src, reversed by the axis.
@@ -70,7 +69,7 @@ TEST(QuibFlip, TakesOtherRowPitches)
 TEST(QuibFlip, FlipsEveryKindOfHandle)
 {
     Random random(2);
-    for (const int32_t bitDepth : depths) {
+    for (const int32_t bitDepth : handleDepths) {
         for (const int32_t axis : axes) {
             const Image src = makeRandomHandle(37, 5, bitDepth, random);
             const Image dst = makeRandomHandle(37, 5, bitDepth, random);
@@ -83,7 +82,7 @@ TEST(QuibFlip, FlipsEveryKindOfHandle)
 TEST(QuibFlip, FlipsInPlace)
 {
     Random random(3);
-    for (const int32_t bitDepth : depths) {
+    for (const int32_t bitDepth : handleDepths) {
         for (const int32_t axis : axes) {
             const Image image = makeRandomHandle(37, 5, bitDepth, random);
             IplImage* copy = nullptr;
@@ -144,7 +143,7 @@ TEST(QuibRotate, MovesPixelsByRightAnglesAboutTheCentre)
     // A pixel (x, y) from the centre goes to (y, -x), counter-clockwise as it is
     // seen, whatever the interpolation is.
     Random random(5);
-    for (const int32_t bitDepth : depths) {
+    for (const int32_t bitDepth : handleDepths) {
         for (const int32_t turns : {1, 2, 3, 5, -1, -2}) {
             const Image src = makeRandomHandle(21, 13, bitDepth, random);
             const Image dst = makeRandomHandle(19, 17, bitDepth, random);

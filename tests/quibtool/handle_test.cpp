@@ -15,20 +15,6 @@
 #include <new>
 #include <set>
 
-namespace
-{
-
-constexpr int32_t handleDepths[] = {1, 8, 24, 32};
-
-uint32_t pixelAt(const IplImage* handle, int32_t x, int32_t y)
-{
-    uint32_t word = 0;
-    std::memcpy(&word, rowOf(handle, y) + x * 4, 4);
-    return word;
-}
-
-} // namespace
-
 // --- Validity --------------------------------------------------------------------------
 
 TEST(QuibIsValid, WritesTheRowOfTheCallSite)
@@ -578,12 +564,12 @@ TEST(QuibFillColor, FillsThePaddingOfFourChannelsAndIgnoresRegionAndMask)
     EXPECT_EQ(QuibFillColor(image.get(), 0x04030201, nullptr), QUIB_OK);
     for (int32_t y = 0; y < 3; ++y)
         for (int32_t x = 0; x < 8; ++x)
-            EXPECT_EQ(pixelAt(image.get(), x, y), 0x04030201u);
+            EXPECT_EQ(wordAt(image.get(), x, y), 0x04030201u);
     QuibRect rect{1, 1, 3, 2};
     EXPECT_EQ(QuibFillColor(image.get(), 9, &rect), QUIB_OK);
-    EXPECT_EQ(pixelAt(image.get(), 1, 1), 9u);
-    EXPECT_EQ(pixelAt(image.get(), 2, 1), 9u);
-    EXPECT_EQ(pixelAt(image.get(), 3, 1), 0x04030201u);
+    EXPECT_EQ(wordAt(image.get(), 1, 1), 9u);
+    EXPECT_EQ(wordAt(image.get(), 2, 1), 9u);
+    EXPECT_EQ(wordAt(image.get(), 3, 1), 0x04030201u);
     EXPECT_NE(image->roi, nullptr);
     EXPECT_NE(image->maskROI, nullptr);
 }
@@ -657,7 +643,7 @@ TEST(QuibFillColor, GoesByTheRowsOfARecordThatLeavesItsSizeOut)
     EXPECT_EQ(QuibFillColor(handle.get(), 0x01020304, nullptr), QUIB_OK);
     for (int32_t y = 0; y < 3; ++y)
         for (int32_t x = 0; x < 5; ++x)
-            EXPECT_EQ(pixelAt(handle.get(), x, y), 0x01020304u);
+            EXPECT_EQ(wordAt(handle.get(), x, y), 0x01020304u);
 }
 
 TEST(QuibFillColor, FailsForOtherNumbersOfChannels)

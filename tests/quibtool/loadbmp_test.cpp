@@ -29,7 +29,7 @@ Bytes fileOf(const Bytes& dib)
     return file;
 }
 
-IplImage* const untouched = reinterpret_cast<IplImage*>(uintptr_t{16});
+IplImage* const untouchedHandle = reinterpret_cast<IplImage*>(uintptr_t{16});
 
 struct Loaded {
     QuibStatus status;
@@ -37,12 +37,12 @@ struct Loaded {
     Image handle;
 };
 
-Loaded load(const Bytes& file)
+Loaded loadBmp(const Bytes& file)
 {
     const TemporaryFile temporary(file);
-    IplImage* out = untouched;
+    IplImage* out = untouchedHandle;
     const QuibStatus status = QuibLoadBMP(temporary.name(), &out);
-    const bool stored = out != untouched;
+    const bool stored = out != untouchedHandle;
     return {status, stored, Image(stored ? out : nullptr)};
 }
 
@@ -53,37 +53,30 @@ Loaded loadLeaking(const Bytes& file)
 #if defined(__SANITIZE_ADDRESS__)
     __lsan_disable();
 #endif
-    Loaded loaded = load(file);
+    Loaded loaded = loadBmp(file);
 #if defined(__SANITIZE_ADDRESS__)
     __lsan_enable();
 #endif
     return loaded;
 }
 
-uint32_t wordAt(const IplImage* handle, int32_t x, int32_t y)
-{
-    uint32_t word;
-    std::memcpy(&word, rowOf(handle, y) + 4 * x, 4);
-    return word;
-}
-
 } // namespace
 
 TEST(QuibLoadBMP, RefusesNullArguments)
 {
-    IplImage* out = untouched;
+    IplImage* out = untouchedHandle;
     EXPECT_EQ(QuibLoadBMP(nullptr, &out), QUIB_BAD_ARGUMENT);
     EXPECT_EQ(QuibLoadBMP("no such file", nullptr), QUIB_BAD_ARGUMENT);
-    EXPECT_EQ(out, untouched);
+    EXPECT_EQ(out, untouchedHandle);
 }
 
 TEST(QuibLoadBMP, RefusesFilesThatCannotBeOpenedOrRead)
 {
-    IplImage* out = untouched;
+    IplImage* out = untouchedHandle;
     EXPECT_EQ(QuibLoadBMP("no such file.bmp", &out), QUIB_FAILED);
     EXPECT_EQ(QuibLoadBMP(std::filesystem::temp_directory_path().string().c_str(), &out),
               QUIB_FAILED);
-    EXPECT_EQ(out, untouched);
+    EXPECT_EQ(out, untouchedHandle);
 }
 
 TEST(QuibLoadBMP, RefusesShortFilesAndOtherMagic)
@@ -92,20 +85,20 @@ TEST(QuibLoadBMP, RefusesShortFilesAndOtherMagic)
         Bytes file(size);
         if (size > 1)
             file[0] = 'B', file[1] = 'M';
-        const Loaded loaded = load(file);
+        const Loaded loaded = loadBmp(file);
         EXPECT_EQ(loaded.status, QUIB_FAILED);
         EXPECT_FALSE(loaded.stored);
     }
     Bytes file = fileOf(emptyDib(dibHeader(2, 2, 24)));
     file[1] = 'N';
-    EXPECT_EQ(load(file).status, QUIB_FAILED);
+    EXPECT_EQ(loadBmp(file).status, QUIB_FAILED);
 }
 
 TEST(QuibLoadBMP, SucceedsWithoutAHandleForAFileWithoutAWholeHeader)
 {
     const Bytes whole = fileOf(emptyDib(dibHeader(2, 2, 24)));
     for (const ptrdiff_t size : {14, 15, 53}) {
-        const Loaded loaded = load(Bytes(whole.begin(), whole.begin() + size));
+        const Loaded loaded = loadBmp(Bytes(whole.begin(), whole.begin() + size));
         EXPECT_EQ(loaded.status, QUIB_OK);
         EXPECT_FALSE(loaded.stored);
     }
@@ -122,7 +115,7 @@ TEST(QuibLoadBMP, RefusesOtherDepths)
 
 TEST(QuibLoadBMP, Makes32BitHandlesOf24BitFilesWithAlphaZero)
 {
-    const Loaded loaded = load(fileOf(dibWith(dibHeader(1, 2, 24), {1, 2, 3, 0, 4, 5, 6, 0})));
+    const Loaded loaded = loadBmp(fileOf(dibWith(dibHeader(1, 2, 24), {1, 2, 3, 0, 4, 5, 6, 0})));
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(bytesOf(loaded.handle.get()), (Bytes{4, 5, 6, 0, 1, 2, 3, 0}));
     EXPECT_EQ(loaded.handle->nChannels, 4);
@@ -139,7 +132,7 @@ TEST(QuibLoadBMP, KeepsTheAlphaOf32BitFiles)
     Bytes dib = emptyDib(dibHeader(2, 1, 32));
     put32(dib, 40, 0x01020304);
     put32(dib, 44, 0xF0E0D0C0);
-    const Loaded loaded = load(fileOf(dib));
+    const Loaded loaded = loadBmp(fileOf(dib));
     EXPECT_EQ(wordAt(loaded.handle.get(), 0, 0), 0x01020304u);
     EXPECT_EQ(wordAt(loaded.handle.get(), 1, 0), 0xF0E0D0C0u);
 }
@@ -152,7 +145,7 @@ TEST(QuibLoadBMP, MakesGrayHandlesOf8BitFiles)
     dib[1064] = 5;
     dib[1065] = 6;
     dib[1066] = 5;
-    const Loaded loaded = load(fileOf(dib));
+    const Loaded loaded = loadBmp(fileOf(dib));
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(loaded.handle->nChannels, 1);
     EXPECT_EQ(bytesOf(loaded.handle.get())[0], 254);
@@ -166,7 +159,7 @@ TEST(QuibLoadBMP, MakesBitonalHandlesOf1BitFiles)
     Bytes dib = emptyDib(dibHeader(10, 2, 1));
     put32(dib, 40, 0x00FFFFFF);
     dib[48] = 0x80; // the lower row
-    const Loaded loaded = load(fileOf(dib));
+    const Loaded loaded = loadBmp(fileOf(dib));
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(loaded.handle->depth, IPL_DEPTH_1U);
     EXPECT_EQ(rowOf(loaded.handle.get(), 0)[0], 0xFF);
@@ -181,7 +174,7 @@ TEST(QuibLoadBMP, FindsPixelsBehindTheTableThatBiClrUsedTells)
     put32(dib, 48, 0x00030201);
     Bytes file = fileOf(dib);
     put32(file, 10, 54); // bfOffBits is not looked at
-    EXPECT_EQ(wordAt(load(file).handle.get(), 0, 0), 0x00030201u);
+    EXPECT_EQ(wordAt(loadBmp(file).handle.get(), 0, 0), 0x00030201u);
 }
 
 TEST(QuibLoadBMP, ReadsMasksAndStarts12BytesLateWithoutBiClrUsed)
@@ -191,7 +184,7 @@ TEST(QuibLoadBMP, ReadsMasksAndStarts12BytesLateWithoutBiClrUsed)
         append32(dib, mask);
     for (uint32_t i = 1; i <= 8; ++i)
         append32(dib, 0x80000000u + i);
-    const Loaded loaded = load(fileOf(dib));
+    const Loaded loaded = loadBmp(fileOf(dib));
     ASSERT_EQ(loaded.status, QUIB_OK);
     // Three pixels late, the last three are past what the file holds.
     EXPECT_EQ(wordAt(loaded.handle.get(), 0, 1), 0x80000004u);
@@ -206,9 +199,9 @@ TEST(QuibLoadBMP, ReadsZerosForWhatAShortFileLacks)
     const Bytes whole = fileOf(randomDib(dibHeader(5, 3, 24), random));
     for (size_t size = 54; size <= whole.size(); ++size) {
         Bytes file(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));
-        const Loaded cut = load(file);
+        const Loaded cut = loadBmp(file);
         file.resize(whole.size());
-        const Loaded zeroed = load(file);
+        const Loaded zeroed = loadBmp(file);
         ASSERT_EQ(cut.status, QUIB_OK);
         ASSERT_EQ(bytesOf(cut.handle.get()), bytesOf(zeroed.handle.get()));
     }
@@ -220,7 +213,7 @@ TEST(QuibLoadBMP, SpendsNoTimeOnPixelsThatAFileOnlyClaims)
     Bytes file = fileOf(dibWith(dibHeader(1 << 28, 4, 1), Bytes(4096, 0xFF)));
     put32(file, 54, 0x00FFFFFF);
     const auto before = std::chrono::steady_clock::now();
-    const Loaded loaded = load(file);
+    const Loaded loaded = loadBmp(file);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - before;
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(rowOf(loaded.handle.get(), 0)[0], 0xFF);
@@ -234,7 +227,7 @@ TEST(QuibLoadBMP, ReadsNoMoreThanBiSizeImage)
     BITMAPINFOHEADER header = dibHeader(2, 2, 32);
     header.biSizeImage = 6;
     const Bytes dib = dibWith(header, Bytes(16, 0x77));
-    const Loaded loaded = load(fileOf(dib));
+    const Loaded loaded = loadBmp(fileOf(dib));
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(wordAt(loaded.handle.get(), 0, 1), 0x77777777u);
     EXPECT_EQ(wordAt(loaded.handle.get(), 1, 1), 0x00007777u);
@@ -245,10 +238,10 @@ TEST(QuibLoadBMP, DecompressesRunLengthFiles)
 {
     const BITMAPINFOHEADER header = dibHeader(4, 1, 8, 1, 2);
     const Bytes whole = dibWith(header, {0, 0, 0, 0, 255, 255, 255, 0, 4, 1, 0, 1});
-    EXPECT_EQ(bytesOf(load(fileOf(whole)).handle.get()), (Bytes{254, 254, 254, 254}));
+    EXPECT_EQ(bytesOf(loadBmp(fileOf(whole)).handle.get()), (Bytes{254, 254, 254, 254}));
     // A stream that the file cuts off ends in zeros.
     const Bytes cut = dibWith(header, {0, 0, 0, 0, 255, 255, 255, 0, 4, 1});
-    EXPECT_REPORT(load(fileOf(cut)), -5, "ownDecompressRLE",
+    EXPECT_REPORT(loadBmp(fileOf(cut)), -5, "ownDecompressRLE",
                   "Incorrect format of BI_RLE8 DIB (mismatch biWidth)", "ownrle");
 }
 
@@ -260,19 +253,19 @@ TEST(QuibLoadBMP, EndsTheProcessForSizesThatAreNone)
             BITMAPINFOHEADER header = dibHeader(4, -4, bits);
             header.biSizeImage = sizeImage;
             const Bytes topDown = fileOf(dibWith(header, Bytes(64)));
-            EXPECT_REPORT(load(topDown), -10, "iplCreateImageHeader", "Incorrect data-ins",
+            EXPECT_REPORT(loadBmp(topDown), -10, "iplCreateImageHeader", "Incorrect data-ins",
                           "iplalloc");
             header.biWidth = INT32_MIN;
-            EXPECT_REPORT(load(fileOf(dibWith(header, Bytes(64)))), -10, "iplCreateImageHeader",
+            EXPECT_REPORT(loadBmp(fileOf(dibWith(header, Bytes(64)))), -10, "iplCreateImageHeader",
                           "Incorrect data-ins", "iplalloc");
             header.biHeight = 4;
             header.biWidth = 0;
-            EXPECT_REPORT(load(fileOf(dibWith(header, Bytes(64)))), -10, "iplCreateImageHeader",
+            EXPECT_REPORT(loadBmp(fileOf(dibWith(header, Bytes(64)))), -10, "iplCreateImageHeader",
                           "Incorrect data-ins", "iplalloc");
         }
     }
     const ReportsReturn returning;
-    const Loaded loaded = load(fileOf(dibWith(dibHeader(4, -4, 24), Bytes(64))));
+    const Loaded loaded = loadBmp(fileOf(dibWith(dibHeader(4, -4, 24), Bytes(64))));
     EXPECT_EQ(loaded.status, QUIB_OK);
     EXPECT_TRUE(loaded.stored);
     EXPECT_EQ(loaded.handle, nullptr);
@@ -282,9 +275,9 @@ TEST(QuibLoadBMP, EndsTheProcessForHeadersThatTheEngineRefuses)
 {
     BITMAPINFOHEADER header = dibHeader(4, 4, 24);
     header.biSize = 12;
-    EXPECT_REPORT(load(fileOf(dibWith(header, Bytes(64)))), -5, "iplConvertFromDIB",
+    EXPECT_REPORT(loadBmp(fileOf(dibWith(header, Bytes(64)))), -5, "iplConvertFromDIB",
                   "(dib->biSize != sizeof(BITMAPINFOHEADER))", "iplDIB");
-    EXPECT_REPORT(load(fileOf(dibWith(dibHeader(4, 4, 8, 0, 300), Bytes(64)))), -5,
+    EXPECT_REPORT(loadBmp(fileOf(dibWith(dibHeader(4, 4, 8, 0, 300), Bytes(64)))), -5,
                   "iplConvertFromDIB", "( dib->biBitCount==8 && dib->biClrUsed>256 )", "iplDIB");
 }
 
@@ -292,31 +285,31 @@ TEST(QuibLoadBMP, SucceedsWithoutAHandleForSizesThatMemoryCannotHold)
 {
     // 4 * biClrUsed would wrap, and so would the sum.
     for (const uint32_t clrUsed : {0xFFFFFFFFu, 0x40000000u, 0x3FFFFFF7u}) {
-        const Loaded loaded = load(fileOf(dibWith(dibHeader(4, 4, 24, 0, clrUsed), Bytes(64))));
+        const Loaded loaded = loadBmp(fileOf(dibWith(dibHeader(4, 4, 24, 0, clrUsed), Bytes(64))));
         EXPECT_EQ(loaded.status, QUIB_OK);
         EXPECT_FALSE(loaded.stored);
     }
     BITMAPINFOHEADER header = dibHeader(4, 4, 8);
     header.biSizeImage = 0xFFFFFFF0;
-    EXPECT_FALSE(load(fileOf(dibWith(header, Bytes(64)))).stored);
+    EXPECT_FALSE(loadBmp(fileOf(dibWith(header, Bytes(64)))).stored);
     // A computed size that would wrap.
     for (const int32_t bits : {1, 8, 24, 32}) {
-        const Loaded loaded = load(fileOf(dibWith(dibHeader(INT32_MAX, INT32_MAX, bits), {})));
+        const Loaded loaded = loadBmp(fileOf(dibWith(dibHeader(INT32_MAX, INT32_MAX, bits), {})));
         EXPECT_EQ(loaded.status, QUIB_OK);
         EXPECT_FALSE(loaded.stored);
     }
-    EXPECT_FALSE(load(fileOf(dibWith(dibHeader(INT32_MAX, INT32_MAX, 65535), {}))).stored);
+    EXPECT_FALSE(loadBmp(fileOf(dibWith(dibHeader(INT32_MAX, INT32_MAX, 65535), {}))).stored);
 }
 
 TEST(QuibLoadBMP, SucceedsWithoutAHandleWhenMemoryRunsOut)
 {
     const TemporaryFile file(fileOf(emptyDib(dibHeader(2, 2, 24))));
-    IplImage* out = untouched;
+    IplImage* out = untouchedHandle;
     {
         const FailingAllocation failing; // of the bitmap
         EXPECT_EQ(QuibLoadBMP(file.name(), &out), QUIB_OK);
     }
-    EXPECT_EQ(out, untouched);
+    EXPECT_EQ(out, untouchedHandle);
     const FailingAllocation failing(1); // of the record
     EXPECT_EQ(QuibLoadBMP(file.name(), &out), QUIB_OK);
     EXPECT_EQ(out, nullptr);
@@ -326,7 +319,7 @@ TEST(QuibLoadBMP, LeavesAHandleWithoutPixelsAfterAnEarlierFailure)
 {
     const CleanStatus clean;
     iplSetStatus(-10);
-    const Loaded loaded = load(fileOf(emptyDib(dibHeader(2, 2, 24))));
+    const Loaded loaded = loadBmp(fileOf(emptyDib(dibHeader(2, 2, 24))));
     EXPECT_EQ(loaded.status, QUIB_OK);
     ASSERT_NE(loaded.handle, nullptr);
     EXPECT_EQ(loaded.handle->imageData, nullptr);

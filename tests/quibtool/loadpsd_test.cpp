@@ -10,9 +10,9 @@
 namespace
 {
 
-IplImage* const untouched = reinterpret_cast<IplImage*>(uintptr_t{16});
+IplImage* const untouchedImage = reinterpret_cast<IplImage*>(uintptr_t{16});
 
-struct Loaded {
+struct LoadedLayers {
     QuibStatus status;
     bool imageStored;
     bool maskStored;
@@ -21,25 +21,26 @@ struct Loaded {
 };
 
 template<class Load>
-Loaded loadBy(Load load)
+LoadedLayers loadBy(Load loadLayers)
 {
-    IplImage* image = untouched;
-    IplImage* mask = untouched;
-    const QuibStatus status = load(&image, &mask);
-    return {status, image != untouched, mask != untouched,
-            Image(image == untouched ? nullptr : image), Image(mask == untouched ? nullptr : mask)};
+    IplImage* image = untouchedImage;
+    IplImage* mask = untouchedImage;
+    const QuibStatus status = loadLayers(&image, &mask);
+    return {status, image != untouchedImage, mask != untouchedImage,
+            Image(image == untouchedImage ? nullptr : image),
+            Image(mask == untouchedImage ? nullptr : mask)};
 }
 
-Loaded load(const char* fileName)
+LoadedLayers loadLayers(const char* fileName)
 {
     return loadBy([fileName](IplImage** image, IplImage** mask) {
         return QuibLoadFramePsd2Bmp(fileName, image, mask);
     });
 }
 
-Loaded load(const PsdFile& file)
+LoadedLayers loadLayers(const PsdFile& file)
 {
-    return load(TemporaryFile(psdBytes(file)).name());
+    return loadLayers(TemporaryFile(psdBytes(file)).name());
 }
 
 // A mask's values as the engine gives them.
@@ -73,7 +74,7 @@ Bytes planeOf(const IplImage* mask)
     return plane;
 }
 
-void expectLoads(const Loaded& loaded, const PsdFile& file)
+void expectLoads(const LoadedLayers& loaded, const PsdFile& file)
 {
     ASSERT_EQ(loaded.status, QUIB_OK);
     const std::vector<PsdExpectedFrame> frames = psdFrames(file);
@@ -121,7 +122,7 @@ public:
     HandMade& operator=(const HandMade&) = delete;
 
     HGLOBAL get() const { return block; }
-    Loaded take() const
+    LoadedLayers take() const
     {
         return loadBy([this](IplImage** image, IplImage** mask) {
             return ownTakeFrames(block, image, mask);
@@ -172,13 +173,13 @@ Bytes maskDib(int32_t width = 3, int32_t height = 2)
 TEST(QuibLoadFramePsd2Bmp, RefusesNullArguments)
 {
     const TemporaryFile file(psdBytes(twoLayers(true, true)));
-    IplImage* out = untouched;
+    IplImage* out = untouchedImage;
     EXPECT_EQ(QuibLoadFramePsd2Bmp(nullptr, &out, &out), QUIB_BAD_ARGUMENT);
     EXPECT_EQ(QuibLoadFramePsd2Bmp(file.name(), nullptr, &out), QUIB_BAD_ARGUMENT);
     EXPECT_EQ(QuibLoadFramePsd2Bmp(file.name(), &out, nullptr), QUIB_BAD_ARGUMENT);
     // Not even looked for.
     EXPECT_EQ(QuibLoadFramePsd2Bmp("no such file", &out, nullptr), QUIB_BAD_ARGUMENT);
-    EXPECT_EQ(out, untouched);
+    EXPECT_EQ(out, untouchedImage);
 }
 
 TEST(QuibLoadFramePsd2Bmp, RefusesFilesThatTheReaderRefuses)
@@ -187,7 +188,7 @@ TEST(QuibLoadFramePsd2Bmp, RefusesFilesThatTheReaderRefuses)
     bad.pop_back();
     const TemporaryFile cut(bad);
     for (const char* name : {"no such file", cut.name()}) {
-        const Loaded loaded = load(name);
+        const LoadedLayers loaded = loadLayers(name);
         EXPECT_EQ(loaded.status, QUIB_BAD_ARGUMENT);
         EXPECT_FALSE(loaded.imageStored);
         EXPECT_FALSE(loaded.maskStored);
@@ -199,33 +200,33 @@ TEST(QuibLoadFramePsd2Bmp, FailsForAnotherNumberOfFrames)
     for (const size_t count : {0, 1, 3, 4}) {
         PsdFile file = twoLayers(true, true);
         file.layers.resize(count, file.layers[0]);
-        const Loaded loaded = load(file);
+        const LoadedLayers loaded = loadLayers(file);
         EXPECT_EQ(loaded.status, QUIB_FAILED) << count;
         EXPECT_FALSE(loaded.imageStored);
         EXPECT_FALSE(loaded.maskStored);
     }
     for (const char* name : {"agpsd_one.psd", "agpsd_three.psd", "agpsd_flat.psd"})
-        EXPECT_EQ(load(psdPath(name).c_str()).status, QUIB_FAILED) << name;
+        EXPECT_EQ(loadLayers(psdPath(name).c_str()).status, QUIB_FAILED) << name;
 }
 
 TEST(QuibLoadFramePsd2Bmp, TakesTheFirstFramesMaskAsAlpha)
 {
     for (const bool transparent : {false, true})
-        expectLoads(load(twoLayers(transparent, true)), twoLayers(transparent, true));
+        expectLoads(loadLayers(twoLayers(transparent, true)), twoLayers(transparent, true));
 }
 
 TEST(QuibLoadFramePsd2Bmp, TakesTransparencyWhereThereIsNoMask)
 {
-    expectLoads(load(twoLayers(true, false)), twoLayers(true, false));
+    expectLoads(loadLayers(twoLayers(true, false)), twoLayers(true, false));
     PsdFile disabled = twoLayers(true, true);
     for (PsdLayer& layer : disabled.layers)
         layer.mask->flags = 2;
-    expectLoads(load(disabled), disabled);
+    expectLoads(loadLayers(disabled), disabled);
 }
 
 TEST(QuibLoadFramePsd2Bmp, FailsForAFirstFrameWithoutAMask)
 {
-    const Loaded loaded = load(twoLayers(false, false));
+    const LoadedLayers loaded = loadLayers(twoLayers(false, false));
     EXPECT_EQ(loaded.status, QUIB_FAILED);
     EXPECT_FALSE(loaded.imageStored);
     EXPECT_FALSE(loaded.maskStored);
@@ -236,7 +237,7 @@ TEST(QuibLoadFramePsd2Bmp, KeepsThePictureOfASecondFrameWithoutAMask)
     PsdFile file = twoLayers(true, true);
     file.layers[1].channels.erase(-1);
     file.layers[1].mask.reset();
-    const Loaded loaded = load(file);
+    const LoadedLayers loaded = loadLayers(file);
     EXPECT_EQ(loaded.status, QUIB_FAILED);
     ASSERT_TRUE(loaded.imageStored);
     EXPECT_EQ(bytesOf(loaded.image.get()), pictureOf(psdFrames(file)[0]));
@@ -245,7 +246,7 @@ TEST(QuibLoadFramePsd2Bmp, KeepsThePictureOfASecondFrameWithoutAMask)
 
 TEST(QuibLoadFramePsd2Bmp, GivesHandlesOfTheLibrary)
 {
-    const Loaded loaded = load(twoLayers(true, true));
+    const LoadedLayers loaded = loadLayers(twoLayers(true, true));
     QuibInfo info{};
     EXPECT_EQ(QuibGetInfo(loaded.image.get(), &info), QUIB_OK);
     EXPECT_EQ(info.bitDepth, 32);
@@ -269,7 +270,7 @@ TEST(QuibLoadFramePsd2Bmp, KeepsEveryMaskValueBut255)
     for (int32_t number = -1; number < 3; ++number)
         layer.channels[number] = ramp;
     file.layers.assign(2, layer);
-    const Loaded loaded = load(file);
+    const LoadedLayers loaded = loadLayers(file);
     for (int32_t v = 0; v < 256; ++v) {
         EXPECT_EQ(rowOf(loaded.image.get(), 0)[4 * v + 3], std::min(v, 254));
         EXPECT_EQ(rowOf(loaded.image.get(), 0)[4 * v], v);
@@ -285,7 +286,7 @@ TEST(QuibLoadFramePsd2Bmp, LoadsWhatOthersWrote)
           "gimp_rgb16.psd", "gimp_gray16.psd", "gimp_group.psd"}) {
         SCOPED_TRACE(name);
         const std::string text = std::string(name).substr(0, std::string(name).find('.')) + ".txt";
-        expectLoads(load(psdPath(name).c_str()), readPsdText(text));
+        expectLoads(loadLayers(psdPath(name).c_str()), readPsdText(text));
     }
 }
 
@@ -294,7 +295,7 @@ TEST(QuibLoadFramePsd2Bmp, LoadsWhatOthersWrote)
 TEST(TakeFrames, DeletesTheBlockAfterAll)
 {
     const HandMade good(colourDib(), maskDib(), maskDib());
-    const Loaded loaded = good.take();
+    const LoadedLayers loaded = good.take();
     EXPECT_EQ(loaded.status, QUIB_OK);
     EXPECT_TRUE(good.isDeleted());
     EXPECT_EQ(planeOf(loaded.mask.get()).size(), 6u);
@@ -305,7 +306,7 @@ TEST(TakeFrames, TestsTheCountBeforeTheFirstFramesWords)
     for (const ZxWord count : {0, 1})
         for (const Bytes& colour : {colourDib(), Bytes()}) {
             const HandMade made(colour, maskDib(), {}, count);
-            const Loaded loaded = made.take();
+            const LoadedLayers loaded = made.take();
             EXPECT_EQ(loaded.status, QUIB_FAILED);
             EXPECT_FALSE(loaded.imageStored);
             EXPECT_FALSE(loaded.maskStored);
@@ -318,7 +319,7 @@ TEST(TakeFrames, FailsWithoutTheFirstFramesBitmaps)
     for (const bool hasColour : {false, true}) {
         const HandMade made(hasColour ? colourDib() : Bytes(), hasColour ? Bytes() : maskDib(),
                             maskDib());
-        const Loaded loaded = made.take();
+        const LoadedLayers loaded = made.take();
         EXPECT_EQ(loaded.status, QUIB_FAILED);
         EXPECT_FALSE(loaded.imageStored);
         EXPECT_FALSE(loaded.maskStored);
@@ -338,7 +339,7 @@ TEST(TakeFrames, FailsForBitmapsThatAreNoPictureWithAMask)
                  {colourDib(), colourDib(1)}, {colourDib(), colourDib(16)}};
     for (const auto& pair : pairs) {
         const HandMade made(pair.colour, pair.mask, maskDib());
-        const Loaded loaded = made.take();
+        const LoadedLayers loaded = made.take();
         EXPECT_EQ(loaded.status, QUIB_FAILED);
         EXPECT_FALSE(loaded.imageStored);
         EXPECT_FALSE(loaded.maskStored);
@@ -352,7 +353,7 @@ TEST(TakeFrames, TakesPicturesOf24Bits)
     Bytes mask = maskDib(2, 1);
     mask[1064] = 200;
     mask[1065] = 100;
-    const Loaded loaded = HandMade(dib, mask, mask).take();
+    const LoadedLayers loaded = HandMade(dib, mask, mask).take();
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(bytesOf(loaded.image.get()), (Bytes{1, 2, 3, 200, 4, 5, 6, 100}));
 }
@@ -360,7 +361,7 @@ TEST(TakeFrames, TakesPicturesOf24Bits)
 TEST(TakeFrames, WalksThePicturesSizeOverALargerMask)
 {
     const Bytes mask = maskDib(5, 4);
-    const Loaded loaded = HandMade(colourDib(), mask, mask).take();
+    const LoadedLayers loaded = HandMade(colourDib(), mask, mask).take();
     ASSERT_EQ(loaded.status, QUIB_OK);
     EXPECT_EQ(loaded.image->width, 3);
     EXPECT_EQ(loaded.mask->width, 5);
@@ -373,7 +374,7 @@ TEST(TakeFrames, FreesASecondMaskThatIsNone)
 {
     for (const int32_t bits : {1, 24, 32}) {
         const HandMade made(colourDib(), maskDib(), colourDib(bits));
-        const Loaded loaded = made.take();
+        const LoadedLayers loaded = made.take();
         EXPECT_EQ(loaded.status, QUIB_FAILED);
         EXPECT_NE(loaded.image, nullptr);
         EXPECT_TRUE(loaded.maskStored);
@@ -385,7 +386,7 @@ TEST(TakeFrames, FreesASecondMaskThatIsNone)
 TEST(TakeFrames, StoresNullForASecondMaskThatCannotBeConverted)
 {
     const HandMade made(colourDib(), maskDib(), colourDib(16));
-    const Loaded loaded = made.take();
+    const LoadedLayers loaded = made.take();
     EXPECT_EQ(loaded.status, QUIB_FAILED);
     EXPECT_NE(loaded.image, nullptr);
     EXPECT_TRUE(loaded.maskStored);
@@ -396,7 +397,7 @@ TEST(TakeFrames, StoresNullForASecondMaskThatCannotBeConverted)
 TEST(TakeFrames, FailsWithoutASecondMaskButKeepsThePicture)
 {
     const HandMade made(colourDib(), maskDib(), {});
-    const Loaded loaded = made.take();
+    const LoadedLayers loaded = made.take();
     EXPECT_EQ(loaded.status, QUIB_FAILED);
     EXPECT_NE(loaded.image, nullptr);
     EXPECT_FALSE(loaded.maskStored);
@@ -409,7 +410,7 @@ TEST(TakeFrames, KeepsTheClonesStatus)
     const CleanStatus clean;
     iplSetStatus(-10);
     const HandMade made(colourDib(), maskDib(), maskDib());
-    const Loaded loaded = made.take();
+    const LoadedLayers loaded = made.take();
     EXPECT_EQ(loaded.status, QUIB_BAD_ARGUMENT);
     EXPECT_FALSE(loaded.imageStored);
     EXPECT_TRUE(loaded.maskStored);

@@ -156,7 +156,7 @@ std::vector<uint8_t> plainView(const IplImage* src, const View& v, const IplImag
 }
 
 // Expects the call to do what the plain form does, and the source to stay.
-void expectPlain(IplImage* src, const View& view, IplImage* dst, int32_t mode)
+void expectPlainView(IplImage* src, const View& view, IplImage* dst, int32_t mode)
 {
     bool refused = false;
     const std::vector<uint8_t> source = bytesOf(src);
@@ -400,7 +400,7 @@ TEST(QuibBltPanZoom, RepeatsTheFirstColumnUntilANegativeStartReachesIt)
         for (int32_t c = 0; c < 4; ++c)
             EXPECT_EQ(element(dst.get(), x, 3, c), element(src.get(), 0, 3, c)) << x;
     EXPECT_NE(std::memcmp(rowOf(dst.get(), 3) + 2 * 4, rowOf(src.get(), 3), 4), 0);
-    expectPlain(src.get(), view, dst.get(), 1);
+    expectPlainView(src.get(), view, dst.get(), 1);
 }
 
 TEST(QuibBltPanZoom, LosesTheColumnsOfAnOriginLeftOfTheSource)
@@ -438,7 +438,7 @@ TEST(QuibBltPanZoom, MovesTheOriginWithTheTruncationOfTheDestination)
     for (const int32_t mode : {0, 1, 2}) {
         const Image dst = makeHandle(10, 10, 32);
         // The origin goes from 2 to 2 - 0.5 * 0.5 on both axes.
-        expectPlain(src.get(), {2, 0.5, 2, 0.5, 1.5, 8.5, 1.5, 8.5}, dst.get(), mode);
+        expectPlainView(src.get(), {2, 0.5, 2, 0.5, 1.5, 8.5, 1.5, 8.5}, dst.get(), mode);
         const Image same = makeHandle(10, 10, 32);
         EXPECT_EQ(panZoom(src.get(), {1.75, 0.5, 1.75, 0.5, 1, 8.5, 1, 8.5}, same.get(), mode),
                   QUIB_OK);
@@ -452,7 +452,7 @@ TEST(QuibBltPanZoom, TruncatesNegativeEdgesTowardZero)
     const Image src = makeRandomHandle(12, 12, 32, random);
     const Image dst = makeHandle(10, 10, 32);
     // -1.5 becomes -1, and the origin grows by half a step.
-    expectPlain(src.get(), {3, 0.75, 3, 0.75, -1.5, 8, -1.5, 8}, dst.get(), 1);
+    expectPlainView(src.get(), {3, 0.75, 3, 0.75, -1.5, 8, -1.5, 8}, dst.get(), 1);
     bool refused = true;
     const Image blank = makeHandle(10, 10, 32);
     plainView(src.get(), {3, 0.75, 3, 0.75, -1.5, 8, -1.5, 8}, blank.get(), 1, &refused);
@@ -480,8 +480,9 @@ TEST(QuibBltPanZoom, MatchesThePlainFormForRandomViews)
         for (int round = 0; round < 1500; ++round) {
             const Image src = makeRandomHandleUpTo(40, 14, 32, random);
             const Image dst = makeRandomHandleUpTo(60, 14, 32, random);
-            ASSERT_NO_FATAL_FAILURE(expectPlain(src.get(), randomView(src.get(), dst.get(), random),
-                                                dst.get(), random.between(0, 3)));
+            ASSERT_NO_FATAL_FAILURE(expectPlainView(src.get(),
+                                                    randomView(src.get(), dst.get(), random),
+                                                    dst.get(), random.between(0, 3)));
         }
     });
 }
@@ -498,7 +499,7 @@ TEST(QuibBltPanZoom, MatchesThePlainFormForViewsThatGrowAndShrink)
                 View view = wholeView(dst.get(), step, step * 1.1);
                 view.srcX = fraction(random);
                 view.srcY = fraction(random);
-                ASSERT_NO_FATAL_FAILURE(expectPlain(src.get(), view, dst.get(), mode));
+                ASSERT_NO_FATAL_FAILURE(expectPlainView(src.get(), view, dst.get(), mode));
             }
         }
     });
@@ -512,7 +513,7 @@ TEST(QuibBltPanZoom, SumsThePositionsUpOneByOne)
     const Image src = makeRandomHandle(401, 2, 32, random);
     const Image dst = makeHandle(4000, 2, 32);
     for (const int32_t mode : {0, 1, 2})
-        expectPlain(src.get(), {0, 0.1, 0, 0.6, 0, 4000, 0, 2}, dst.get(), mode);
+        expectPlainView(src.get(), {0, 0.1, 0, 0.6, 0, 4000, 0, 2}, dst.get(), mode);
 }
 
 TEST(QuibBltPanZoom, StaysInsideBothBlocks)
@@ -528,10 +529,10 @@ TEST(QuibBltPanZoom, StaysInsideBothBlocks)
                 for (int round = 0; round < 40; ++round) {
                     const View view = randomView(src.get(), dst.get(), random);
                     ASSERT_NO_FATAL_FAILURE(
-                        expectPlain(src.get(), view, dst.get(), random.between(0, 3)));
+                        expectPlainView(src.get(), view, dst.get(), random.between(0, 3)));
                 }
                 View whole = wholeView(dst.get(), width / (51.0 - width), 4 / 5.0);
-                ASSERT_NO_FATAL_FAILURE(expectPlain(src.get(), whole, dst.get(), 1));
+                ASSERT_NO_FATAL_FAILURE(expectPlainView(src.get(), whole, dst.get(), 1));
                 // A destination that reaches past its own end.
                 whole.right = 1e9;
                 whole.bottom = 1e9;

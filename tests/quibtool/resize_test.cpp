@@ -13,7 +13,6 @@
 namespace
 {
 
-constexpr int32_t depths[] = {1, 8, 24, 32};
 constexpr int32_t manyModes[] = {0, 1, 2, 3, 5, STRETCH_PAIRS_NEAREST, STRETCH_PAIRS_LINEAR, -1};
 constexpr const char* modeText =
     "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && "
@@ -57,7 +56,7 @@ TEST(QuibResize, RefusesBadHandles)
 TEST(QuibResize, CopiesEqualLayoutsInEveryModeWithTheirPadding)
 {
     Random random(1);
-    for (const int32_t bitDepth : depths) {
+    for (const int32_t bitDepth : handleDepths) {
         for (const int32_t mode : manyModes) {
             const Image src = makeRandomHandle(13, 7, bitDepth, random);
             const Image dst = makeRandomHandle(13, 7, bitDepth, random);
@@ -381,7 +380,7 @@ TEST(QuibResizeFit, GivesTheChecksOwnStatus)
 TEST(QuibResizeFit, ScalesWholeImagesByTheEngine)
 {
     Random random(16);
-    for (const int32_t bitDepth : depths) {
+    for (const int32_t bitDepth : handleDepths) {
         const Image src = makeRandomHandle(10, 10, bitDepth, random);
         expectEngineResult(QuibResizeFit, src, 15, 6, iplResize, 1);
     }

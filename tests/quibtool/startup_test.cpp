@@ -59,7 +59,7 @@ Blend exactBlend(uint64_t over, uint64_t under)
     return {static_cast<uint32_t>(weight), static_cast<uint32_t>(alpha)};
 }
 
-int32_t plainHue(int32_t i, int32_t j)
+int32_t plainHueEntry(int32_t i, int32_t j)
 {
     if (i == 0 && j == 0)
         return 360;
@@ -152,7 +152,7 @@ TEST(HueTable, HoldsTheValuesOfItsConditions)
     for (int32_t i = -255; i <= 255; ++i) {
         for (int32_t j = -255; j <= 255; ++j) {
             const int32_t hue = hueTable[i * 511 + j];
-            ASSERT_EQ(hue, plainHue(i, j)) << i << ", " << j;
+            ASSERT_EQ(hue, plainHueEntry(i, j)) << i << ", " << j;
             ASSERT_EQ(hue == 360, i == 0 && j == 0);
             ASSERT_GE(hue, 0);
         }

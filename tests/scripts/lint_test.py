@@ -232,5 +232,45 @@ class Docstrings(LintTest):
         self.fails({"quibtool/exports.txt": "QuibGood\nQuibGone\n"}, "QuibGone is exported")
 
 
+class Helpers(LintTest):
+    LISTING = """
+quib_test(quib_some_tests 2
+  room/a_test.cpp
+  room/b_test.cpp
+  other/c_test.cpp
+)
+"""
+
+    def united(self, **texts):
+        """The tree with these files of tests in it."""
+        files = {"tests/CMakeLists.txt": self.LISTING}
+        for name in ("room/a_test.cpp", "room/b_test.cpp", "other/c_test.cpp"):
+            files[f"tests/{name}"] = texts.get(pathlib.PurePath(name).name[0], "")
+        return files
+
+    def test_a_name_a_folder(self):
+        self.passes(self.united(a="int twice(int a)\n{\n}\nstruct One {\n};\n",
+                                b="int thrice(int a)\n{\n}\n", c="int twice(long a)\n{\n}\n"))
+
+    def test_functions(self):
+        self.fails(self.united(a="int twice(int a)\n{\n}\n",
+                               b="template<class T>\nvoid twice(T a, int b)\n{\n}\n"),
+                   "tests/room/b_test.cpp:1: twice is a helper of tests/room/a_test.cpp too")
+
+    def test_types_and_values(self):
+        self.fails(self.united(a="struct Size {\n};\nconstexpr int sizes[] = {1};\n",
+                               b="class Size\n{\n};\nconst long sizes[2] = {2};\n"),
+                   "Size is a helper", "sizes is a helper")
+
+    def test_headers(self):
+        header = {"tests/support/draw.h": "inline int draw(int a)\n{\n}\n"}
+        own = "int draw(long a)\n{\n}\n"
+        included = '#include "tests/support/draw.h"\n'
+        self.passes({**header, **self.united(a=own)})
+        self.passes({**header, **self.united(a=included + own, b=included)})
+        self.fails({**header, **self.united(a=included, b=own)},
+                   "tests/room/b_test.cpp:1: draw is a helper of tests/support/draw.h too")
+
+
 if __name__ == "__main__":
     unittest.main()

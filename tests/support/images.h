@@ -48,7 +48,9 @@ inline Image makeImage(int32_t width, int32_t height, int32_t nChannels, uint32_
     return image;
 }
 
-// A handle of the surface, bitDepth 1, 8, 24 or 32, with zeroed pixels.
+constexpr int32_t handleDepths[] = {1, 8, 24, 32};
+
+// A handle of the surface, of one of these depths, with zeroed pixels.
 inline Image makeHandle(int32_t width, int32_t height, int32_t bitDepth)
 {
     IplImage* handle = nullptr;
@@ -62,6 +64,14 @@ inline uint8_t* rowOf(const IplImage* image, int32_t y)
 {
     return reinterpret_cast<uint8_t*>(image->imageData) +
            static_cast<ptrdiff_t>(y) * image->widthStep;
+}
+
+// The pixel of a handle of 32 bits.
+inline uint32_t wordAt(const IplImage* handle, int32_t x, int32_t y)
+{
+    uint32_t word = 0;
+    std::memcpy(&word, rowOf(handle, y) + 4 * x, 4);
+    return word;
 }
 
 inline std::vector<uint8_t> bytesOf(const IplImage* image)
@@ -88,6 +98,16 @@ inline Image makeRandomHandle(int32_t width, int32_t height, int32_t bitDepth, R
     Image handle = makeHandle(width, height, bitDepth);
     randomise(handle.get(), random);
     return handle;
+}
+
+// With these bytes, row padding included.
+inline Image handleOf(int32_t width, int32_t height, int32_t bitDepth,
+                      const std::vector<uint8_t>& bytes)
+{
+    Image image = makeHandle(width, height, bitDepth);
+    EXPECT_EQ(bytes.size(), static_cast<size_t>(image->imageSize));
+    std::memcpy(image->imageData, bytes.data(), bytes.size());
+    return image;
 }
 
 // Of a random size up to this one.

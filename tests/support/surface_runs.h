@@ -113,10 +113,9 @@ void expectRandomRuns(uint64_t seed, int rounds, Transfer transfer, Plain plain)
 {
     Random random(seed);
     for (int round = 0; round < rounds; ++round) {
-        constexpr int32_t depths[] = {1, 8, 24, 32};
         const int32_t width = random.coin() ? random.between(1, 9) : random.between(1, 150);
         const int32_t height = random.between(1, random.coin() ? 4 : 40);
-        const int32_t bitDepth = depths[random.between(0, 3)];
+        const int32_t bitDepth = handleDepths[random.between(0, 3)];
         const SurfaceFormat format = randomFormat(random);
         const int32_t pitch = randomPitch(width, format.bits, random);
         SCOPED_TRACE(testing::Message()

@@ -4,6 +4,9 @@
 
 #include "tests/support/pixel_cases.h"
 
+constexpr uint32_t integerDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S,
+                                      IPL_DEPTH_16U, IPL_DEPTH_16S, IPL_DEPTH_32S};
+
 // The index that a coordinate outside [0, size) stands for, by a border mode other
 // than constant.
 inline int32_t plainFold(int32_t mode, int64_t c, int64_t size)
@@ -193,4 +196,32 @@ inline void expectSameFilterInTiles(const Arrangement& images, const PlainWindow
     call(images.a.get(), images.dst.get(), window);
     ASSERT_EQ(bytesOf(result.get()), bytesOf(images.dst.get()))
         << images.text() << describe(window) << " tiles " << which;
+}
+
+// floor((2 sum + n) / (2 n)), for either sign.
+inline int64_t plainQuotient(int64_t sum, int64_t n)
+{
+    const int64_t numerator = 2 * sum + n;
+    const int64_t quotient = numerator / (2 * n);
+    return numerator < 0 && numerator % (2 * n) != 0 ? quotient - 1 : quotient;
+}
+
+// The mean of a window, halves up; in 1-bit images what at least half of it is.
+inline PlainFilter plainMean(uint32_t depth)
+{
+    return [depth](const std::vector<double>& window) -> double {
+        if (depth == IPL_DEPTH_32F) {
+            double sum = 0;
+            for (const double value : window)
+                sum += value;
+            return static_cast<float>(sum * (1.0 / static_cast<double>(window.size())));
+        }
+        int64_t sum = 0;
+        for (const double value : window)
+            sum += static_cast<int64_t>(value);
+        const int64_t n = static_cast<int64_t>(window.size());
+        if (depth == IPL_DEPTH_1U)
+            return 2 * sum >= n;
+        return static_cast<double>(plainQuotient(sum, n));
+    };
 }

@@ -38,7 +38,7 @@ void expandPlainly(const IplImage* src, IplImage* expected, int32_t zero, int32_
 
 // Calls work(src, dst, zero, one) for all depths, channels, orders and origins.
 template<class Work>
-void forEachPair(Random& random, Work work)
+void forEachBitonalPair(Random& random, Work work)
 {
     for (const uint32_t depth : dstDepths) {
         for (const int32_t channels : {1, 3, 4}) {
@@ -60,8 +60,8 @@ void forEachPair(Random& random, Work work)
     }
 }
 
-void expectRefused(const IplImage* src, IplImage* dst, int32_t zero, int32_t one,
-                   const std::string& text)
+void expectNotExpanded(const IplImage* src, IplImage* dst, int32_t zero, int32_t one,
+                       const std::string& text)
 {
     EXPECT_REPORT(iplBitonalToGray(src, dst, zero, one), -5, "iplBitonalToGray", text,
                   "..\\_Src\\iplbitnl");
@@ -87,16 +87,16 @@ TEST(IplBitonalToGray, RefusesSizesChannelsAndDepthsInTheirOrder)
     const auto dst = [](int32_t width, int32_t height, uint32_t depth) {
         return makeImage(width, height, 1, depth);
     };
-    expectRefused(bits.get(), dst(3, 3, IPL_DEPTH_8U).get(), 0, 1,
-                  "(srcImage->height != dstImage->height)");
-    expectRefused(bits.get(), dst(3, 2, IPL_DEPTH_8U).get(), 0, 1,
-                  "(srcImage->width != dstImage->width)");
-    expectRefused(makeImage(2, 2, 3, IPL_DEPTH_8U).get(), dst(2, 2, IPL_DEPTH_32F).get(), 0, 1,
-                  "(srcImage->nChannels != 1)");
-    expectRefused(makeImage(2, 2, 1, IPL_DEPTH_8U).get(), dst(2, 2, IPL_DEPTH_32F).get(), 0, 1,
-                  "(srcImage->depth != 1)");
-    expectRefused(bits.get(), dst(2, 2, IPL_DEPTH_32F).get(), 0, 1, "(dstImage->depth == 32)");
-    expectRefused(bits.get(), dst(2, 2, IPL_DEPTH_1U).get(), 0, 1, "(dstImage->depth == 1)");
+    expectNotExpanded(bits.get(), dst(3, 3, IPL_DEPTH_8U).get(), 0, 1,
+                      "(srcImage->height != dstImage->height)");
+    expectNotExpanded(bits.get(), dst(3, 2, IPL_DEPTH_8U).get(), 0, 1,
+                      "(srcImage->width != dstImage->width)");
+    expectNotExpanded(makeImage(2, 2, 3, IPL_DEPTH_8U).get(), dst(2, 2, IPL_DEPTH_32F).get(), 0, 1,
+                      "(srcImage->nChannels != 1)");
+    expectNotExpanded(makeImage(2, 2, 1, IPL_DEPTH_8U).get(), dst(2, 2, IPL_DEPTH_32F).get(), 0, 1,
+                      "(srcImage->depth != 1)");
+    expectNotExpanded(bits.get(), dst(2, 2, IPL_DEPTH_32F).get(), 0, 1, "(dstImage->depth == 32)");
+    expectNotExpanded(bits.get(), dst(2, 2, IPL_DEPTH_1U).get(), 0, 1, "(dstImage->depth == 1)");
 }
 
 TEST(IplBitonalToGray, RefusesScalesOutsideTheRange)
@@ -116,10 +116,10 @@ TEST(IplBitonalToGray, RefusesScalesOutsideTheRange)
         const std::string head = "((dstImage->depth == " + std::string(name) + ") && (";
         const std::string above = " > " + std::to_string(high) + "))";
         const std::string below = " < " + std::to_string(low) + "))";
-        expectRefused(bits.get(), dst.get(), high + 1, high + 1, head + "ZeroScale" + above);
-        expectRefused(bits.get(), dst.get(), low - 1, high + 1, head + "ZeroScale" + below);
-        expectRefused(bits.get(), dst.get(), low, high + 1, head + "OneScale" + above);
-        expectRefused(bits.get(), dst.get(), high, low - 1, head + "OneScale" + below);
+        expectNotExpanded(bits.get(), dst.get(), high + 1, high + 1, head + "ZeroScale" + above);
+        expectNotExpanded(bits.get(), dst.get(), low - 1, high + 1, head + "ZeroScale" + below);
+        expectNotExpanded(bits.get(), dst.get(), low, high + 1, head + "OneScale" + above);
+        expectNotExpanded(bits.get(), dst.get(), high, low - 1, head + "OneScale" + below);
         iplBitonalToGray(bits.get(), dst.get(), low, high); // both ends are taken
         EXPECT_EQ(element(dst.get(), 0, 0, 0), low);
     }
@@ -142,7 +142,7 @@ TEST(IplBitonalToGray, ExpandsIntoEveryDepthOrderAndOrigin)
     forEachLevel([] {
         Random random(1);
         for (int round = 0; round < 4; ++round) {
-            forEachPair(random, [](IplImage* src, IplImage* dst, int32_t zero, int32_t one) {
+            forEachBitonalPair(random, [](IplImage* src, IplImage* dst, int32_t zero, int32_t one) {
                 const Image expected(iplCloneImage(dst));
                 expandPlainly(src, expected.get(), zero, one);
                 iplBitonalToGray(src, dst, zero, one);
@@ -170,7 +170,7 @@ TEST(IplBitonalToGray, PassesRegionsBy)
 TEST(IplBitonalToGray, ExpandsTilesAsWholeImages)
 {
     Random random(3);
-    forEachPair(random, [](IplImage* src, IplImage* dst, int32_t zero, int32_t one) {
+    forEachBitonalPair(random, [](IplImage* src, IplImage* dst, int32_t zero, int32_t one) {
         const Image expected(iplCloneImage(dst));
         expandPlainly(src, expected.get(), zero, one);
         TiledImage from(src, 24, 8);
@@ -192,10 +192,11 @@ TEST(IplBitonalToGray, ReportsTilesThatDoNotCome)
         const Image dst = makeImage(20, 20, 1, IPL_DEPTH_8U, 0, 4, 0, origin);
         TiledImage tiled(bits.get(), 8, 8);
         tiled.failFrom = 2;
-        expectRefused(tiled.get(), dst.get(), 0, 1, "(srcImage->tileInfo->tileData == NULL)");
+        expectNotExpanded(tiled.get(), dst.get(), 0, 1, "(srcImage->tileInfo->tileData == NULL)");
         TiledImage tiledDst(dst.get(), 8, 8);
         tiledDst.failFrom = 0;
-        expectRefused(bits.get(), tiledDst.get(), 0, 1, "(dstImage->tileInfo->tileData == NULL)");
+        expectNotExpanded(bits.get(), tiledDst.get(), 0, 1,
+                          "(dstImage->tileInfo->tileData == NULL)");
     }
 }
 

@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr uint32_t srcDepths[] = {IPL_DEPTH_8U, IPL_DEPTH_16U, IPL_DEPTH_32S};
-constexpr uint32_t dstDepths[] = {IPL_DEPTH_16U, IPL_DEPTH_8U, IPL_DEPTH_1U};
+constexpr uint32_t grayDepths[] = {IPL_DEPTH_16U, IPL_DEPTH_8U, IPL_DEPTH_1U};
 constexpr int32_t orders[] = {IPL_DATA_ORDER_PIXEL, IPL_DATA_ORDER_PLANE};
 
 void setSequence(IplImage* image, const char* sequence)
@@ -91,10 +91,10 @@ Image cloneOf(const IplImage* image)
 
 // Calls work(src, dst) for all depths, orders and sequences, with random pixels.
 template<class Work>
-void forEachPair(Random& random, Work work)
+void forEachColourPair(Random& random, Work work)
 {
     for (const uint32_t srcDepth : srcDepths) {
-        for (const uint32_t dstDepth : dstDepths) {
+        for (const uint32_t dstDepth : grayDepths) {
             for (const int32_t order : orders) {
                 for (const char* sequence : {"BGR\0", "RGB\0", "BGRA", "RGBA"}) {
                     const Image src = makeColours(random.between(1, 70), random.between(1, 6),
@@ -181,7 +181,7 @@ TEST(IplColorToGray, RefusesOtherDepths)
 {
     const auto isTold = [](uint32_t srcDepth, uint32_t dstDepth) {
         return std::count(std::begin(srcDepths), std::end(srcDepths), srcDepth) > 0 &&
-               std::count(std::begin(dstDepths), std::end(dstDepths), dstDepth) > 0;
+               std::count(std::begin(grayDepths), std::end(grayDepths), dstDepth) > 0;
     };
     for (const uint32_t srcDepth : allDepths) {
         for (const uint32_t dstDepth : allDepths) {
@@ -248,7 +248,7 @@ TEST(IplColorToGray, ConvertsEveryPairOfDepthsOrdersAndSequences)
     forEachLevel([] {
         Random random(1);
         for (int round = 0; round < 6; ++round) {
-            forEachPair(random, [](IplImage* src, IplImage* dst) {
+            forEachColourPair(random, [](IplImage* src, IplImage* dst) {
                 const Image expected = cloneOf(dst);
                 convertPlainly(src, expected.get());
                 iplColorToGray(src, dst);
@@ -305,7 +305,7 @@ TEST(IplColorToGray, ReadsInsideARecordOfTooFewChannels)
 TEST(IplColorToGray, ConvertsTilesAsWholeImages)
 {
     Random random(4);
-    forEachPair(random, [&](IplImage* src, IplImage* dst) {
+    forEachColourPair(random, [&](IplImage* src, IplImage* dst) {
         const Image expected = cloneOf(dst);
         convertPlainly(src, expected.get());
         TiledImage from(src, 24, 8);

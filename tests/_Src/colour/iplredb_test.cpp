@@ -20,7 +20,7 @@ constexpr int32_t diffusions[] = {IPL_DITHER_FS, IPL_DITHER_JJH, IPL_DITHER_STUC
 
 using Values = std::vector<double>;
 
-Image grayOf(int32_t width, const Values& values, uint32_t depth = IPL_DEPTH_8U)
+Image grayImage(int32_t width, const Values& values, uint32_t depth = IPL_DEPTH_8U)
 {
     Image image = makeImage(width, static_cast<int32_t>(values.size()) / width, 1, depth);
     for (int32_t i = 0; i < static_cast<int32_t>(values.size()); ++i)
@@ -49,14 +49,14 @@ Image reduced(const IplImage* src, int32_t ditherType, int32_t levels, uint32_t 
 // What two levels of 8 bits make of a row.
 Values twoLevels(const Values& row, int32_t ditherType)
 {
-    const Image src = grayOf(static_cast<int32_t>(row.size()), row);
+    const Image src = grayImage(static_cast<int32_t>(row.size()), row);
     return valuesOf(reduced(src.get(), ditherType, 2, IPL_DEPTH_8U).get());
 }
 
 Image constantImage(int32_t width, int32_t height, double value, uint32_t depth = IPL_DEPTH_8U)
 {
-    return grayOf(width, Values(static_cast<size_t>(width) * static_cast<size_t>(height), value),
-                  depth);
+    return grayImage(width, Values(static_cast<size_t>(width) * static_cast<size_t>(height), value),
+                     depth);
 }
 
 double sumOf(const Values& values)
@@ -87,7 +87,7 @@ TEST(IplReduceBits, RoundsHalvesUp)
     // 7/48 of 24 on 124 is 127.5, and so is 8/42 of 21 on 123.5.
     EXPECT_EQ(twoLevels({24, 124}, IPL_DITHER_JJH), (Values{0, 255}));
     // Three levels of bytes: the middle one is 127.5.
-    const Image image = grayOf(3, {0, 127.0, 255});
+    const Image image = grayImage(3, {0, 127.0, 255});
     EXPECT_EQ(valuesOf(reduced(image.get(), IPL_DITHER_FS, 3, IPL_DEPTH_8U).get()),
               (Values{0, 128, 255}));
 }
@@ -112,7 +112,7 @@ TEST(IplReduceBits, SpreadsAnErrorByTheWeightsOfItsMethod)
                 for (int32_t i = 0; i < 15; ++i)
                     pixels.push_back((i == probe ? value : 255) - method.weights[i / 5][i % 5]);
                 pixels[2] = method.sum;
-                const Image src = grayOf(5, pixels);
+                const Image src = grayImage(5, pixels);
                 const Image dst = reduced(src.get(), method.ditherType, 2, IPL_DEPTH_8U);
                 EXPECT_EQ(element(dst.get(), probe % 5, probe / 5, 0), value < 127.5 ? 0 : 255)
                     << method.ditherType << " at " << probe;
@@ -156,7 +156,7 @@ TEST(IplReduceBits, HasEachThresholdOfBayersMatrixOnce)
 TEST(IplReduceBits, KeepsTheHighBitsWithoutDither)
 {
     const auto none = [](double value, uint32_t from, uint32_t to) {
-        const Image src = grayOf(1, {value}, from);
+        const Image src = grayImage(1, {value}, from);
         return valuesOf(reduced(src.get(), IPL_DITHER_NONE, -7, to).get())[0];
     };
     EXPECT_EQ(none(0x7FFF, IPL_DEPTH_16U, IPL_DEPTH_8U), 0x7F);
@@ -180,7 +180,7 @@ TEST(IplReduceBits, GivesOneLevelMoreThanTheHighest)
     Values ramp;
     for (int32_t i = 0; i < 256; ++i)
         ramp.push_back(i);
-    const Image src = grayOf(16, ramp);
+    const Image src = grayImage(16, ramp);
     for (const int32_t ditherType : diffusions) {
         Values found = valuesOf(reduced(src.get(), ditherType, 5, IPL_DEPTH_8U).get());
         std::sort(found.begin(), found.end());
@@ -206,11 +206,11 @@ TEST(IplReduceBits, TakesFloatsThatAreNoNumbersForTheEndsOfTheRange)
 {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     const Image src =
-        grayOf(1, {std::nan(""), -infinity, infinity, 0, 4294967295.0, -5}, IPL_DEPTH_32F);
+        grayImage(1, {std::nan(""), -infinity, infinity, 0, 4294967295.0, -5}, IPL_DEPTH_32F);
     const Image dst = reduced(src.get(), IPL_DITHER_BAYER, 2, IPL_DEPTH_8U);
     EXPECT_EQ(valuesOf(dst.get()), (Values{0, 0, 255, 0, 255, 0}));
     // Nothing of them stays in the errors.
-    const Image row = grayOf(3, {std::nan(""), infinity, 4294967295.0}, IPL_DEPTH_32F);
+    const Image row = grayImage(3, {std::nan(""), infinity, 4294967295.0}, IPL_DEPTH_32F);
     for (const int32_t ditherType : diffusions)
         EXPECT_EQ(valuesOf(reduced(row.get(), ditherType, 2, IPL_DEPTH_8U).get()),
                   (Values{0, 255, 255}));
@@ -481,7 +481,7 @@ struct Call {
 };
 
 // Refused with this text first; the destination stays.
-void expectRefused(const Call& call, const std::string& text, int32_t status = -5)
+void expectNotReduced(const Call& call, const std::string& text, int32_t status = -5)
 {
     SCOPED_TRACE(text);
     EXPECT_REPORT(call.run(), status, "iplReduceBits", text, "iplredb");
@@ -507,15 +507,15 @@ TEST(IplReduceBits, RefusesBadImages)
 {
     Call call;
     call.src.reset();
-    expectRefused(call, "Incorrect Image", -9);
+    expectNotReduced(call, "Incorrect Image", -9);
     call = {};
     call.src->align = 3;
-    expectRefused(call, "Incorrect Image", -21);
+    expectNotReduced(call, "Incorrect Image", -21);
     call = {};
     call.dst->align = 3;
-    expectRefused(call, "Incorrect Image", -21);
+    expectNotReduced(call, "Incorrect Image", -21);
     call.dst.reset();
-    expectRefused(call, "Incorrect Image", -9);
+    expectNotReduced(call, "Incorrect Image", -9);
 }
 
 // Each call has the failures of all tests below its own too: the first is told.
@@ -527,35 +527,36 @@ TEST(IplReduceBits, RefusesInItsOrder)
     call.noise = 101;
     call.ditherType = 3;
     call.levels = 1;
-    expectRefused(call, "( (srcImage->depth == IPL_DEPTH_1U ))");
+    expectNotReduced(call, "( (srcImage->depth == IPL_DEPTH_1U ))");
     call.src = makeImage(4, 4, 1, IPL_DEPTH_8S, 1);
     call.dst = makeImage(4, 4, 2, IPL_DEPTH_16S, 0, 4, 2);
-    expectRefused(call, "((srcImage->depth& IPL_DEPTH_MASK) < (dstImage->depth& IPL_DEPTH_MASK))");
+    expectNotReduced(call,
+                     "((srcImage->depth& IPL_DEPTH_MASK) < (dstImage->depth& IPL_DEPTH_MASK))");
     call.src = makeImage(4, 4, 1, IPL_DEPTH_16S, 1);
-    expectRefused(call, "(srcImage->dataOrder!=dstImage->dataOrder)");
+    expectNotReduced(call, "(srcImage->dataOrder!=dstImage->dataOrder)");
     call.src = makeImage(4, 4, 1, IPL_DEPTH_16S, 0);
-    expectRefused(call, "(( noise < 0 ) || ( noise > 100 ))");
+    expectNotReduced(call, "(( noise < 0 ) || ( noise > 100 ))");
     call.noise = -1;
-    expectRefused(call, "(( noise < 0 ) || ( noise > 100 ))");
+    expectNotReduced(call, "(( noise < 0 ) || ( noise > 100 ))");
     call.noise = 100;
-    expectRefused(call, "(srcImage->alphaChannel!=dstImage->alphaChannel)");
+    expectNotReduced(call, "(srcImage->alphaChannel!=dstImage->alphaChannel)");
     call.dst = makeImage(4, 4, 2, IPL_DEPTH_16S);
-    expectRefused(call, "(srcImage->nChannels < dstImage->nChannels)");
+    expectNotReduced(call, "(srcImage->nChannels < dstImage->nChannels)");
     call.src = makeImage(4, 4, 3, IPL_DEPTH_16S);
     call.dst = makeImage(4, 4, 1, IPL_DEPTH_16S);
-    expectRefused(call, wrongDither);
+    expectNotReduced(call, wrongDither);
     call.ditherType = IPL_DITHER_STUCKEY;
-    expectRefused(call, signedSource);
+    expectNotReduced(call, signedSource);
     call.src = makeImage(4, 4, 3, IPL_DEPTH_16U);
-    expectRefused(call, signedResult);
+    expectNotReduced(call, signedResult);
     call.dst = makeImage(4, 4, 1, IPL_DEPTH_16U);
-    expectRefused(call, wrongLevels);
+    expectNotReduced(call, wrongLevels);
     call.levels = 2;
-    expectRefused(call, " Depth 1u is for Gray, only");
+    expectNotReduced(call, " Depth 1u is for Gray, only");
     call.dst = makeImage(4, 4, 1, IPL_DEPTH_1U);
-    expectRefused(call, " Depth 1u is for Gray, only");
+    expectNotReduced(call, " Depth 1u is for Gray, only");
     call.ditherType = IPL_DITHER_NONE;
-    expectRefused(call, " Depth 1u is for Gray, only");
+    expectNotReduced(call, " Depth 1u is for Gray, only");
 }
 
 TEST(IplReduceBits, RefusesToWorkInPlace)
@@ -570,7 +571,7 @@ TEST(IplReduceBits, RefusesOtherDithers)
     for (const int32_t ditherType : {0, 3, 5, 17, 32, -1, INT32_MIN}) {
         Call call;
         call.ditherType = ditherType;
-        expectRefused(call, wrongDither);
+        expectNotReduced(call, wrongDither);
     }
 }
 
@@ -586,7 +587,7 @@ TEST(IplReduceBits, TakesAsManyLevelsAsTheBitsMakeAndOneMore)
         call.dst = makeImage(4, 4, 1, limit.depth);
         for (const int32_t levels : {INT32_MIN, -1, 0, 1, limit.most + 1, INT32_MAX}) {
             call.levels = levels;
-            expectRefused(call, wrongLevels);
+            expectNotReduced(call, wrongLevels);
         }
         for (const int32_t levels : {2, limit.most}) {
             call.levels = levels;
@@ -605,7 +606,7 @@ TEST(IplReduceBits, TakesAsManyLevelsAsTheBitsMakeAndOneMore)
 
 TEST(IplReduceBits, RoundsTheMiddleOfThreeLevelsOfBitsUp)
 {
-    const Image src = grayOf(3, {0, 128, 255});
+    const Image src = grayImage(3, {0, 128, 255});
     EXPECT_EQ(valuesOf(reduced(src.get(), IPL_DITHER_BAYER, 3, IPL_DEPTH_1U).get()),
               (Values{0, 1, 1}));
 }

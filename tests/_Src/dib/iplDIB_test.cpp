@@ -14,7 +14,7 @@ using namespace plain_dib;
 namespace
 {
 
-constexpr const char* fileName = "iplDIB";
+constexpr const char* dibFile = "iplDIB";
 
 } // namespace
 
@@ -282,7 +282,7 @@ void expectFromRefused(const BITMAPINFOHEADER& header, IplImage* image, int32_t 
     SCOPED_TRACE(text);
     const Bytes dib = dibWith(header, Bytes(2048));
     const BITMAPINFOHEADER* address = reinterpret_cast<const BITMAPINFOHEADER*>(dib.data());
-    EXPECT_REPORT(iplConvertFromDIB(address, image), status, "iplConvertFromDIB", text, fileName);
+    EXPECT_REPORT(iplConvertFromDIB(address, image), status, "iplConvertFromDIB", text, dibFile);
     const ReportsReturn returning;
     iplConvertFromDIB(address, image);
     EXPECT_EQ(iplGetStatus(), status);
@@ -335,9 +335,9 @@ TEST(IplConvertFromDIB, RefusesNullArguments)
     const BITMAPINFOHEADER* address = reinterpret_cast<const BITMAPINFOHEADER*>(dib.data());
     const Image image = makeImage(4, 4, 3, IPL_DEPTH_8U);
     EXPECT_REPORT(iplConvertFromDIB(nullptr, image.get()), -5, "iplConvertFromDIB", "dib==0",
-                  fileName);
+                  dibFile);
     EXPECT_REPORT(iplConvertFromDIB(address, nullptr), -5, "iplConvertFromDIB", "image==0",
-                  fileName);
+                  dibFile);
     const ReportsReturn returning;
     static int32_t reports;
     reports = 0;
@@ -628,7 +628,7 @@ void expectToRefused(IplImage* image, const BITMAPINFOHEADER& header, int32_t di
     Bytes dib = dibWith(header, Bytes(4096));
     BITMAPINFOHEADER* address = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
     EXPECT_REPORT(iplConvertToDIB(image, address, dither, paletteConversion), status,
-                  "iplConvertToDIB", text, fileName);
+                  "iplConvertToDIB", text, dibFile);
     const ReportsReturn returning;
     EXPECT_EQ(iplConvertToDIB(image, address, dither, paletteConversion), status);
 }
@@ -644,7 +644,7 @@ TEST(IplConvertToDIB, RefusesImages)
     expectToRefused(image.get(), header, 1, 0, -21, "Incorrect Image");
     image->align = 4;
     EXPECT_REPORT(iplConvertToDIB(image.get(), nullptr, 1, 0), -5, "iplConvertToDIB", "dib==0",
-                  fileName);
+                  dibFile);
     const auto refuse = [&header](int32_t nChannels, uint32_t depth, int32_t alpha,
                                   const char* text) {
         const Image bad = makeImage(4, 4, nChannels, depth, 0, 4, alpha);
@@ -732,7 +732,7 @@ TEST(IplConvertToDIB, TestsTheImageThenTheSizeTheHeaderAndTheArguments)
                     "Parameter biBitCount of DIB-image have illegal value");
     expectToRefused(image.get(), header, 1, 0, -14, "image->channelSeq unsupport");
     EXPECT_REPORT(iplConvertToDIB(image.get(), nullptr, 0, 3), -5, "iplConvertToDIB", "dib==0",
-                  fileName);
+                  dibFile);
 }
 
 TEST(IplConvertToDIB, LeavesAFullColourTableAsItWas)
@@ -937,7 +937,7 @@ TEST(IplConvertToDIB, RefusesToDitherAfterAnEarlierFailure)
     for (const int32_t status : {-12, 5}) {
         iplSetStatus(status);
         EXPECT_REPORT(iplConvertToDIB(image.get(), address, IPL_DITHER_FS, 0), -3,
-                      "iplConvertToDIB", "Dithering can't be produced", fileName);
+                      "iplConvertToDIB", "Dithering can't be produced", dibFile);
     }
     EXPECT_EQ(iplConvertToDIB(image.get(), address, IPL_DITHER_NONE, 0), 0);
 }
@@ -953,7 +953,7 @@ TEST(IplConvertToDIB, RefusesToDitherColoursToBits)
               (std::vector<Report>{{-16, "iplCreateImageHeader", "Incorrect data-ins", "iplalloc"},
                                    {-4, "iplConvertToDIB",
                                     "Not enough memory to allocate header for temporal image",
-                                    fileName}}));
+                                    dibFile}}));
 }
 
 TEST(IplConvertToDIB, RefusesToDitherBits)
@@ -966,7 +966,7 @@ TEST(IplConvertToDIB, RefusesToDitherBits)
     EXPECT_EQ(reports.all(),
               (std::vector<Report>{
                   {-5, "iplReduceBits", "( (srcImage->depth == IPL_DEPTH_1U ))", "iplredb"},
-                  {-3, "iplConvertToDIB", "Dithering can't be produced", fileName}}));
+                  {-3, "iplConvertToDIB", "Dithering can't be produced", dibFile}}));
 }
 
 TEST(IplConvertToDIB, FreesWhatItDitheredIntoWhenMemoryEnds)

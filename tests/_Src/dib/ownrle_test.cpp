@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr const char* fileName = "ownrle";
+constexpr const char* rleFile = "ownrle";
 
 struct AlignedFree {
     void operator()(uint8_t* block) const { iplAlignedFree(block); }
@@ -60,7 +60,7 @@ void expectRefused(int32_t bitCount, int32_t width, int32_t height, const Bytes&
 {
     const std::string form = bitCount == 8 ? "BI_RLE8" : "BI_RLE4";
     EXPECT_REPORT(decode(rleDib(width, height, bitCount, stream)), -5, "ownDecompressRLE",
-                  "Incorrect format of " + form + " DIB (" + what + ")", fileName);
+                  "Incorrect format of " + form + " DIB (" + what + ")", rleFile);
     const ReportsReturn returning;
     EXPECT_TRUE(decode(rleDib(width, height, bitCount, stream)).empty());
     EXPECT_EQ(iplGetStatus(), -5);
@@ -98,7 +98,7 @@ Bytes padded(const BITMAPINFOHEADER& header, const std::vector<Bytes>& rows)
     return all;
 }
 
-int32_t pixelOf(const Bytes& rows, const BITMAPINFOHEADER& header, int32_t x, size_t y)
+int32_t pixelOfStream(const Bytes& rows, const BITMAPINFOHEADER& header, int32_t x, size_t y)
 {
     const uint8_t* row = rows.data() + y * dibPitch(header);
     if (header.biBitCount == 8)
@@ -158,8 +158,8 @@ TEST(OwnDecompressRLE, EndsAbsoluteRunsOnA16BitBoundary)
         ASSERT_FALSE(rows8.empty());
         ASSERT_FALSE(rows4.empty());
         for (int32_t i = 0; i < count; ++i) {
-            EXPECT_EQ(pixelOf(rows8, rleHeader(count, 1, 8), i, 0), i + 1);
-            EXPECT_EQ(pixelOf(rows4, rleHeader(count, 1, 4), i, 0), i + 1);
+            EXPECT_EQ(pixelOfStream(rows8, rleHeader(count, 1, 8), i, 0), i + 1);
+            EXPECT_EQ(pixelOfStream(rows4, rleHeader(count, 1, 4), i, 0), i + 1);
         }
     }
 }
@@ -231,9 +231,9 @@ TEST(OwnDecompressRLE, ReportsSizesWithoutABlock)
         {0, 5}, {5, 0}, {5, -5}, {-5, -5}, {-9, 1}, {65536, 65536}, {INT32_MAX, INT32_MAX}};
     for (const auto& size : sizes) {
         EXPECT_REPORT(decode8(size.width, size.height, {0, 1}), -4, "ownDecompressRLE",
-                      "Not enough memory to decompress BI_RLE8 DIB at DIB", fileName);
+                      "Not enough memory to decompress BI_RLE8 DIB at DIB", rleFile);
         EXPECT_REPORT(decode4(size.width, size.height, {0, 1}), -4, "ownDecompressRLE",
-                      "Not enough memory to decompress BI_RLE4 DIB at DIB", fileName);
+                      "Not enough memory to decompress BI_RLE4 DIB at DIB", rleFile);
     }
 }
 
@@ -241,10 +241,9 @@ TEST(OwnDecompressRLE, GivesNullWithoutABlock)
 {
     const RecordedReports reports;
     EXPECT_TRUE(decode8(65536, 65536, {0, 1}).empty());
-    EXPECT_EQ(
-        reports.all(),
-        (std::vector<Report>{{-4, "ownDecompressRLE",
-                              "Not enough memory to decompress BI_RLE8 DIB at DIB", fileName}}));
+    EXPECT_EQ(reports.all(), (std::vector<Report>{
+                                 {-4, "ownDecompressRLE",
+                                  "Not enough memory to decompress BI_RLE8 DIB at DIB", rleFile}}));
 }
 
 TEST(OwnDecompressRLE, FindsTheStreamBehindTheDeclaredTable)
@@ -365,7 +364,7 @@ TEST(OwnDecompressRLE, GivesThePictureThatRandomStreamsMean)
         ASSERT_FALSE(rows.empty());
         for (size_t y = 0; y < dibRows(header); ++y)
             for (int32_t x = 0; x < header.biWidth; ++x)
-                ASSERT_EQ(pixelOf(rows, header, x, y), stream.at(x, y));
+                ASSERT_EQ(pixelOfStream(rows, header, x, y), stream.at(x, y));
     }
 }
 
@@ -529,7 +528,7 @@ TEST(OwnCompressRLE, ReportsSizesWithoutABuffer)
         if (bitCount == 4)
             dib.header.biHeight = 8;
         EXPECT_REPORT(ownCompressRLE(&dib), -4, "ownCompressRLE",
-                      "Not enough memory to compress DIB at " + form + " DIB", fileName);
+                      "Not enough memory to compress DIB at " + form + " DIB", rleFile);
         const ReportsReturn returning;
         EXPECT_EQ(ownCompressRLE(&dib), 0);
     }
@@ -553,7 +552,7 @@ TEST(OwnCompressRLE, ComesBackWithTheSamePixels)
         ASSERT_EQ(back.size(), rows.size());
         for (size_t y = 0; y < dibRows(header); ++y)
             for (int32_t x = 0; x < header.biWidth; ++x)
-                ASSERT_EQ(pixelOf(back, header, x, y), pixelOf(rows, header, x, y));
+                ASSERT_EQ(pixelOfStream(back, header, x, y), pixelOfStream(rows, header, x, y));
     }
     EXPECT_GT(compressed, 300);
 }

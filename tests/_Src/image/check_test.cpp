@@ -9,7 +9,7 @@
 namespace
 {
 
-void noTiles(const IplImage*, int32_t, int32_t, int32_t) {}
+void noTilesToCheck(const IplImage*, int32_t, int32_t, int32_t) {}
 
 class IplCheckImage : public testing::Test
 {
@@ -27,7 +27,7 @@ protected:
         return status;
     }
 
-    IplTileInfo tiles{noTiles, nullptr, nullptr, 8, 16};
+    IplTileInfo tiles{noTilesToCheck, nullptr, nullptr, 8, 16};
     IplROI roi{0, 0, 0, 1, 1};
     Image image = makeImage(6, 5, 3, IPL_DEPTH_8U);
     char* const data = image->imageData;
@@ -159,7 +159,7 @@ TEST_F(IplCheckImage, ChecksTheTilesBeforeTheRegion)
     roi.coi = -1;
     tiles = {nullptr, nullptr, nullptr, 0, 0};
     EXPECT_EQ(with([](IplImage&) {}), -22);
-    tiles.callBack = noTiles;
+    tiles.callBack = noTilesToCheck;
     const auto tileSize = [&](int32_t width, int32_t height) {
         tiles.width = width;
         tiles.height = height;

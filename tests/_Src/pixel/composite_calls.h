@@ -14,6 +14,9 @@
 namespace composite_calls
 {
 
+// The file that both report under.
+constexpr const char* reportFile = "iplalpha";
+
 // --- One call, and its plain form ------------------------------------------------------
 
 // The arguments of either function; which one it is says isConstant.

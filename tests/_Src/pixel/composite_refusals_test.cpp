@@ -15,13 +15,6 @@ using namespace composite_calls;
 namespace
 {
 
-constexpr const char* fileName = "iplalpha";
-
-} // namespace
-
-namespace
-{
-
 // Good arguments of both functions, for a refusal to break.
 struct Breakable : Scene {
     explicit Breakable(bool isConstant)
@@ -215,7 +208,7 @@ TEST(AlphaComposite, ReportsEveryRefusalWithItsText)
             iplSetStatus(0);
             refusal.breakIt(scene);
             EXPECT_REPORT(run(scene.call), refusal.status, nameOf(isConstant), refusal.text,
-                          fileName);
+                          reportFile);
         }
     }
 }
@@ -237,7 +230,7 @@ TEST(AlphaComposite, ReportsTheFirstOfTwoRefusalsAndWritesNothing)
                 const std::vector<uint8_t> alphas = bytesOf(scene.records.alphaDst);
                 run(scene.call);
                 const Report expected{refusals[first].status, nameOf(isConstant),
-                                      refusals[first].text, fileName};
+                                      refusals[first].text, reportFile};
                 ASSERT_EQ(reports.all().size(), 1u) << first << ", " << second;
                 ASSERT_EQ(reports.all()[0], expected)
                     << reports.all()[0].message << ", not " << expected.message << "; " << second;
@@ -281,7 +274,7 @@ TEST(AlphaComposite, ReportsThatThereIsNoMemoryForAMergedMask)
             ASSERT_EQ(reports.all().size(), static_cast<size_t>(allocation) + 1);
             EXPECT_EQ(reports.all().back(),
                       (Report{-4, isConstant ? "iplAlphaCompositeC" : "iplAlphaComposite",
-                              "No working memory", fileName}));
+                              "No working memory", reportFile}));
             EXPECT_EQ(bytesOf(call.dst), before);
         }
     }

@@ -14,13 +14,6 @@
 
 using namespace composite_calls;
 
-namespace
-{
-
-constexpr const char* fileName = "iplalpha";
-
-} // namespace
-
 // --- Worked numbers ------------------------------------------------------------------------
 
 TEST(AlphaComposite, ProductsAreExactForTheFullValueAndRoundDown)
@@ -220,7 +213,7 @@ TEST(AlphaComposite, LaterRefusalsAreReachedWithNothingToDo)
     setRoi(scene.call.dst, 0, 5, 4, 3, 3);
     scene.call.divideMode = 2;
     EXPECT_REPORT(run(scene.call), -5, "iplAlphaComposite", "divideMode != 0 && divideMode != 1",
-                  fileName);
+                  reportFile);
 }
 
 TEST(AlphaComposite, MasksWithoutACommonPixelLeaveEverythingWithoutReport)
@@ -425,7 +418,7 @@ TEST(AlphaComposite, ATileThatDoesNotComeIsReported)
         call.isConstant = isConstant;
         call.b = b.get();
         EXPECT_REPORT(run(call), -2, isConstant ? "iplAlphaCompositeC" : "iplAlphaComposite",
-                      "ERROR in Tiling callBack", fileName);
+                      "ERROR in Tiling callBack", reportFile);
         const std::vector<uint8_t> before = bytesOf(scene.call.dst);
         const RecordedReports reports;
         b.log.clear();

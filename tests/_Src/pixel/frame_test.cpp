@@ -497,7 +497,7 @@ TEST(PixelFrame, LeavesTheBitsAroundARegion)
 namespace
 {
 
-void run(const Member& member, const IplImage* a, const IplImage* b, IplImage* dst)
+void runMember(const Member& member, const IplImage* a, const IplImage* b, IplImage* dst)
 {
     // Unsigned elements and 1 have no short cut.
     operationOf(member, 1)(a, b, dst);
@@ -532,16 +532,16 @@ TEST(PixelFrame, RefusesBadImagesInTheirOrder)
         const Image bad = image(2);
         const Image worse = makeImage(3, 3, 1, IPL_DEPTH_32S);
         worse->align = 5;
-        EXPECT_REPORT(run(member, bad.get(), worse.get(), worse.get()), -20, member.name,
+        EXPECT_REPORT(runMember(member, bad.get(), worse.get(), worse.get()), -20, member.name,
                       "Incorrect Image", member.file);
-        EXPECT_REPORT(run(member, good.get(), good.get(), worse.get()), -21, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), good.get(), worse.get()), -21, member.name,
                       "Incorrect Image", member.file);
-        EXPECT_REPORT(run(member, good.get(), good.get(), nullptr), -9, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), good.get(), nullptr), -9, member.name,
                       "Incorrect Image", member.file);
         if (member.pair) {
-            EXPECT_REPORT(run(member, good.get(), bad.get(), worse.get()), -20, member.name,
+            EXPECT_REPORT(runMember(member, good.get(), bad.get(), worse.get()), -20, member.name,
                           "Incorrect Image", member.file);
-            EXPECT_REPORT(run(member, good.get(), nullptr, worse.get()), -9, member.name,
+            EXPECT_REPORT(runMember(member, good.get(), nullptr, worse.get()), -9, member.name,
                           "Incorrect Image", member.file);
         }
     }
@@ -556,30 +556,30 @@ TEST(PixelFrame, RefusesDifferingDepthsThenOrdersThenChannels)
         const std::string a = aOf(member);
         const Image good = makeImage(3, 3, 3, IPL_DEPTH_32S);
         Image other = makeImage(3, 3, 4, IPL_DEPTH_16S, IPL_DATA_ORDER_PLANE);
-        EXPECT_REPORT(run(member, good.get(), good.get(), other.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), good.get(), other.get()), -5, member.name,
                       "(" + a + "->depth != dstImage->depth)", member.file);
         other = makeImage(3, 3, 4, IPL_DEPTH_32S, IPL_DATA_ORDER_PLANE);
-        EXPECT_REPORT(run(member, good.get(), good.get(), other.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), good.get(), other.get()), -5, member.name,
                       "(" + a + "->dataOrder != dstImage->dataOrder)", member.file);
         other = makeImage(3, 3, 4, IPL_DEPTH_32S);
-        EXPECT_REPORT(run(member, good.get(), good.get(), other.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), good.get(), other.get()), -5, member.name,
                       member.pair ? "(nChSrcA != nChDst)" : "(nChSrc != nChDst)", member.file);
         if (!member.pair)
             continue;
         other = makeImage(3, 3, 4, IPL_DEPTH_16S, IPL_DATA_ORDER_PLANE);
-        EXPECT_REPORT(run(member, good.get(), other.get(), good.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), other.get(), good.get()), -5, member.name,
                       "(srcImageB->depth != dstImage->depth)", member.file);
         // All depths come before all orders, and these before all channels.
         const Image planes = makeImage(3, 3, 3, IPL_DEPTH_32S, IPL_DATA_ORDER_PLANE);
-        EXPECT_REPORT(run(member, planes.get(), other.get(), good.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, planes.get(), other.get(), good.get()), -5, member.name,
                       "(srcImageB->depth != dstImage->depth)", member.file);
         other = makeImage(3, 3, 4, IPL_DEPTH_32S, IPL_DATA_ORDER_PLANE);
-        EXPECT_REPORT(run(member, good.get(), other.get(), good.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), other.get(), good.get()), -5, member.name,
                       "(srcImageB->dataOrder != dstImage->dataOrder)", member.file);
         const Image four = makeImage(3, 3, 4, IPL_DEPTH_32S);
-        EXPECT_REPORT(run(member, four.get(), other.get(), good.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, four.get(), other.get(), good.get()), -5, member.name,
                       "(srcImageB->dataOrder != dstImage->dataOrder)", member.file);
-        EXPECT_REPORT(run(member, good.get(), four.get(), good.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, good.get(), four.get(), good.get()), -5, member.name,
                       "(nChSrcB != nChDst)", member.file);
     }
 }
@@ -592,7 +592,7 @@ TEST(PixelFrame, RefusesFloatsWhereItDoesNotTakeThem)
         SCOPED_TRACE(member.name);
         const Image src = makeImage(3, 3, 1, IPL_DEPTH_32F);
         const Image dst = makeImage(3, 3, 1, IPL_DEPTH_32F);
-        EXPECT_REPORT(run(member, src.get(), src.get(), dst.get()), -5, member.name,
+        EXPECT_REPORT(runMember(member, src.get(), src.get(), dst.get()), -5, member.name,
                       member.floatText, member.file);
     }
 }
@@ -622,7 +622,7 @@ TEST(PixelFrame, ChangesNothingBeforeARefusal)
         const Image dst = makeImage(3, 3, 2, IPL_DEPTH_32S);
         const std::vector<uint8_t> before = bytesOf(dst.get());
         const RecordedReports reports;
-        run(member, src.get(), src.get(), dst.get());
+        runMember(member, src.get(), src.get(), dst.get());
         EXPECT_EQ(reports.all().size(), 1u);
         EXPECT_EQ(bytesOf(dst.get()), before);
     }
@@ -640,7 +640,7 @@ TEST(PixelFrame, EndsAtABadImage)
         const std::vector<uint8_t> before = bytesOf(dst.get());
         bad->align = 5;
         const RecordedReports reports;
-        run(member, bad.get(), bad.get(), dst.get());
+        runMember(member, bad.get(), bad.get(), dst.get());
         EXPECT_EQ(reports.all(),
                   (std::vector<Report>{{-21, member.name, "Incorrect Image", member.file}}));
         EXPECT_EQ(bytesOf(dst.get()), before);
@@ -667,7 +667,7 @@ TEST(PixelFrame, ReportsThatThereIsNoMemoryForAMergedMask)
             const RecordedReports reports;
             {
                 const FailingAllocation failing(allocation);
-                run(member, src.get(), src.get(), dst.get());
+                runMember(member, src.get(), src.get(), dst.get());
             }
             std::vector<Report> expected{noMask};
             if (allocation == 1)
@@ -720,13 +720,13 @@ TEST(PixelFrame, EndsAtATileThatDoesNotCome)
             tiled.failFrom = lastCall;
             tiled.log.clear();
             const std::string a = aOf(member);
-            EXPECT_REPORT(run(member, tiled.get(), plain.get(), plain.get()), -5, member.name,
+            EXPECT_REPORT(runMember(member, tiled.get(), plain.get(), plain.get()), -5, member.name,
                           "(" + a + "->tileInfo->tileData == 0)", member.file);
-            EXPECT_REPORT(run(member, plain.get(), plain.get(), tiled.get()), -5, member.name,
+            EXPECT_REPORT(runMember(member, plain.get(), plain.get(), tiled.get()), -5, member.name,
                           "(dstImage->tileInfo->tileData == 0)", member.file);
             if (member.pair) {
-                EXPECT_REPORT(run(member, plain.get(), tiled.get(), plain.get()), -5, member.name,
-                              "(srcImageB->tileInfo->tileData == 0)", member.file);
+                EXPECT_REPORT(runMember(member, plain.get(), tiled.get(), plain.get()), -5,
+                              member.name, "(srcImageB->tileInfo->tileData == 0)", member.file);
             }
         }
     }

@@ -12,7 +12,7 @@
 namespace
 {
 
-double plainScale(uint32_t depth, double a, double b)
+double plainProductScale(uint32_t depth, double a, double b)
 {
     const int64_t t = static_cast<int64_t>(a) * static_cast<int64_t>(b);
     return static_cast<double>(((t >> depth) + t + 1) >> depth);
@@ -54,7 +54,7 @@ TEST(IplMultiplyScale, GivesThePlainResultForImagesOfDifferingOrders)
             };
             const Arrangement images{image(), image(), image()};
             if (round % 2)
-                expectPlainResult(images, iplMultiplyScale, plainScale);
+                expectPlainResult(images, iplMultiplyScale, plainProductScale);
             else
                 expectSameInTiles(images, iplMultiplyScale, random);
         }

@@ -91,14 +91,14 @@ void expectPlainCopy(IplImage* src, IplImage* dst)
 
 // --- Random images --------------------------------------------------------------------
 
-struct Shape {
+struct FillShape {
     uint32_t depth;
     int32_t nChannels;
     int32_t dataOrder;
     int32_t alphaChannel; // 0 or nChannels
 };
 
-Image randomImage(const Shape& shape, Random& random)
+Image randomFilled(const FillShape& shape, Random& random)
 {
     const int32_t align = 4 << random.between(0, 3);
     Image image = makeImage(random.between(1, 30), random.between(1, 12), shape.nChannels,
@@ -107,9 +107,9 @@ Image randomImage(const Shape& shape, Random& random)
     return image;
 }
 
-Shape randomShape(uint32_t depth, Random& random)
+FillShape randomShape(uint32_t depth, Random& random)
 {
-    Shape shape{depth, 1, random.between(0, 1), 0};
+    FillShape shape{depth, 1, random.between(0, 1), 0};
     if (depth != IPL_DEPTH_1U) {
         shape.nChannels = random.between(1, 5);
         shape.alphaChannel = random.between(0, 3) == 0 ? shape.nChannels : 0;
@@ -186,7 +186,7 @@ TEST(IplSet, GivesThePlainResultForRandomImages)
         Random random(21);
         for (int round = 0; round < 2000; ++round) {
             const uint32_t depth = integerDepths[random.between(0, 5)];
-            const Image image = randomImage(randomShape(depth, random), random);
+            const Image image = randomFilled(randomShape(depth, random), random);
             if (random.coin())
                 giveRandomRoi(image.get(), randomCoi(image.get(), random), random);
             if (random.coin())
@@ -245,7 +245,7 @@ TEST(IplSet, LeavesTheMaskAsItWasAndOnTheRecord)
 {
     Random random(23);
     for (const int32_t value : {0, 1}) {
-        const Image image = randomImage({IPL_DEPTH_1U, 1, 0, 0}, random);
+        const Image image = randomFilled({IPL_DEPTH_1U, 1, 0, 0}, random);
         const IplImage* mask = giveRandomMask(image.get(), 40, 14, random);
         const std::vector<uint8_t> before = bytesOf(mask);
         iplSet(image.get(), value);
@@ -269,7 +269,7 @@ TEST(IplSet, FillsTiledImagesAsUntiledOnes)
     Random random(24);
     for (int round = 0; round < 600; ++round) {
         const uint32_t depth = integerDepths[random.between(0, 5)];
-        const Image image = randomImage(randomShape(depth, random), random);
+        const Image image = randomFilled(randomShape(depth, random), random);
         if (random.coin())
             giveRandomRoi(image.get(), randomCoi(image.get(), random), random);
         if (random.coin())
@@ -383,8 +383,8 @@ TEST(IplCopy, DoesNothingWhenAnEarlierCheckFailed)
 {
     const CleanStatus clean;
     Random random(31);
-    const Image src = randomImage({IPL_DEPTH_8U, 3, 0, 0}, random);
-    const Image dst = randomImage({IPL_DEPTH_8U, 3, 0, 0}, random);
+    const Image src = randomFilled({IPL_DEPTH_8U, 3, 0, 0}, random);
+    const Image dst = randomFilled({IPL_DEPTH_8U, 3, 0, 0}, random);
     const std::vector<uint8_t> before = bytesOf(dst.get());
     EXPECT_EQ(iplCheckImage(nullptr), -9);
     iplCopy(src.get(), dst.get());
@@ -401,7 +401,7 @@ TEST(IplCopy, DoesNothingWhenAnEarlierCheckFailed)
 TEST(IplCopy, OntoItselfDoesNothing)
 {
     Random random(32);
-    const Image image = randomImage({IPL_DEPTH_8U, 3, 0, 0}, random);
+    const Image image = randomFilled({IPL_DEPTH_8U, 3, 0, 0}, random);
     const std::vector<uint8_t> before = bytesOf(image.get());
     iplCopy(image.get(), image.get());
     EXPECT_EQ(bytesOf(image.get()), before);
@@ -425,8 +425,8 @@ TEST(IplCopy, TakesDifferingOrdersOfOneChannelEach)
     Random random(34);
     for (const uint32_t depth : allDepths) {
         for (const int32_t order : {0, 1}) {
-            const Image src = randomImage({depth, 1, order, 0}, random);
-            const Image dst = randomImage({depth, 1, 1 - order, 0}, random);
+            const Image src = randomFilled({depth, 1, order, 0}, random);
+            const Image dst = randomFilled({depth, 1, 1 - order, 0}, random);
             expectPlainCopy(src.get(), dst.get());
         }
     }
@@ -462,9 +462,9 @@ struct Pair {
 Pair randomPair(Random& random)
 {
     const uint32_t depth = allDepths[random.between(0, 6)];
-    const Shape shape = randomShape(depth, random);
-    Pair pair{randomImage(shape, random), nullptr};
-    Shape other = shape;
+    const FillShape shape = randomShape(depth, random);
+    Pair pair{randomFilled(shape, random), nullptr};
+    FillShape other = shape;
     const int32_t coi = randomCoi(pair.src.get(), random);
     // One channel on each side, or as many as the other has.
     if (coi > 0 && depth != IPL_DEPTH_1U)
@@ -472,7 +472,7 @@ Pair randomPair(Random& random)
     other.alphaChannel = shape.alphaChannel != 0 ? other.nChannels : 0;
     if (coi > 0 && random.coin())
         other.alphaChannel = 0;
-    pair.dst = randomImage(other, random);
+    pair.dst = randomFilled(other, random);
     if (coi > 0)
         giveRandomRoi(pair.dst.get(), random.between(1, other.nChannels), random);
     else if (random.coin())

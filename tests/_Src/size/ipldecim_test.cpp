@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr const char* modeText =
+constexpr const char* reductionModeText =
     "interpolate != IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC or IPL_INTER_SUPER";
 
 int32_t usedMode(const IplImage* src, const Factors& factors, int32_t mode)
@@ -116,7 +116,7 @@ Factors randomReduction(int32_t largest, Random& random)
     return factors;
 }
 
-Factors randomFactors(const ImagePair& pair, Random& random)
+Factors randomReductionOf(const ImagePair& pair, Random& random)
 {
     const Area from = areaOf(pair.src.get());
     const Area to = areaOf(pair.dst.get());
@@ -172,8 +172,8 @@ TEST(IplDecimate, RefusesEachArgumentByItsOwnText)
     refuses(src.get(), bottom.get(), same, 0, -20, "srcImage->origin != dstImage->origin");
     refuses(src.get(), planes.get(), same, 0, -19, "srcImage->dataOrder != dstImage->dataOrder");
     refuses(src.get(), one.get(), same, 0, -15, "srcImage->nChannels != dstImage->nChannels");
-    refuses(src.get(), dst.get(), same, 4, -5, modeText);
-    refuses(src.get(), dst.get(), same, -1, -5, modeText);
+    refuses(src.get(), dst.get(), same, 4, -5, reductionModeText);
+    refuses(src.get(), dst.get(), same, -1, -5, reductionModeText);
     refuses(src.get(), dst.get(), {0, 1, 1, 1}, 0, -5, "xDst <= 0");
     refuses(src.get(), dst.get(), {1, 0, 1, 1}, 0, -5, "xSrc <= 0");
     refuses(src.get(), dst.get(), {1, 1, 0, 1}, 0, -5, "yDst <= 0");
@@ -230,7 +230,7 @@ TEST(IplDecimate, ReportsEveryFailingTestInOrderBeforeItGivesUp)
                                        report(-20, "srcImage->origin != dstImage->origin"),
                                        report(-19, "srcImage->dataOrder != dstImage->dataOrder"),
                                        report(-15, "srcImage->nChannels != dstImage->nChannels"),
-                                       report(-5, modeText), report(-5, "xDst <= 0"),
+                                       report(-5, reductionModeText), report(-5, "xDst <= 0"),
                                        report(-5, "xSrc <= 0"), report(-5, "yDst <= 0"),
                                        report(-5, "ySrc <= 0"), report(-5, "xDst > xSrc"),
                                        report(-5, "yDst > ySrc")}));
@@ -572,7 +572,7 @@ TEST(IplDecimate, TakesMasksInPlaneOrderAndOfEitherOrigin)
 
 TEST(IplDecimate, IsThePlainFormAtEveryDepthOrderRegionMaskAndMode)
 {
-    expectPlainForm(2, 60, randomFactors, 3, decimateAndCheck);
+    expectPlainForm(2, 60, randomReductionOf, 3, decimateAndCheck);
 }
 
 TEST(IplDecimate, IsThePlainFormOnWideRows)
@@ -596,7 +596,7 @@ TEST(IplDecimate, IsThePlainFormOnWideRows)
 
 TEST(IplDecimate, WorksOnTiledImagesAsOnUntiledOnes)
 {
-    expectTilesMakeNoDifference(4, randomFactors, 3,
+    expectTilesMakeNoDifference(4, randomReductionOf, 3,
                                 [](IplImage* src, IplImage* dst, const Factors& f, int32_t mode) {
                                     iplDecimate(src, dst, f.xDst, f.xSrc, f.yDst, f.ySrc, mode);
                                 });

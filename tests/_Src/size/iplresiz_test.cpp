@@ -15,7 +15,7 @@ Image randomImage(int32_t width, int32_t height, int32_t nChannels, Random& rand
     return image;
 }
 
-constexpr const char* modeText =
+constexpr const char* resizeModeText =
     "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && "
     "interpolate != IPL_INTER_CUBIC";
 
@@ -98,7 +98,7 @@ TEST(IplResize, LeavesTheOtherRefusalsToTheWorkers)
     Random random(7);
     const Image src = randomImage(6, 6, 3, random);
     const Image dst = randomImage(6, 6, 3, random);
-    EXPECT_REPORT(iplResize(src.get(), dst.get(), 6, 6, 6, 6, 4), -5, "iplZoom", modeText,
+    EXPECT_REPORT(iplResize(src.get(), dst.get(), 6, 6, 6, 6, 4), -5, "iplZoom", resizeModeText,
                   "iplZoom");
     EXPECT_REPORT(iplResize(nullptr, dst.get(), 6, 6, 6, 6, 1), -9, "iplZoom", "Incorrect Image",
                   "iplZoom");

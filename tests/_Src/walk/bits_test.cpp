@@ -1,5 +1,6 @@
 #include "_Src/walk/bits.h"
 
+#include "tests/support/bits.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
 
@@ -11,23 +12,6 @@ namespace
 {
 
 using Bytes = std::vector<uint8_t>;
-
-bool bitAt(const Bytes& bytes, int32_t index)
-{
-    return (bytes[static_cast<size_t>(index / 8)] & (128 >> index % 8)) != 0;
-}
-
-void putBit(Bytes& bytes, int32_t index, bool value)
-{
-    uint8_t& byte = bytes[static_cast<size_t>(index / 8)];
-    const int bit = 128 >> index % 8;
-    byte = static_cast<uint8_t>(value ? byte | bit : byte & ~bit);
-}
-
-size_t bytesFor(int32_t bits)
-{
-    return static_cast<size_t>((bits + 7) / 8);
-}
 
 } // namespace
 
@@ -52,12 +36,12 @@ TEST(OwnSetBits, SetsEveryRunAndNothingElse)
         for (int32_t count = 0; count < 60; ++count) {
             for (const bool value : {false, true}) {
                 // The last byte that holds one of the bits is the buffer's last.
-                const GuardedBuffer row(bytesFor(start + count) + 1);
+                const GuardedBuffer row(bytesFor(start, count) + 1);
                 uint8_t* data = row.data() + 1;
                 random.fill(row.data(), row.size());
                 Bytes expected(data, row.data() + row.size());
                 for (int32_t i = 0; i < count; ++i)
-                    putBit(expected, start + i, value);
+                    putBit(expected.data(), start + i, value);
                 ownSetBits(data, start, count, value);
                 ASSERT_EQ(Bytes(data, row.data() + row.size()), expected) << start << "+" << count;
             }
@@ -71,15 +55,15 @@ TEST(OwnCopyBits, CopiesEveryRunBetweenAllOffsets)
     for (int32_t dstStart = 0; dstStart < 10; ++dstStart) {
         for (int32_t srcStart = 0; srcStart < 10; ++srcStart) {
             for (int32_t count = 0; count < 45; ++count) {
-                const GuardedBuffer dst(bytesFor(dstStart + count) + 1);
-                const GuardedBuffer src(bytesFor(srcStart + count) + 1);
+                const GuardedBuffer dst(bytesFor(dstStart, count) + 1);
+                const GuardedBuffer src(bytesFor(srcStart, count) + 1);
                 random.fill(dst.data(), dst.size());
                 random.fill(src.data(), src.size());
                 src.makeReadOnly();
                 const Bytes from(src.data() + 1, src.data() + src.size());
                 Bytes expected(dst.data() + 1, dst.data() + dst.size());
                 for (int32_t i = 0; i < count; ++i)
-                    putBit(expected, dstStart + i, bitAt(from, srcStart + i));
+                    putBit(expected.data(), dstStart + i, bitAt(from.data(), srcStart + i));
                 ownCopyBits(dst.data() + 1, dstStart, src.data() + 1, srcStart, count);
                 ASSERT_EQ(Bytes(dst.data() + 1, dst.data() + dst.size()), expected)
                     << dstStart << ", " << srcStart << ", " << count;
@@ -108,8 +92,8 @@ TEST(OwnPackBits, TakesTheFirstByteForTheTopBit)
         const GuardedBuffer bits(static_cast<size_t>(count + 7) / 8);
         ownPackBits(bits.data(), bytes.data(), count);
         for (int32_t i = 0; i < count; ++i)
-            EXPECT_EQ(bitAt(bits.contents(), i), bytes[static_cast<size_t>(i)] != 0) << i;
+            EXPECT_EQ(bitAt(bits.data(), i), bytes[static_cast<size_t>(i)] != 0) << i;
         for (int32_t i = count; i < static_cast<int32_t>(bits.size()) * 8; ++i)
-            EXPECT_FALSE(bitAt(bits.contents(), i)) << i;
+            EXPECT_FALSE(bitAt(bits.data(), i)) << i;
     }
 }

@@ -12,12 +12,12 @@ int64_t offsetOf(const IplImage* image, const void* address)
     return static_cast<const char*>(address) - image->imageData;
 }
 
-int32_t channelsOf(const IplRaster& raster)
+int32_t channelsInRegion(const IplRaster& raster)
 {
     return raster.planes * raster.channels;
 }
 
-IplRaster opened(const IplImage* image)
+IplRaster openedRaster(const IplImage* image)
 {
     IplRaster raster{};
     EXPECT_TRUE(ownRegionStart(image, &raster));
@@ -51,27 +51,27 @@ TEST(OwnRegionStart, RefusesAnImageThatIsAlphaAlone)
     // With a region it has a walk, over no channel.
     setRoi(image.get(), 0, 0, 0, 2, 2);
     EXPECT_TRUE(ownRegionStart(image.get(), &raster));
-    EXPECT_EQ(channelsOf(raster), 0);
+    EXPECT_EQ(channelsInRegion(raster), 0);
     setRoi(image.get(), 1, 0, 0, 2, 2);
     EXPECT_TRUE(ownRegionStart(image.get(), &raster));
-    EXPECT_EQ(channelsOf(raster), 1);
+    EXPECT_EQ(channelsInRegion(raster), 1);
 }
 
 TEST(OwnRegionStart, LeavesTheAlphaChannelOutUnlessItIsNamed)
 {
     const Image image = makeImage(10, 6, 4, IPL_DEPTH_8U, 0, 4, 4);
-    EXPECT_EQ(channelsOf(opened(image.get())), 3);
-    EXPECT_EQ(cornerOf(image.get(), opened(image.get())), 0);
+    EXPECT_EQ(channelsInRegion(openedRaster(image.get())), 3);
+    EXPECT_EQ(cornerOf(image.get(), openedRaster(image.get())), 0);
     setRoi(image.get(), 4, 0, 0, 2, 2);
-    EXPECT_EQ(channelsOf(opened(image.get())), 1);
-    EXPECT_EQ(cornerOf(image.get(), opened(image.get())), 3);
+    EXPECT_EQ(channelsInRegion(openedRaster(image.get())), 1);
+    EXPECT_EQ(cornerOf(image.get(), openedRaster(image.get())), 3);
 }
 
 TEST(OwnRegionStart, FindsTheFirstElementInPixelOrder)
 {
     const Image image = makeImage(10, 6, 3, IPL_DEPTH_16S);
     setRoi(image.get(), 0, 4, 2, 3, 3);
-    IplRaster raster = opened(image.get());
+    IplRaster raster = openedRaster(image.get());
     EXPECT_EQ(cornerOf(image.get(), raster), 2 * 60 + 4 * 6);
     EXPECT_EQ(raster.step, 60);
     EXPECT_EQ(raster.planeStep, 360);
@@ -80,20 +80,20 @@ TEST(OwnRegionStart, FindsTheFirstElementInPixelOrder)
     EXPECT_EQ(raster.stride, 3);
     EXPECT_EQ(raster.elementBytes, 2);
     setRoi(image.get(), 3, 4, 2, 3, 3);
-    raster = opened(image.get());
+    raster = openedRaster(image.get());
     EXPECT_EQ(cornerOf(image.get(), raster), 2 * 60 + 4 * 6 + 4);
     EXPECT_EQ(raster.channels, 1);
     EXPECT_EQ(raster.stride, 3);
     setRoi(image.get(), 0, -4, -2, 9, 9);
-    EXPECT_EQ(cornerOf(image.get(), opened(image.get())), 0);
+    EXPECT_EQ(cornerOf(image.get(), openedRaster(image.get())), 0);
 }
 
 TEST(OwnRegionStart, FindsTheFirstElementInPlaneOrder)
 {
     const Image image = makeImage(10, 6, 3, IPL_DEPTH_32F, 1);
-    EXPECT_EQ(opened(image.get()).planes, 3);
+    EXPECT_EQ(openedRaster(image.get()).planes, 3);
     setRoi(image.get(), 2, 4, 2, 3, 3);
-    const IplRaster raster = opened(image.get());
+    const IplRaster raster = openedRaster(image.get());
     EXPECT_EQ(raster.step, 40);
     EXPECT_EQ(raster.planeStep, 240);
     EXPECT_EQ(raster.planes, 1);
@@ -105,7 +105,7 @@ TEST(OwnRegionStart, StandsAtTheRowsStartAtDepthOne)
 {
     const Image image = makeImage(40, 6, 1, IPL_DEPTH_1U);
     setRoi(image.get(), 0, 19, 3, 3, 3);
-    const IplRaster raster = opened(image.get());
+    const IplRaster raster = openedRaster(image.get());
     EXPECT_EQ(offsetOf(image.get(), raster.row(0, raster.region.y)), 3 * 8);
     EXPECT_EQ(raster.region.x, 19);
     const quib::BitRows<const uint8_t> bits = ownRegionBits(raster, 5, 1);
@@ -117,20 +117,20 @@ TEST(OwnRegionStart, StandsAtTheRowsStartAtDepthOne)
 TEST(OwnRegionStart, GivesTheImagesSizeAndTheRegionInIt)
 {
     const Image image = makeImage(10, 6, 3, IPL_DEPTH_8U);
-    IplRaster raster = opened(image.get());
+    IplRaster raster = openedRaster(image.get());
     EXPECT_EQ(raster.width, 10);
     EXPECT_EQ(raster.height, 6);
     expectRegion(raster, {0, 0, 10, 6});
     setRoi(image.get(), 0, 4, 2, 30, 2);
-    raster = opened(image.get());
+    raster = openedRaster(image.get());
     EXPECT_EQ(raster.width, 10);
     EXPECT_EQ(raster.height, 6);
     expectRegion(raster, {4, 2, 6, 2});
     setRoi(image.get(), 0, -4, -2, 9, 9);
-    expectRegion(opened(image.get()), {0, 0, 5, 6});
+    expectRegion(openedRaster(image.get()), {0, 0, 5, 6});
     setRoi(image.get(), 0, 10, 2, 9, 9);
-    EXPECT_EQ(opened(image.get()).region.width, 0);
-    EXPECT_EQ(opened(image.get()).region.height, 0);
+    EXPECT_EQ(openedRaster(image.get()).region.width, 0);
+    EXPECT_EQ(openedRaster(image.get()).region.height, 0);
 }
 
 TEST(OwnRegionRow, CountsFromTheRegionsCorner)
@@ -139,7 +139,7 @@ TEST(OwnRegionRow, CountsFromTheRegionsCorner)
         const bool planes = order == IPL_DATA_ORDER_PLANE;
         const Image image = makeImage(10, 6, 3, IPL_DEPTH_16U, order);
         setRoi(image.get(), 2, 5, 4, 20, 20);
-        const IplRaster raster = opened(image.get());
+        const IplRaster raster = openedRaster(image.get());
         const int64_t step = image->widthStep;
         const int64_t column = planes ? 6 * step + 5 * 2 : (5 * 3 + 1) * 2;
         EXPECT_EQ(offsetOf(image.get(), ownRegionRow<uint16_t>(raster, 0, 1)), 5 * step + column);
@@ -151,7 +151,7 @@ TEST(OwnSplitChannels, MakesEachChannelAPlane)
 {
     const Image image = makeImage(10, 6, 4, IPL_DEPTH_16U, IPL_DATA_ORDER_PIXEL, 4, 4);
     setRoi(image.get(), 0, 2, 1, 3, 3);
-    IplRaster raster = opened(image.get());
+    IplRaster raster = openedRaster(image.get());
     ownSplitChannels(&raster);
     EXPECT_EQ(raster.planes, 3);
     EXPECT_EQ(raster.channels, 1);
@@ -164,7 +164,7 @@ TEST(OwnSplitChannels, MakesEachChannelAPlane)
 TEST(OwnSplitChannels, LeavesPlanesAsTheyAre)
 {
     const Image image = makeImage(10, 6, 3, IPL_DEPTH_16U, IPL_DATA_ORDER_PLANE);
-    IplRaster raster = opened(image.get());
+    IplRaster raster = openedRaster(image.get());
     ownSplitChannels(&raster);
     EXPECT_EQ(raster.planes, 3);
     EXPECT_EQ(raster.planeStep, 6 * image->widthStep);

@@ -13,9 +13,9 @@ namespace
 {
 
 using Vertex = std::array<double, 2>;
-using Polygon = std::vector<Vertex>;
+using Vertices = std::vector<Vertex>;
 
-Polygon clipped(const Polygon& polygon, int32_t x1, int32_t y1, int32_t x2, int32_t y2)
+Vertices clipped(const Vertices& polygon, int32_t x1, int32_t y1, int32_t x2, int32_t y2)
 {
     double vertices[maxPolygonVertices][2];
     double scratch[maxPolygonVertices][2];
@@ -23,15 +23,15 @@ Polygon clipped(const Polygon& polygon, int32_t x1, int32_t y1, int32_t x2, int3
     for (int32_t i = 0; i < count; ++i)
         std::copy_n(polygon[i].data(), 2, vertices[i]);
     ownClipPolygon(vertices, scratch, &count, x1, y1, x2, y2);
-    Polygon result;
+    Vertices result;
     for (int32_t i = 0; i < count; ++i)
         result.push_back({vertices[i][0], vertices[i][1]});
     return result;
 }
 
-Polygon polygonOf(const Quad& quad)
+Vertices polygonOf(const Quad& quad)
 {
-    Polygon polygon;
+    Vertices polygon;
     for (const auto& corner : quad.at)
         polygon.push_back({corner[0], corner[1]});
     return polygon;
@@ -39,7 +39,7 @@ Polygon polygonOf(const Quad& quad)
 
 // Whether a clockwise or counter-clockwise convex polygon has the point, with
 // some room on either side of its edges.
-int32_t side(const Polygon& polygon, double x, double y)
+int32_t side(const Vertices& polygon, double x, double y)
 {
     double least = infinity;
     double most = -infinity;
@@ -59,33 +59,33 @@ int32_t side(const Polygon& polygon, double x, double y)
 
 TEST(OwnClipPolygon, CopiesWhatLiesInside)
 {
-    const Polygon inside{{1, 1}, {9, 2}, {9, 2}, {3, 8}};
+    const Vertices inside{{1, 1}, {9, 2}, {9, 2}, {3, 8}};
     EXPECT_EQ(clipped(inside, 1, 1, 9, 8), inside);
 }
 
 TEST(OwnClipPolygon, DropsWhatLiesOutside)
 {
-    const Polygon square{{0, 0}, {4, 0}, {4, 4}, {0, 4}};
+    const Vertices square{{0, 0}, {4, 0}, {4, 4}, {0, 4}};
     EXPECT_TRUE(clipped(square, 5, 0, 9, 9).empty());
     EXPECT_TRUE(clipped(square, -9, 0, -1, 9).empty());
     EXPECT_TRUE(clipped(square, 0, 5, 9, 9).empty());
     EXPECT_TRUE(clipped(square, 0, -9, 9, -1).empty());
     // Around a corner.
-    const Polygon slanted{{10, 0}, {12, 0}, {0, 12}, {0, 10}};
+    const Vertices slanted{{10, 0}, {12, 0}, {0, 12}, {0, 10}};
     EXPECT_TRUE(clipped(slanted, 0, 0, 4, 4).empty());
     EXPECT_TRUE(clipped({}, 0, 0, 4, 4).empty());
 }
 
 TEST(OwnClipPolygon, KeepsTheOrderOfTheVertices)
 {
-    const Polygon square{{-5, -5}, {5, -5}, {5, 5}, {-5, 5}};
-    EXPECT_EQ(clipped(square, 0, 0, 9, 9), (Polygon{{0, 0}, {5, 0}, {5, 5}, {0, 5}}));
+    const Vertices square{{-5, -5}, {5, -5}, {5, 5}, {-5, 5}};
+    EXPECT_EQ(clipped(square, 0, 0, 9, 9), (Vertices{{0, 0}, {5, 0}, {5, 5}, {0, 5}}));
 }
 
 TEST(OwnClipPolygon, CutsAllCornersOfADiamond)
 {
-    const Polygon diamond{{5, -2}, {12, 5}, {5, 12}, {-2, 5}};
-    const Polygon result = clipped(diamond, 0, 0, 10, 10);
+    const Vertices diamond{{5, -2}, {12, 5}, {5, 12}, {-2, 5}};
+    const Vertices result = clipped(diamond, 0, 0, 10, 10);
     ASSERT_EQ(result.size(), 8u);
     for (const Vertex& vertex : result)
         EXPECT_TRUE(std::count(result.begin(), result.end(), Vertex{vertex[1], vertex[0]}) == 1)
@@ -96,17 +96,18 @@ TEST(OwnClipPolygon, CutsAllCornersOfADiamond)
 
 TEST(OwnClipPolygon, DropsRepeatedNeighboursButNotTheLastThatRepeatsTheFirst)
 {
-    const Polygon result = clipped({{-4, 0}, {4, 0}, {4, 0}, {4, 4}, {-4, 4}}, 0, 0, 9, 9);
+    const Vertices result = clipped({{-4, 0}, {4, 0}, {4, 0}, {4, 4}, {-4, 4}}, 0, 0, 9, 9);
     EXPECT_EQ(std::count(result.begin(), result.end(), Vertex{4, 0}), 1);
     // Touches a side with a corner: crossings and vertices coincide.
-    const Polygon touching = clipped({{-3, -3}, {0, 2}, {-3, 5}}, 0, 0, 9, 9);
+    const Vertices touching = clipped({{-3, -3}, {0, 2}, {-3, 5}}, 0, 0, 9, 9);
     ASSERT_EQ(touching.size(), 1u);
     EXPECT_EQ(touching[0], (Vertex{0, 2}));
 }
 
 TEST(OwnClipPolygon, TakesWhatIsFarAwayOrNotANumber)
 {
-    const Polygon remote = clipped({{-1e300, -1e300}, {1e300, -1e300}, {1e300, 1e300}}, 0, 0, 9, 9);
+    const Vertices remote =
+        clipped({{-1e300, -1e300}, {1e300, -1e300}, {1e300, 1e300}}, 0, 0, 9, 9);
     for (const Vertex& vertex : remote) {
         EXPECT_GE(vertex[0], 0);
         EXPECT_LE(vertex[0], 9);
@@ -121,7 +122,7 @@ TEST(OwnClipPolygon, NeverHasMoreThanEightVertices)
 {
     Random random(3);
     for (int round = 0; round < 20000; ++round) {
-        Polygon star;
+        Vertices star;
         for (int i = 0; i < 8; ++i)
             star.push_back(
                 {randomCoordinate(random, -20, 20, 0.5), randomCoordinate(random, -20, 20, 0.5)});
@@ -138,10 +139,10 @@ TEST(OwnClipPolygon, KeepsJustThePointsInBoth)
     for (int round = 0; round < 3000; ++round) {
         // A parallelogram: always convex.
         const Quad some = randomQuad(random, -30, 30, 0.25);
-        Polygon polygon = polygonOf(some);
+        Vertices polygon = polygonOf(some);
         polygon[3] = {polygon[0][0] + polygon[2][0] - polygon[1][0],
                       polygon[0][1] + polygon[2][1] - polygon[1][1]};
-        const Polygon result = clipped(polygon, -9, -7, 10, 6);
+        const Vertices result = clipped(polygon, -9, -7, 10, 6);
         for (int i = 0; i < 20; ++i) {
             const double x = randomCoordinate(random, -20, 20, 0.0625);
             const double y = randomCoordinate(random, -20, 20, 0.0625);

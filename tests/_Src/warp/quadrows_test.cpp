@@ -21,7 +21,7 @@ struct Row {
     bool operator==(const Row&) const = default;
 };
 
-struct Rows {
+struct RowSpans {
     int32_t first = 0;
     std::vector<Row> rows;
 
@@ -33,12 +33,12 @@ struct Rows {
     }
 };
 
-Rows rowsOf(const Quad& quad, const IplCorners& rectangle, int32_t orientation)
+RowSpans spansOf(const Quad& quad, const IplCorners& rectangle, int32_t orientation)
 {
     int32_t* start = nullptr;
     int32_t* end = nullptr;
     int32_t last = 0;
-    Rows result;
+    RowSpans result;
     if (!ownQuadRows(quad.at, rectangle.x1, rectangle.y1, rectangle.x2, rectangle.y2, orientation,
                      &start, &end, &result.first, &last))
         return result;
@@ -77,7 +77,7 @@ double depthOf(const Quad& quad, int32_t orientation, double x, double y)
 void expectCovers(const Quad& quad, bool exact)
 {
     const int32_t orientation = ownClassifyQuad(quad.at);
-    const Rows rows = rowsOf(quad, field, orientation);
+    const RowSpans rows = spansOf(quad, field, orientation);
     for (int32_t y = -2; y < 24; ++y) {
         for (int32_t x = -2; x < 34; ++x) {
             const bool outside = x < field.x1 || x > field.x2 || y < field.y1 || y > field.y2;
@@ -108,7 +108,7 @@ TEST(OwnQuadRows, CoverABoxWithItsBoundary)
 {
     for (const int32_t orientation : {1, 0}) {
         const Quad box = boxQuad(2, 3, 5, 6);
-        const Rows rows = rowsOf(orientation ? box : reversed(box), field, orientation);
+        const RowSpans rows = spansOf(orientation ? box : reversed(box), field, orientation);
         EXPECT_EQ(rows.first, 3);
         EXPECT_EQ(rows.rows, std::vector<Row>(4, Row{2, 5}));
     }
@@ -116,7 +116,7 @@ TEST(OwnQuadRows, CoverABoxWithItsBoundary)
 
 TEST(OwnQuadRows, TakeTheWholePixelsOfAFractionalBox)
 {
-    const Rows rows = rowsOf(boxQuad(2.25, 3.5, 5.75, 6.125), field, 1);
+    const RowSpans rows = spansOf(boxQuad(2.25, 3.5, 5.75, 6.125), field, 1);
     EXPECT_EQ(rows.first, 4);
     EXPECT_EQ(rows.rows, std::vector<Row>(3, Row{3, 5}));
 }
@@ -124,7 +124,7 @@ TEST(OwnQuadRows, TakeTheWholePixelsOfAFractionalBox)
 TEST(OwnQuadRows, FollowADiamond)
 {
     const Quad diamond{{{5, 1}, {9, 5}, {5, 9}, {1, 5}}};
-    const Rows rows = rowsOf(diamond, field, 1);
+    const RowSpans rows = spansOf(diamond, field, 1);
     EXPECT_EQ(rows.first, 1);
     EXPECT_EQ(
         rows.rows,
@@ -134,43 +134,43 @@ TEST(OwnQuadRows, FollowADiamond)
 TEST(OwnQuadRows, AdmitABoundaryWithinTheTolerance)
 {
     const double bit = 1e-15;
-    const Rows closeBy = rowsOf(boxQuad(4 + 2 * bit, 2, 8 - 2 * bit, 4), field, 1);
+    const RowSpans closeBy = spansOf(boxQuad(4 + 2 * bit, 2, 8 - 2 * bit, 4), field, 1);
     EXPECT_EQ(closeBy.rows, std::vector<Row>(3, Row{4, 8}));
-    const Rows farther = rowsOf(boxQuad(4 + 2e-14, 2, 8 - 2e-14, 4), field, 1);
+    const RowSpans farther = spansOf(boxQuad(4 + 2e-14, 2, 8 - 2e-14, 4), field, 1);
     EXPECT_EQ(farther.rows, std::vector<Row>(3, Row{5, 7}));
 }
 
 TEST(OwnQuadRows, AreCutToTheRectangle)
 {
-    const Rows rows = rowsOf(boxQuad(-50, -50, 500, 500), field, 1);
+    const RowSpans rows = spansOf(boxQuad(-50, -50, 500, 500), field, 1);
     EXPECT_EQ(rows.first, 0);
     EXPECT_EQ(rows.rows, std::vector<Row>(20, Row{0, 29}));
-    EXPECT_TRUE(rowsOf(boxQuad(40, 0, 50, 10), field, 1).rows.empty());
-    EXPECT_TRUE(rowsOf(boxQuad(0, -30, 10, -1), field, 1).rows.empty());
+    EXPECT_TRUE(spansOf(boxQuad(40, 0, 50, 10), field, 1).rows.empty());
+    EXPECT_TRUE(spansOf(boxQuad(0, -30, 10, -1), field, 1).rows.empty());
 }
 
 TEST(OwnQuadRows, AreNoneBetweenPixels)
 {
-    EXPECT_TRUE(rowsOf(boxQuad(2, 3.25, 9, 3.75), field, 1).rows.empty());
-    EXPECT_TRUE(rowsOf(boxQuad(2.25, 3, 2.75, 9), field, 1).rows.empty());
+    EXPECT_TRUE(spansOf(boxQuad(2, 3.25, 9, 3.75), field, 1).rows.empty());
+    EXPECT_TRUE(spansOf(boxQuad(2.25, 3, 2.75, 9), field, 1).rows.empty());
 }
 
 TEST(OwnQuadRows, HaveOneRowForASingleVertex)
 {
-    const Rows inside = rowsOf(boxQuad(4, 7, 4, 7), field, 1);
+    const RowSpans inside = spansOf(boxQuad(4, 7, 4, 7), field, 1);
     EXPECT_EQ(inside.first, 7);
     EXPECT_EQ(inside.rows, (std::vector<Row>{{4, 4}}));
     // A corner that touches the rectangle's.
-    const Rows touching = rowsOf(boxQuad(-5, -5, 0, 0), field, 1);
+    const RowSpans touching = spansOf(boxQuad(-5, -5, 0, 0), field, 1);
     for (const Row& row : touching.rows)
         EXPECT_EQ(row, (Row{0, 0}));
 }
 
 TEST(OwnQuadRows, TakeFlatAndThinOnes)
 {
-    EXPECT_EQ(rowsOf(boxQuad(3, 7, 9, 7), field, 1).rows, (std::vector<Row>{{3, 9}}));
-    EXPECT_EQ(rowsOf(boxQuad(9, 7, 3, 7), field, 0).rows, (std::vector<Row>{{3, 9}}));
-    EXPECT_EQ(rowsOf(boxQuad(3, 7, 3, 9), field, 1).rows, std::vector<Row>(3, Row{3, 3}));
+    EXPECT_EQ(spansOf(boxQuad(3, 7, 9, 7), field, 1).rows, (std::vector<Row>{{3, 9}}));
+    EXPECT_EQ(spansOf(boxQuad(9, 7, 3, 7), field, 0).rows, (std::vector<Row>{{3, 9}}));
+    EXPECT_EQ(spansOf(boxQuad(3, 7, 3, 9), field, 1).rows, std::vector<Row>(3, Row{3, 3}));
 }
 
 TEST(OwnQuadRows, TakeWhatIsFarAwayOrNotANumber)
@@ -179,14 +179,14 @@ TEST(OwnQuadRows, TakeWhatIsFarAwayOrNotANumber)
         for (int32_t i = 0; i < 8; ++i) {
             Quad quad = boxQuad(1, 1, 8, 8);
             quad.at[i / 2][i % 2] = value;
-            EXPECT_TRUE(rowsOf(quad, field, 1).rows.empty());
+            EXPECT_TRUE(spansOf(quad, field, 1).rows.empty());
         }
     for (const double size : {1e9, 1e18, 1e150, 1e300, 1.7e308})
         for (const int32_t orientation : {0, 1}) {
-            rowsOf(boxQuad(-size, -size, size, size), field, orientation);
-            rowsOf({{{0, -size}, {size, 3}, {1, size}, {-size, 5}}}, field, orientation);
+            spansOf(boxQuad(-size, -size, size, size), field, orientation);
+            spansOf({{{0, -size}, {size, 3}, {1, size}, {-size, 5}}}, field, orientation);
         }
-    const Rows all = rowsOf(boxQuad(-1e18, -1e18, 1e18, 1e18), field, 1);
+    const RowSpans all = spansOf(boxQuad(-1e18, -1e18, 1e18, 1e18), field, 1);
     EXPECT_EQ(all.rows, std::vector<Row>(20, Row{0, 29}));
 }
 
@@ -194,7 +194,7 @@ TEST(OwnQuadRows, StayInsideWhateverTheCornersAre)
 {
     Random random(9);
     for (int round = 0; round < 50000; ++round)
-        rowsOf(randomQuad(random, -40, 60, 0.5), field, random.between(0, 1));
+        spansOf(randomQuad(random, -40, 60, 0.5), field, random.between(0, 1));
 }
 
 TEST(OwnQuadRows, ReachTheEndsOfWords)

@@ -45,8 +45,8 @@ void expectRotates(const ImagePair& pair, Random& random)
     ASSERT_EQ(bytesOf(pair.dst.get()), bytesOf(expected.get()));
 }
 
-constexpr const char* channelsText = "Number of processed channels of srcImage != "
-                                     "Number of processed channels of dstImage";
+constexpr const char* turnChannelsText = "Number of processed channels of srcImage != "
+                                         "Number of processed channels of dstImage";
 
 } // namespace
 
@@ -145,7 +145,7 @@ TEST(IplRotateRightAngle, ChecksLikeTheFamilyUnderItsOwnName)
                   "srcImage->depth != dstImage->depth", "iplwarp");
     EXPECT_REPORT(iplRotate(src.get(), src.get(), 180, 0, 0, 0), -5, "iplRotate",
                   "This function is not in-place function", "iplwarp");
-    EXPECT_REPORT(iplRotate(src.get(), one.get(), 270, 0, 0, 0), -5, "iplRotate", channelsText,
+    EXPECT_REPORT(iplRotate(src.get(), one.get(), 270, 0, 0, 0), -5, "iplRotate", turnChannelsText,
                   "iplwarp");
 }
 

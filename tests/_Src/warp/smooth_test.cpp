@@ -21,7 +21,7 @@ Image shape(const std::vector<std::vector<int32_t>>& rows)
     return image;
 }
 
-std::vector<std::vector<int32_t>> rowsOf(const Image& image)
+std::vector<std::vector<int32_t>> smoothRowsOf(const Image& image)
 {
     std::vector<std::vector<int32_t>> rows(static_cast<size_t>(image->height));
     for (int32_t y = 0; y < image->height; ++y)
@@ -44,11 +44,11 @@ TEST(OwnSmoothQuadEdges, MixesTheOuterPixelWithTheInnerOne)
                                {0, 0, 0, 200, 200, 200}});
     ownSmoothQuadEdges(image.get(), slanting.at, 0, 0, 5, 4, 1);
     // At 1.5 and 2.5 the outer pixel gets half of both.
-    EXPECT_EQ(rowsOf(image), (std::vector<std::vector<int32_t>>{{0, 200, 200, 200, 200, 200},
-                                                                {0, 100, 200, 200, 200, 200},
-                                                                {0, 0, 200, 200, 200, 200},
-                                                                {0, 0, 100, 200, 200, 200},
-                                                                {0, 0, 0, 200, 200, 200}}));
+    EXPECT_EQ(smoothRowsOf(image), (std::vector<std::vector<int32_t>>{{0, 200, 200, 200, 200, 200},
+                                                                      {0, 100, 200, 200, 200, 200},
+                                                                      {0, 0, 200, 200, 200, 200},
+                                                                      {0, 0, 100, 200, 200, 200},
+                                                                      {0, 0, 0, 200, 200, 200}}));
 }
 
 TEST(OwnSmoothQuadEdges, FindsTheOuterPixelTheOtherWayRoundToo)

@@ -49,7 +49,7 @@ Quad randomConvex(Random& random, const IplImage* image)
     }
 }
 
-std::string describe(const ImagePair& pair, const Quad& quad, int32_t interpolate)
+std::string describeWarp(const ImagePair& pair, const Quad& quad, int32_t interpolate)
 {
     return describe(pair.src.get()) + " to " + describe(pair.dst.get()) + describe(quad) +
            " mode " + std::to_string(interpolate);
@@ -92,7 +92,7 @@ TEST(OwnWarpRectToQuad, IsItsPlainFormForPerspectives)
     forRandomWarps(1, [](const ImagePair& pair, Random& random) {
         const Quad quad = randomConvex(random, pair.dst.get());
         const int32_t interpolate = random.between(0, 2) + 16 * random.between(0, 1);
-        SCOPED_TRACE(describe(pair, quad, interpolate));
+        SCOPED_TRACE(describeWarp(pair, quad, interpolate));
         const auto expected = expectedBytes(pair.dst.get(), [&](IplImage* copy) {
             const int32_t orientation =
                 plainRectToQuad(pair.src.get(), copy, quad, false, interpolate);
@@ -118,7 +118,7 @@ TEST(OwnWarpRectToQuad, IsItsPlainFormForAffineMaps)
         Quad quad{};
         iplGetAffineQuad(pair.src.get(), coeffs, quad.at);
         const int32_t interpolate = random.between(0, 2) + 16 * random.between(0, 1);
-        SCOPED_TRACE(describe(pair, quad, interpolate));
+        SCOPED_TRACE(describeWarp(pair, quad, interpolate));
         const auto expected = expectedBytes(pair.dst.get(), [&](IplImage* copy) {
             const int32_t orientation =
                 plainRectToQuad(pair.src.get(), copy, quad, true, interpolate);
@@ -135,7 +135,7 @@ TEST(OwnWarpQuadToRect, IsItsPlainForm)
     forRandomWarps(3, [](const ImagePair& pair, Random& random) {
         const Quad quad = randomConvex(random, pair.src.get());
         const int32_t interpolate = random.between(0, 2) + 16 * random.between(0, 1);
-        SCOPED_TRACE(describe(pair, quad, interpolate));
+        SCOPED_TRACE(describeWarp(pair, quad, interpolate));
         const auto expected = expectedBytes(pair.dst.get(), [&](IplImage* copy) {
             plainQuadToRect(pair.src.get(), copy, quad, interpolate);
         });

@@ -10,9 +10,6 @@
 namespace
 {
 
-constexpr uint32_t integerDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S,
-                                      IPL_DEPTH_16U, IPL_DEPTH_16S, IPL_DEPTH_32S};
-
 // --- The plain form: each filter's taps written out --------------------------------------
 
 const std::vector<double> plainTaps[] = {
@@ -81,13 +78,13 @@ PlainFilter plainFixed(uint32_t depth, int32_t filter)
     };
 }
 
-PlainWindow windowOf(int32_t filter)
+PlainWindow fixedWindowOf(int32_t filter)
 {
     const int32_t size = plainTaps[filter].size() == 9 ? 3 : 5;
     return {size, size, size / 2, size / 2};
 }
 
-FilterCall callOf(int32_t filter)
+FilterCall fixedCallOf(int32_t filter)
 {
     return [filter](const IplImage* src, IplImage* dst, const PlainWindow&) {
         EXPECT_EQ(iplFixedFilter(src, dst, filter), IPL_StsOk);
@@ -258,9 +255,9 @@ TEST(iplFixedFilter, IsThePlainFormAtEveryLevel)
         Random random(2);
         forEachFilter([&](uint32_t depth, int32_t filter) {
             for (int i = 0; i < 25; ++i)
-                ASSERT_NO_FATAL_FAILURE(expectPlainFilter(randomAlikeImages(depth, false, random),
-                                                          windowOf(filter), callOf(filter),
-                                                          plainFixed(depth, filter)));
+                ASSERT_NO_FATAL_FAILURE(expectPlainFilter(
+                    randomAlikeImages(depth, false, random), fixedWindowOf(filter),
+                    fixedCallOf(filter), plainFixed(depth, filter)));
         });
     });
 }
@@ -277,8 +274,8 @@ TEST(iplFixedFilter, WideImagesAreThePlainForm)
             };
             Arrangement images{wide(), nullptr, wide()};
             giveRandomBorders(images.a.get(), random);
-            ASSERT_NO_FATAL_FAILURE(expectPlainFilter(images, windowOf(filter), callOf(filter),
-                                                      plainFixed(depth, filter)));
+            ASSERT_NO_FATAL_FAILURE(expectPlainFilter(
+                images, fixedWindowOf(filter), fixedCallOf(filter), plainFixed(depth, filter)));
         });
     });
 }
@@ -288,8 +285,9 @@ TEST(iplFixedFilter, TilesGiveTheSame)
     Random random(4);
     forEachFilter([&](uint32_t depth, int32_t filter) {
         for (int i = 0; i < 6; ++i)
-            ASSERT_NO_FATAL_FAILURE(expectSameFilterInTiles(
-                randomAlikeImages(depth, false, random), windowOf(filter), callOf(filter), random));
+            ASSERT_NO_FATAL_FAILURE(expectSameFilterInTiles(randomAlikeImages(depth, false, random),
+                                                            fixedWindowOf(filter),
+                                                            fixedCallOf(filter), random));
     });
 }
 
@@ -309,7 +307,7 @@ TEST(iplFixedFilter, ExtremesOfEveryDepthAreExact)
                                static_cast<double>(random.coin() ? lowOf(depth) : highOf(depth)));
                 iplSetBorderMode(src.get(), IPL_BORDER_REFLECT, 15, 0);
                 const Twin expected(dst.get());
-                plainFilter(plainJob(src.get(), nullptr, expected.get()), windowOf(filter),
+                plainFilter(plainJob(src.get(), nullptr, expected.get()), fixedWindowOf(filter),
                             plainFixed(depth, filter));
                 iplFixedFilter(src.get(), dst.get(), filter);
                 ASSERT_EQ(bytesOf(dst.get()), bytesOf(expected.get())) << depth;
@@ -323,8 +321,8 @@ TEST(iplFixedFilter, ExtremesOfEveryDepthAreExact)
 namespace
 {
 
-void expectRefused(const IplImage* src, IplImage* dst, int32_t filter, int32_t status,
-                   const char* text)
+void expectNotFiltered(const IplImage* src, IplImage* dst, int32_t filter, int32_t status,
+                       const char* text)
 {
     EXPECT_REPORT(iplFixedFilter(src, dst, filter), status, "iplFixedFilter", text, "iplnlf");
 }
@@ -335,39 +333,39 @@ TEST(iplFixedFilter, RefusesUnknownFilters)
 {
     const Image src = makeImage(4, 4, 3, IPL_DEPTH_8U);
     const Image dst = makeImage(4, 4, 3, IPL_DEPTH_8U);
-    expectRefused(src.get(), dst.get(), 11, -5, "Unknow filter.");
-    expectRefused(src.get(), dst.get(), -1, -5, "Unknow filter.");
+    expectNotFiltered(src.get(), dst.get(), 11, -5, "Unknow filter.");
+    expectNotFiltered(src.get(), dst.get(), -1, -5, "Unknow filter.");
 }
 
 TEST(iplFixedFilter, RefusesInItsOrder)
 {
     // All is wrong at first, and mended from the first to the last.
     const Image src = makeImage(4, 4, 3, IPL_DEPTH_8U);
-    expectRefused(nullptr, nullptr, 11, -9, "Incorrect Image");
-    expectRefused(src.get(), nullptr, 11, -9, "Incorrect Image");
-    expectRefused(src.get(), src.get(), 11, -5, "(srcImage==dstImage)");
+    expectNotFiltered(nullptr, nullptr, 11, -9, "Incorrect Image");
+    expectNotFiltered(src.get(), nullptr, 11, -9, "Incorrect Image");
+    expectNotFiltered(src.get(), src.get(), 11, -5, "(srcImage==dstImage)");
     const Image deeper =
         makeImage(4, 4, 4, IPL_DEPTH_16U, IPL_DATA_ORDER_PLANE, 4, 4, IPL_ORIGIN_BL);
-    expectRefused(src.get(), deeper.get(), 11, -5, "srcImage->depth!=dstImage->depth");
+    expectNotFiltered(src.get(), deeper.get(), 11, -5, "srcImage->depth!=dstImage->depth");
     const Image wider = makeImage(4, 4, 4, IPL_DEPTH_8U, IPL_DATA_ORDER_PLANE, 4, 4);
-    expectRefused(src.get(), wider.get(), 11, -5, "srcImage->nChannels!=dstImage->nChannels");
+    expectNotFiltered(src.get(), wider.get(), 11, -5, "srcImage->nChannels!=dstImage->nChannels");
     const Image withAlpha = makeImage(4, 4, 3, IPL_DEPTH_8U, IPL_DATA_ORDER_PLANE, 4, 3);
-    expectRefused(src.get(), withAlpha.get(), 11, -5,
-                  "srcImage->alphaChannel!=dstImage->alphaChannel");
+    expectNotFiltered(src.get(), withAlpha.get(), 11, -5,
+                      "srcImage->alphaChannel!=dstImage->alphaChannel");
     const Image planes = makeImage(4, 4, 3, IPL_DEPTH_8U, IPL_DATA_ORDER_PLANE);
     setRoi(planes.get(), 2, 0, 0, 4, 4);
-    expectRefused(src.get(), planes.get(), 11, -5, "srcImage->dataOrder!=dstImage->dataOrder");
+    expectNotFiltered(src.get(), planes.get(), 11, -5, "srcImage->dataOrder!=dstImage->dataOrder");
     const Image pixels = makeImage(4, 4, 3, IPL_DEPTH_8U);
     setRoi(pixels.get(), 2, 0, 0, 4, 4);
-    expectRefused(src.get(), pixels.get(), 11, -24,
-                  "Number of interset channel input and output Image is not equal.");
+    expectNotFiltered(src.get(), pixels.get(), 11, -24,
+                      "Number of interset channel input and output Image is not equal.");
 }
 
 TEST(iplFixedFilter, ComparesTheOrderOfBitsToo)
 {
     const Image src = makeImage(4, 4, 1, IPL_DEPTH_1U);
     const Image dst = makeImage(4, 4, 1, IPL_DEPTH_1U, IPL_DATA_ORDER_PLANE);
-    expectRefused(src.get(), dst.get(), 0, -5, "srcImage->dataOrder!=dstImage->dataOrder");
+    expectNotFiltered(src.get(), dst.get(), 0, -5, "srcImage->dataOrder!=dstImage->dataOrder");
 }
 
 TEST(iplFixedFilter, AnOldFailureEndsItBeforeTheFilterIsTested)

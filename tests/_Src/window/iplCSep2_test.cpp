@@ -11,9 +11,6 @@
 namespace
 {
 
-constexpr uint32_t integerDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S,
-                                      IPL_DEPTH_16U, IPL_DEPTH_16S, IPL_DEPTH_32S};
-
 using Pass = std::optional<PlainKernel>;
 
 struct Passes {
@@ -31,12 +28,12 @@ PlainKernel column(const std::vector<int32_t>& taps, int32_t anchor, int32_t nSh
     return {1, static_cast<int32_t>(taps.size()), 0, anchor, taps, nShiftR};
 }
 
-std::string describe(const Passes& passes)
+std::string describePasses(const Passes& passes)
 {
     return (passes.x ? describe(*passes.x) : "") + (passes.y ? describe(*passes.y) : "");
 }
 
-void convolve(const IplImage* src, IplImage* dst, const Passes& passes)
+void convolvePasses(const IplImage* src, IplImage* dst, const Passes& passes)
 {
     const ConvKernel x = passes.x ? passes.x->make() : nullptr;
     const ConvKernel y = passes.y ? passes.y->make() : nullptr;
@@ -44,7 +41,7 @@ void convolve(const IplImage* src, IplImage* dst, const Passes& passes)
 }
 
 // One pass and then the other, each with a result of its own at every place.
-void plainly(const IplImage* src, IplImage* dst, const Passes& passes)
+void plainPasses(const IplImage* src, IplImage* dst, const Passes& passes)
 {
     const uint32_t depth = dst->depth;
     forEachPlainPixel(plainJob(src, nullptr, dst), [&](int32_t x, int32_t y, int32_t c, int32_t toX,
@@ -85,37 +82,38 @@ Arrangement randomAlike(uint32_t depth, Random& random)
     }
 }
 
-void expectPlain(const Arrangement& images, const Passes& passes)
+void expectPlainPasses(const Arrangement& images, const Passes& passes)
 {
     const Twin expected(images.dst.get());
-    plainly(images.a.get(), expected.get(), passes);
+    plainPasses(images.a.get(), expected.get(), passes);
     forEachLevel([&] {
         const Twin result(images.dst.get());
-        convolve(images.a.get(), result.get(), passes);
+        convolvePasses(images.a.get(), result.get(), passes);
         ASSERT_EQ(bytesOf(result.get()), bytesOf(expected.get()))
-            << images.text() << describe(passes);
+            << images.text() << describePasses(passes);
     });
 }
 
 using Reports = std::vector<Report>;
 
-Reports reportsOf(const IplImage* src, IplImage* dst, const OwnConvKernel* x,
-                  const OwnConvKernel* y)
+Reports reportsOfPasses(const IplImage* src, IplImage* dst, const OwnConvKernel* x,
+                        const OwnConvKernel* y)
 {
     const RecordedReports reports;
     iplConvolveSep2D(src, dst, x, y);
     return reports.all();
 }
 
-Reports only(const std::string& text, const char* fileName = "owncsep2", int32_t status = -5)
+Reports onlyOfPasses(const std::string& text, const char* fileName = "owncsep2",
+                     int32_t status = -5)
 {
     return {{status, "iplConvolveSep2D", text, fileName}};
 }
 
-Reports reportsOf(const Image& src, const Image& dst)
+Reports reportsOfPasses(const Image& src, const Image& dst)
 {
     const ConvKernel x = row({1, 1}, 0).make();
-    return reportsOf(src.get(), dst.get(), x.get(), nullptr);
+    return reportsOfPasses(src.get(), dst.get(), x.get(), nullptr);
 }
 
 } // namespace
@@ -127,7 +125,7 @@ TEST(iplConvolveSep2D, IsTheOuterProduct)
     const Image src = makeImage(5, 5, 1, IPL_DEPTH_8U);
     const Image dst = makeImage(5, 5, 1, IPL_DEPTH_8U);
     putElement(src.get(), 2, 2, 0, 1);
-    convolve(src.get(), dst.get(), {row({1, 2, 3}, 0), column({4, 5}, 1)});
+    convolvePasses(src.get(), dst.get(), {row({1, 2, 3}, 0), column({4, 5}, 1)});
     for (int32_t y = 0; y < 5; ++y)
         for (int32_t x = 0; x < 5; ++x) {
             const int32_t i = x - 2;
@@ -144,7 +142,7 @@ TEST(iplConvolveSep2D, EachPassIsAFullResult)
         const Image src = makeImage(1, 1, 1, depth);
         const Image dst = makeImage(1, 1, 1, depth);
         putElement(src.get(), 0, 0, 0, value);
-        convolve(src.get(), dst.get(), passes);
+        convolvePasses(src.get(), dst.get(), passes);
         return element(dst.get(), 0, 0, 0);
     };
     EXPECT_EQ(result(IPL_DEPTH_8U, 200, {row({0, 2}, 1), column({0, 1}, 1, 1)}), 127);
@@ -162,7 +160,7 @@ TEST(iplConvolveSep2D, RowsAroundTheImageAreFilteredToo)
     for (int32_t side = 0; side < 4; ++side)
         src->BorderConst[side] = 10 * (side + 1);
     // The row above is 10s, which become 20s; the one below 20s, which become 40s.
-    convolve(src.get(), dst.get(), {row({1, 1}, 0), column({1, 1, 1}, 1)});
+    convolvePasses(src.get(), dst.get(), {row({1, 1}, 0), column({1, 1, 1}, 1)});
     EXPECT_EQ(element(dst.get(), 0, 0, 0), 20 + 31 + 40);
 }
 
@@ -172,10 +170,10 @@ TEST(iplConvolveSep2D, ANullKernelsPassIsLeftOut)
     const Image dst = makeImage(2, 2, 1, IPL_DEPTH_8U);
     for (int32_t i = 0; i < 4; ++i)
         putElement(src.get(), i % 2, i / 2, 0, 1 << i);
-    convolve(src.get(), dst.get(), {row({1, 1}, 0), {}});
+    convolvePasses(src.get(), dst.get(), {row({1, 1}, 0), {}});
     EXPECT_EQ(element(dst.get(), 1, 1, 0), 12);
     EXPECT_EQ(element(dst.get(), 0, 1, 0), 4);
-    convolve(src.get(), dst.get(), {{}, column({1, 1}, 0)});
+    convolvePasses(src.get(), dst.get(), {{}, column({1, 1}, 0)});
     EXPECT_EQ(element(dst.get(), 1, 1, 0), 10);
     EXPECT_EQ(element(dst.get(), 1, 0, 0), 2);
 }
@@ -187,7 +185,7 @@ TEST(iplConvolveSep2D, ClearsAnEarlierFailure)
     const Image src = makeImage(2, 2, 1, IPL_DEPTH_8U);
     const Image dst = makeImage(2, 2, 1, IPL_DEPTH_8U);
     putElement(src.get(), 0, 0, 0, 9);
-    convolve(src.get(), dst.get(), {row({0, 1}, 1), {}});
+    convolvePasses(src.get(), dst.get(), {row({0, 1}, 1), {}});
     EXPECT_EQ(element(dst.get(), 0, 0, 0), 9);
     EXPECT_EQ(iplGetStatus(), 0);
 }
@@ -199,7 +197,7 @@ TEST(iplConvolveSep2D, IsThePlainSumAtEveryLevel)
     Random random(20);
     for (const uint32_t depth : integerDepths)
         for (int i = 0; i < 150; ++i)
-            expectPlain(randomAlike(depth, random), randomPasses(random));
+            expectPlainPasses(randomAlike(depth, random), randomPasses(random));
 }
 
 TEST(iplConvolveSep2D, TilesGiveTheSame)
@@ -211,7 +209,7 @@ TEST(iplConvolveSep2D, TilesGiveTheSame)
             expectSameFilterInTiles(
                 randomAlike(depth, random), {},
                 [&](const IplImage* src, IplImage* dst, const PlainWindow&) {
-                    convolve(src, dst, passes);
+                    convolvePasses(src, dst, passes);
                 },
                 random);
         }
@@ -228,9 +226,10 @@ TEST(iplConvolveSep2D, SharedPixelsAreReadUnchanged)
             IplImage sharer = *image;
             const Passes passes = randomPasses(random);
             const Twin expected(image);
-            plainly(image, expected.get(), passes);
-            convolve(image, &sharer, passes);
-            ASSERT_EQ(bytesOf(image), bytesOf(expected.get())) << images.text() << describe(passes);
+            plainPasses(image, expected.get(), passes);
+            convolvePasses(image, &sharer, passes);
+            ASSERT_EQ(bytesOf(image), bytesOf(expected.get()))
+                << images.text() << describePasses(passes);
         }
     }
 }
@@ -248,21 +247,22 @@ TEST(iplConvolveSep2D, RefusesCallsInOrder)
 {
     const Image image = makeImage(3, 3, 1, IPL_DEPTH_8U);
     const Image other = makeImage(3, 3, 1, IPL_DEPTH_16U);
-    EXPECT_EQ(reportsOf(nullptr, nullptr, nullptr, nullptr),
-              only("Incorrect Image", "iplCSep2", -9));
-    EXPECT_EQ(reportsOf(image.get(), nullptr, nullptr, nullptr),
-              only("Incorrect Image", "iplCSep2", -9));
-    EXPECT_EQ(reportsOf(image.get(), image.get(), nullptr, nullptr),
-              only("Unsupported in-place mode", "iplCSep2"));
-    EXPECT_EQ(reportsOf(image.get(), other.get(), nullptr, nullptr),
-              only("Kernel pointers are NULL", "iplCSep2"));
-    EXPECT_EQ(reportsOf(image, other), only("SRC and DST depth are different"));
+    EXPECT_EQ(reportsOfPasses(nullptr, nullptr, nullptr, nullptr),
+              onlyOfPasses("Incorrect Image", "iplCSep2", -9));
+    EXPECT_EQ(reportsOfPasses(image.get(), nullptr, nullptr, nullptr),
+              onlyOfPasses("Incorrect Image", "iplCSep2", -9));
+    EXPECT_EQ(reportsOfPasses(image.get(), image.get(), nullptr, nullptr),
+              onlyOfPasses("Unsupported in-place mode", "iplCSep2"));
+    EXPECT_EQ(reportsOfPasses(image.get(), other.get(), nullptr, nullptr),
+              onlyOfPasses("Kernel pointers are NULL", "iplCSep2"));
+    EXPECT_EQ(reportsOfPasses(image, other), onlyOfPasses("SRC and DST depth are different"));
     const Image floats = makeImage(3, 3, 1, IPL_DEPTH_32F);
     const Image moreFloats = makeImage(3, 3, 1, IPL_DEPTH_32F);
-    EXPECT_EQ(reportsOf(floats, moreFloats),
-              only("iplConvolveSep2D does not support IPL_DEPTH_32F.\nCall iplConvolveSep2DFP "
-                   "instead",
-                   "iplCSep2"));
+    EXPECT_EQ(
+        reportsOfPasses(floats, moreFloats),
+        onlyOfPasses("iplConvolveSep2D does not support IPL_DEPTH_32F.\nCall iplConvolveSep2DFP "
+                     "instead",
+                     "iplCSep2"));
 }
 
 TEST(iplConvolveSep2D, RefusesImagesThatDiffer)
@@ -270,23 +270,23 @@ TEST(iplConvolveSep2D, RefusesImagesThatDiffer)
     const auto make = [](int32_t channels, int32_t order, int32_t origin, int32_t alpha) {
         return makeImage(3, 3, channels, IPL_DEPTH_8U, order, 4, alpha, origin);
     };
-    EXPECT_EQ(reportsOf(make(3, 0, 0, 0), make(4, 1, 1, 4)),
-              only("SRC and DST order are different"));
-    EXPECT_EQ(reportsOf(make(33, 0, 0, 0), make(4, 0, 1, 4)),
-              only("SRC and DST orign are different"));
-    EXPECT_EQ(reportsOf(make(33, 0, 0, 0), make(4, 0, 0, 4)),
-              only("SRC: too many channels per plane (limit 32)"));
-    EXPECT_EQ(reportsOf(make(32, 0, 0, 0), make(4, 0, 0, 4)),
-              only("SRC and DST number of channels are different"));
-    EXPECT_EQ(reportsOf(make(33, 1, 0, 0), make(4, 1, 0, 4)),
-              only("SRC and DST number of channels are different"));
+    EXPECT_EQ(reportsOfPasses(make(3, 0, 0, 0), make(4, 1, 1, 4)),
+              onlyOfPasses("SRC and DST order are different"));
+    EXPECT_EQ(reportsOfPasses(make(33, 0, 0, 0), make(4, 0, 1, 4)),
+              onlyOfPasses("SRC and DST orign are different"));
+    EXPECT_EQ(reportsOfPasses(make(33, 0, 0, 0), make(4, 0, 0, 4)),
+              onlyOfPasses("SRC: too many channels per plane (limit 32)"));
+    EXPECT_EQ(reportsOfPasses(make(32, 0, 0, 0), make(4, 0, 0, 4)),
+              onlyOfPasses("SRC and DST number of channels are different"));
+    EXPECT_EQ(reportsOfPasses(make(33, 1, 0, 0), make(4, 1, 0, 4)),
+              onlyOfPasses("SRC and DST number of channels are different"));
     const Image chosen = make(4, 0, 0, 0);
     setRoi(chosen.get(), 2, 0, 0, 3, 3);
-    EXPECT_EQ(reportsOf(chosen, make(4, 0, 0, 4)),
-              only("SRC and DST Alpha channels are different"));
-    EXPECT_EQ(reportsOf(chosen, make(4, 0, 0, 0)),
-              only("SRC and DST number of processing channels are different"));
-    EXPECT_EQ(reportsOf(make(33, 1, 0, 0), make(33, 1, 0, 0)), Reports{});
+    EXPECT_EQ(reportsOfPasses(chosen, make(4, 0, 0, 4)),
+              onlyOfPasses("SRC and DST Alpha channels are different"));
+    EXPECT_EQ(reportsOfPasses(chosen, make(4, 0, 0, 0)),
+              onlyOfPasses("SRC and DST number of processing channels are different"));
+    EXPECT_EQ(reportsOfPasses(make(33, 1, 0, 0), make(33, 1, 0, 0)), Reports{});
 }
 
 TEST(iplConvolveSep2D, RefusesKernelsInOrder)
@@ -295,20 +295,20 @@ TEST(iplConvolveSep2D, RefusesKernelsInOrder)
     const Image others = makeImage(3, 3, 1, IPL_DEPTH_32F);
     int32_t taps[4] = {1, 1, 1, 1};
     const auto reports = [&](const OwnConvKernel& x, const OwnConvKernel& y) {
-        return reportsOf(floats.get(), others.get(), &x, &y);
+        return reportsOfPasses(floats.get(), others.get(), &x, &y);
     };
     const OwnConvKernel goodX{2, 1, 1, 0, taps, 0};
     const OwnConvKernel goodY{1, 2, 0, 1, taps, 0};
-    const auto size = only("Invalid kernal size");
-    const auto anchor = only("Invalid kernrl anchor");
+    const auto size = onlyOfPasses("Invalid kernal size");
+    const auto anchor = onlyOfPasses("Invalid kernrl anchor");
     for (const OwnConvKernel& bad :
          {OwnConvKernel{1, 1, 9, 9, taps, 0}, OwnConvKernel{2, 2, 9, 9, taps, 0},
           OwnConvKernel{0, 1, 9, 9, taps, 0}, OwnConvKernel{1, 0, 9, 9, taps, 0}}) {
         EXPECT_EQ(reports(bad, {1, 1, 0, 0, nullptr, 0}), size);
         EXPECT_EQ(reports(goodX, bad), size);
     }
-    EXPECT_EQ(reports({1, 1, 9, 9, nullptr, 0}, goodY), only("NULL kernel values"));
-    EXPECT_EQ(reports(goodX, {1, 1, 9, 9, nullptr, 0}), only("NULL kernel values"));
+    EXPECT_EQ(reports({1, 1, 9, 9, nullptr, 0}, goodY), onlyOfPasses("NULL kernel values"));
+    EXPECT_EQ(reports(goodX, {1, 1, 9, 9, nullptr, 0}), onlyOfPasses("NULL kernel values"));
     for (const int32_t at : {-1, 2}) {
         EXPECT_EQ(reports({2, 1, at, 0, taps, 0}, {1, 1, 0, 0, nullptr, 0}), anchor);
         EXPECT_EQ(reports(goodX, {1, 2, 0, at, taps, 0}), anchor);
@@ -324,7 +324,7 @@ TEST(iplConvolveSep2D, TellsOfMemoryAndTiles)
     const Image dst = makeImage(20, 20, 1, IPL_DEPTH_8U);
     const ConvKernel x = row({1, 2, 1}, 1).make();
     const ConvKernel y = column({1, 2, 1}, 1).make();
-    const Reports expected = only("Not enough memory", "iplCSep2", -1);
+    const Reports expected = onlyOfPasses("Not enough memory", "iplCSep2", -1);
     int32_t asked = 1;
     for (int32_t passing = 0; passing < asked; ++passing) {
         const RecordedReports recorded;
@@ -339,5 +339,5 @@ TEST(iplConvolveSep2D, TellsOfMemoryAndTiles)
     EXPECT_GT(asked, 10);
     TiledImage tiles(src.get(), 8, 8);
     tiles.failFrom = 4;
-    EXPECT_EQ(reportsOf(tiles.get(), dst.get(), x.get(), y.get()), expected);
+    EXPECT_EQ(reportsOfPasses(tiles.get(), dst.get(), x.get(), y.get()), expected);
 }

@@ -15,33 +15,6 @@ namespace
 
 // --- The plain form ----------------------------------------------------------------------
 
-// floor((2 sum + n) / (2 n)), for either sign.
-int64_t plainQuotient(int64_t sum, int64_t n)
-{
-    const int64_t numerator = 2 * sum + n;
-    const int64_t quotient = numerator / (2 * n);
-    return numerator < 0 && numerator % (2 * n) != 0 ? quotient - 1 : quotient;
-}
-
-PlainFilter plainMean(uint32_t depth)
-{
-    return [depth](const std::vector<double>& window) -> double {
-        if (depth == IPL_DEPTH_32F) {
-            double sum = 0;
-            for (const double value : window)
-                sum += value;
-            return static_cast<float>(sum * (1.0 / static_cast<double>(window.size())));
-        }
-        int64_t sum = 0;
-        for (const double value : window)
-            sum += static_cast<int64_t>(value);
-        const int64_t n = static_cast<int64_t>(window.size());
-        if (depth == IPL_DEPTH_1U)
-            return 2 * sum >= n;
-        return static_cast<double>(plainQuotient(sum, n));
-    };
-}
-
 void blur(const IplImage* src, IplImage* dst, const PlainWindow& window)
 {
     iplBlur(src, dst, window.nCols, window.nRows, window.anchorX, window.anchorY);
@@ -277,8 +250,8 @@ TEST(iplBlur, TouchesNothingOutsideTheBlocks)
 namespace
 {
 
-void expectRefused(const IplImage* src, IplImage* dst, const PlainWindow& window, int32_t status,
-                   const char* text)
+void expectNotBlurred(const IplImage* src, IplImage* dst, const PlainWindow& window, int32_t status,
+                      const char* text)
 {
     EXPECT_REPORT(blur(src, dst, window), status, "iplBlur", text, "iplblur");
 }
@@ -287,26 +260,26 @@ void expectRefused(const IplImage* src, IplImage* dst, const PlainWindow& window
 
 TEST(iplBlur, RefusesBadWindowsFirst)
 {
-    expectRefused(nullptr, nullptr, {-1, 0, -1, 0}, -5, "(nRows<0||nCols<0)");
-    expectRefused(nullptr, nullptr, {0, -1, -1, 0}, -5, "(nRows<0||nCols<0)");
-    expectRefused(nullptr, nullptr, {3, 3, -1, 3}, -5, "(anchorX<0||anchorY<0)");
-    expectRefused(nullptr, nullptr, {3, 3, 3, -1}, -5, "(anchorX<0||anchorY<0)");
-    expectRefused(nullptr, nullptr, {3, 3, 3, 0}, -5, "(anchorX>=nCols||anchorY>=nRows)");
-    expectRefused(nullptr, nullptr, {3, 3, 0, 3}, -5, "(anchorX>=nCols||anchorY>=nRows)");
+    expectNotBlurred(nullptr, nullptr, {-1, 0, -1, 0}, -5, "(nRows<0||nCols<0)");
+    expectNotBlurred(nullptr, nullptr, {0, -1, -1, 0}, -5, "(nRows<0||nCols<0)");
+    expectNotBlurred(nullptr, nullptr, {3, 3, -1, 3}, -5, "(anchorX<0||anchorY<0)");
+    expectNotBlurred(nullptr, nullptr, {3, 3, 3, -1}, -5, "(anchorX<0||anchorY<0)");
+    expectNotBlurred(nullptr, nullptr, {3, 3, 3, 0}, -5, "(anchorX>=nCols||anchorY>=nRows)");
+    expectNotBlurred(nullptr, nullptr, {3, 3, 0, 3}, -5, "(anchorX>=nCols||anchorY>=nRows)");
     // No columns are not too few.
-    expectRefused(nullptr, nullptr, {0, 3, 0, 0}, -5, "(anchorX>=nCols||anchorY>=nRows)");
+    expectNotBlurred(nullptr, nullptr, {0, 3, 0, 0}, -5, "(anchorX>=nCols||anchorY>=nRows)");
 }
 
 TEST(iplBlur, RefusesChannelsThatDoNotAgree)
 {
     const Image three = makeImage(4, 4, 3, IPL_DEPTH_8U);
     const Image four = makeImage(4, 4, 4, IPL_DEPTH_8U);
-    expectRefused(three.get(), four.get(), {1, 1, 0, 0}, -15, "bad channel's number");
+    expectNotBlurred(three.get(), four.get(), {1, 1, 0, 0}, -15, "bad channel's number");
     setRoi(three.get(), 2, 0, 0, 4, 4);
-    expectRefused(three.get(), four.get(), {1, 1, 0, 0}, -15, "bad channel's number");
+    expectNotBlurred(three.get(), four.get(), {1, 1, 0, 0}, -15, "bad channel's number");
     four->alphaChannel = 2;
-    expectRefused(four.get(), four.get(), {1, 1, 0, 0}, -18, "bad alpha channel's number");
-    expectRefused(three.get(), four.get(), {1, 1, 0, 0}, -18, "bad alpha channel's number");
+    expectNotBlurred(four.get(), four.get(), {1, 1, 0, 0}, -18, "bad alpha channel's number");
+    expectNotBlurred(three.get(), four.get(), {1, 1, 0, 0}, -18, "bad alpha channel's number");
 }
 
 TEST(iplBlur, EndsAtChannelsThatDoNotAgree)

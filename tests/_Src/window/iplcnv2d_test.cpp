@@ -10,11 +10,8 @@
 namespace
 {
 
-constexpr uint32_t integerDepths[] = {IPL_DEPTH_1U,  IPL_DEPTH_8U,  IPL_DEPTH_8S,
-                                      IPL_DEPTH_16U, IPL_DEPTH_16S, IPL_DEPTH_32S};
-
-void convolve(const IplImage* src, IplImage* dst, const std::vector<PlainKernel>& kernels,
-              int32_t method)
+void convolveKernels(const IplImage* src, IplImage* dst, const std::vector<PlainKernel>& kernels,
+                     int32_t method)
 {
     std::vector<ConvKernel> owners;
     std::vector<OwnConvKernel*> handles;
@@ -46,11 +43,11 @@ double convolved(uint32_t depth, double value, const std::vector<PlainKernel>& k
     const Image src = makeImage(1, 1, 1, depth);
     const Image dst = makeImage(1, 1, 1, depth);
     putElement(src.get(), 0, 0, 0, value);
-    convolve(src.get(), dst.get(), kernels, method);
+    convolveKernels(src.get(), dst.get(), kernels, method);
     return element(dst.get(), 0, 0, 0);
 }
 
-std::string describe(const std::vector<PlainKernel>& kernels, int32_t method)
+std::string describeKernels(const std::vector<PlainKernel>& kernels, int32_t method)
 {
     std::string text = " method " + std::to_string(method);
     for (const PlainKernel& kernel : kernels)
@@ -73,7 +70,7 @@ RandomCall randomCall(Random& random)
 }
 
 // The plain form's result for a destination.
-void plainly(const IplImage* src, IplImage* dst, const RandomCall& call)
+void plainKernels(const IplImage* src, IplImage* dst, const RandomCall& call)
 {
     const Twin source(src);
     copyBorders(source.get(), src);
@@ -81,36 +78,36 @@ void plainly(const IplImage* src, IplImage* dst, const RandomCall& call)
     plainConvolve(plainJob(source.get(), nullptr, dst), call.kernels, call.method);
 }
 
-void expectPlain(const Arrangement& images, const RandomCall& call)
+void expectPlainKernels(const Arrangement& images, const RandomCall& call)
 {
     const Twin expected(images.dst.get());
-    plainly(images.a.get(), expected.get(), call);
+    plainKernels(images.a.get(), expected.get(), call);
     forEachLevel([&] {
         const Twin result(images.dst.get());
-        convolve(images.a.get(), result.get(), call.kernels, call.method);
+        convolveKernels(images.a.get(), result.get(), call.kernels, call.method);
         ASSERT_EQ(bytesOf(result.get()), bytesOf(expected.get()))
-            << images.text() << describe(call.kernels, call.method);
+            << images.text() << describeKernels(call.kernels, call.method);
     });
 }
 
-std::vector<Report> reportsOf(const IplImage* src, IplImage* dst, OwnConvKernel* const* kernels,
-                              int32_t count, int32_t method)
+std::vector<Report> reportsOfKernels(const IplImage* src, IplImage* dst,
+                                     OwnConvKernel* const* kernels, int32_t count, int32_t method)
 {
     const RecordedReports reports;
     iplConvolve2D(src, dst, kernels, count, method);
     return reports.all();
 }
 
-std::vector<Report> only(int32_t status, const std::string& text)
+std::vector<Report> onlyOfKernels(int32_t status, const std::string& text)
 {
     return {{status, "iplConvolve2D", text, "iplcnv2d"}};
 }
 
-std::vector<Report> reportsOf(const IplImage* src, IplImage* dst)
+std::vector<Report> reportsOfKernels(const IplImage* src, IplImage* dst)
 {
     const ConvKernel kernel = oneTap(1).make();
     OwnConvKernel* const handle = kernel.get();
-    return reportsOf(src, dst, &handle, 1, 0);
+    return reportsOfKernels(src, dst, &handle, 1, 0);
 }
 
 } // namespace
@@ -122,7 +119,7 @@ TEST(iplConvolve2D, MirrorsItsKernel)
     const Image src = makeImage(5, 5, 1, IPL_DEPTH_8U);
     const Image dst = makeImage(5, 5, 1, IPL_DEPTH_8U);
     putElement(src.get(), 2, 2, 0, 1);
-    convolve(src.get(), dst.get(), {{3, 2, 0, 1, {1, 2, 3, 4, 5, 6}, 0}}, 0);
+    convolveKernels(src.get(), dst.get(), {{3, 2, 0, 1, {1, 2, 3, 4, 5, 6}, 0}}, 0);
     // The tap (i, j) reads (x + anchorX - i, y + anchorY - j): the impulse becomes the
     // kernel, its anchor on the pixel.
     for (int32_t y = 0; y < 5; ++y)
@@ -236,15 +233,15 @@ TEST(iplConvolve2D, AWindowOnOnePixelIsAllBorder)
     const Image dst = makeImage(1, 1, 1, IPL_DEPTH_8U);
     putElement(src.get(), 0, 0, 0, 7);
     const PlainKernel nine = centred(3, 3, std::vector<int32_t>(9, 1));
-    convolve(src.get(), dst.get(), {nine}, 0);
+    convolveKernels(src.get(), dst.get(), {nine}, 0);
     EXPECT_EQ(element(dst.get(), 0, 0, 0), 7);
     for (const int32_t mode : {1, 2, 3}) {
         iplSetBorderMode(src.get(), mode, 15, 0);
-        convolve(src.get(), dst.get(), {nine}, 0);
+        convolveKernels(src.get(), dst.get(), {nine}, 0);
         EXPECT_EQ(element(dst.get(), 0, 0, 0), 63);
     }
     iplSetBorderMode(src.get(), 0, 15, 10);
-    convolve(src.get(), dst.get(), {nine}, 0);
+    convolveKernels(src.get(), dst.get(), {nine}, 0);
     EXPECT_EQ(element(dst.get(), 0, 0, 0), 87);
 }
 
@@ -255,7 +252,7 @@ TEST(iplConvolve2D, ClampsBorderConstants)
         const Image src = makeImage(1, 1, 1, depth);
         const Image dst = makeImage(1, 1, 1, depth);
         src->BorderConst[IPL_SIDE_LEFT] = constant;
-        convolve(src.get(), dst.get(), {left}, 0);
+        convolveKernels(src.get(), dst.get(), {left}, 0);
         EXPECT_EQ(src->BorderConst[IPL_SIDE_LEFT], constant);
         return element(dst.get(), 0, 0, 0);
     };
@@ -278,7 +275,7 @@ TEST(iplConvolve2D, ARegionsWindowsReadTheImageAroundIt)
     iplSetBorderMode(src.get(), 0, 15, 100);
     setRoi(src.get(), 0, 0, 0, 2, 2);
     const Image dst = makeImage(4, 4, 1, IPL_DEPTH_8U);
-    convolve(src.get(), dst.get(), {centred(3, 3, std::vector<int32_t>(9, 1), 2)}, 0);
+    convolveKernels(src.get(), dst.get(), {centred(3, 3, std::vector<int32_t>(9, 1), 2)}, 0);
     EXPECT_EQ(element(dst.get(), 0, 0, 0), (500 + 1 + 2 + 5 + 6) / 4);
     EXPECT_EQ(element(dst.get(), 1, 1, 0), (1 + 2 + 3 + 5 + 6 + 7 + 9 + 10 + 11) / 4);
     EXPECT_EQ(element(dst.get(), 2, 2, 0), 0);
@@ -290,13 +287,13 @@ TEST(iplConvolve2D, BitsAreSetWhereAnyInTheWindowIs)
     const Image dst = makeImage(12, 3, 1, IPL_DEPTH_1U);
     putElement(src.get(), 5, 1, 0, 1);
     putElement(src.get(), 6, 1, 0, 1);
-    convolve(src.get(), dst.get(), {centred(3, 3, std::vector<int32_t>(9, 1))}, 0);
+    convolveKernels(src.get(), dst.get(), {centred(3, 3, std::vector<int32_t>(9, 1))}, 0);
     for (int32_t y = 0; y < 3; ++y)
         for (int32_t x = 0; x < 12; ++x)
             EXPECT_EQ(element(dst.get(), x, y, 0), x >= 4 && x <= 7);
-    convolve(src.get(), dst.get(), {oneTap(-5)}, 0);
+    convolveKernels(src.get(), dst.get(), {oneTap(-5)}, 0);
     EXPECT_EQ(element(dst.get(), 5, 1, 0), 0);
-    convolve(src.get(), dst.get(), {oneTap(5, 3)}, 0);
+    convolveKernels(src.get(), dst.get(), {oneTap(5, 3)}, 0);
     EXPECT_EQ(element(dst.get(), 5, 1, 0), 0);
 }
 
@@ -309,7 +306,7 @@ TEST(iplConvolve2D, MasksAreReadFromTheirOwnCorners)
     src->maskROI = makeImage(8, 4, 1, IPL_DEPTH_1U).release();
     setRoi(src->maskROI, 0, 3, 2, 30, 30); // past the mask: 5 x 2 of it
     putElement(src->maskROI, 4, 3, 0, 1);
-    convolve(src.get(), dst.get(), {oneTap(1)}, 0);
+    convolveKernels(src.get(), dst.get(), {oneTap(1)}, 0);
     for (int32_t y = 0; y < 2; ++y)
         for (int32_t x = 0; x < 6; ++x)
             EXPECT_EQ(element(dst.get(), x, y, 0), x == 1 && y == 1 ? 9 : 0);
@@ -322,7 +319,7 @@ TEST(iplConvolve2D, IsThePlainSumAtEveryLevel)
     Random random(10);
     for (const uint32_t depth : integerDepths)
         for (int i = 0; i < 250; ++i)
-            expectPlain(randomConvolved(depth, random), randomCall(random));
+            expectPlainKernels(randomConvolved(depth, random), randomCall(random));
 }
 
 TEST(iplConvolve2D, LongRowsAreThePlainSum)
@@ -334,7 +331,7 @@ TEST(iplConvolve2D, LongRowsAreThePlainSum)
             images.dst = makeImage(images.a->width, 4, 1, depth);
             fillTelling(images.a.get(), random);
             giveRandomBorders(images.a.get(), random);
-            expectPlain(images, randomCall(random));
+            expectPlainKernels(images, randomCall(random));
         }
     }
 }
@@ -348,7 +345,7 @@ TEST(iplConvolve2D, TilesGiveTheSame)
             expectSameFilterInTiles(
                 randomConvolved(depth, random), {},
                 [&](const IplImage* src, IplImage* dst, const PlainWindow&) {
-                    convolve(src, dst, call.kernels, call.method);
+                    convolveKernels(src, dst, call.kernels, call.method);
                 },
                 random);
         }
@@ -364,17 +361,17 @@ TEST(iplConvolve2D, InPlaceReadsUnchangedPixels)
             IplImage* image = images.a.get();
             const RandomCall call = randomCall(random);
             const Twin expected(image);
-            plainly(image, expected.get(), call);
+            plainKernels(image, expected.get(), call);
             TiledTwin tiled(image, 16, 8);
             copyBorders(tiled.get(), image);
             IplImage sharer = *image; // another record of the same pixels
-            convolve(image, i % 2 ? image : &sharer, call.kernels, call.method);
+            convolveKernels(image, i % 2 ? image : &sharer, call.kernels, call.method);
             ASSERT_EQ(bytesOf(image), bytesOf(expected.get()))
-                << images.text() << describe(call.kernels, call.method);
-            convolve(tiled.get(), tiled.get(), call.kernels, call.method);
+                << images.text() << describeKernels(call.kernels, call.method);
+            convolveKernels(tiled.get(), tiled.get(), call.kernels, call.method);
             tiled.collect(image);
             ASSERT_EQ(bytesOf(image), bytesOf(expected.get()))
-                << images.text() << describe(call.kernels, call.method);
+                << images.text() << describeKernels(call.kernels, call.method);
         }
     }
 }
@@ -386,11 +383,11 @@ TEST(iplConvolve2D, TouchesNothingOutsideTheBlocks)
             const GuardedHandle src(67, 5, bitDepth, guard);
             const GuardedHandle dst(67, 5, bitDepth, guard);
             src.makeReadOnly();
-            convolve(src.get(), dst.get(), {sobelX}, 0);
-            convolve(src.get(), dst.get(), {sobelX, sobelY}, 2);
-            convolve(src.get(), dst.get(), {oneTap(1)}, 0);
-            convolve(src.get(), dst.get(), {oneTap(1000)}, 0);
-            convolve(src.get(), dst.get(), {oneTap(100000000)}, 0);
+            convolveKernels(src.get(), dst.get(), {sobelX}, 0);
+            convolveKernels(src.get(), dst.get(), {sobelX, sobelY}, 2);
+            convolveKernels(src.get(), dst.get(), {oneTap(1)}, 0);
+            convolveKernels(src.get(), dst.get(), {oneTap(1000)}, 0);
+            convolveKernels(src.get(), dst.get(), {oneTap(100000000)}, 0);
         }
     }
 }
@@ -407,14 +404,18 @@ TEST(iplConvolve2D, EndsTheProcessForARefusal)
 TEST(iplConvolve2D, RefusesImagesInOrder)
 {
     const Image good = makeImage(3, 3, 1, IPL_DEPTH_8U);
-    EXPECT_EQ(reportsOf(nullptr, nullptr, nullptr, 0, 9), only(-9, "Incorrect Image"));
-    EXPECT_EQ(reportsOf(good.get(), nullptr, nullptr, 0, 9), only(-9, "Incorrect Image"));
+    EXPECT_EQ(reportsOfKernels(nullptr, nullptr, nullptr, 0, 9),
+              onlyOfKernels(-9, "Incorrect Image"));
+    EXPECT_EQ(reportsOfKernels(good.get(), nullptr, nullptr, 0, 9),
+              onlyOfKernels(-9, "Incorrect Image"));
     for (const IplROI& region : {IplROI{0, 3, 0, 1, 1}, IplROI{0, 0, 3, 1, 1}}) {
         IplROI roi = region;
         IplImage bad = *good;
         bad.roi = &roi;
-        EXPECT_EQ(reportsOf(&bad, good.get(), nullptr, 0, 9), only(-11, "Bad ROI offsets"));
-        EXPECT_EQ(reportsOf(good.get(), &bad, nullptr, 0, 9), only(-11, "Bad ROI offsets"));
+        EXPECT_EQ(reportsOfKernels(&bad, good.get(), nullptr, 0, 9),
+                  onlyOfKernels(-11, "Bad ROI offsets"));
+        EXPECT_EQ(reportsOfKernels(good.get(), &bad, nullptr, 0, 9),
+                  onlyOfKernels(-11, "Bad ROI offsets"));
     }
 }
 
@@ -428,21 +429,21 @@ TEST(iplConvolve2D, RefusesKernelsInOrder)
     OwnConvKernel* handles[11];
     std::fill_n(handles, 11, kernel.get());
     const auto reports = [&](OwnConvKernel* const* kernels, int32_t count, int32_t method) {
-        return reportsOf(image.get(), other.get(), kernels, count, method);
+        return reportsOfKernels(image.get(), other.get(), kernels, count, method);
     };
-    const auto count = only(-5, "(nKernels<=0 || nKernels>10)");
-    EXPECT_EQ(reports(nullptr, 0, 9), only(-5, "kernel==0"));
+    const auto count = onlyOfKernels(-5, "(nKernels<=0 || nKernels>10)");
+    EXPECT_EQ(reports(nullptr, 0, 9), onlyOfKernels(-5, "kernel==0"));
     EXPECT_EQ(reports(handles, 0, 9), count);
     EXPECT_EQ(reports(handles, -1, 9), count);
     EXPECT_EQ(reports(handles, 11, 9), count);
-    EXPECT_EQ(reports(handles, 10, 5), only(-5, "Inadmissible method"));
-    EXPECT_EQ(reports(handles, 2, -1), only(-5, "Inadmissible method"));
+    EXPECT_EQ(reports(handles, 10, 5), onlyOfKernels(-5, "Inadmissible method"));
+    EXPECT_EQ(reports(handles, 2, -1), onlyOfKernels(-5, "Inadmissible method"));
     handles[1] = nullptr;
-    EXPECT_EQ(reports(handles, 2, 4), only(-5, "kernel[i]==0"));
+    EXPECT_EQ(reports(handles, 2, 4), onlyOfKernels(-5, "kernel[i]==0"));
     handles[0] = &bad;
-    EXPECT_EQ(reports(handles, 2, 4), only(-5, "Bad kernel structure"));
+    EXPECT_EQ(reports(handles, 2, 4), onlyOfKernels(-5, "Bad kernel structure"));
     handles[0] = kernel.get();
-    EXPECT_EQ(reports(handles, 1, 9), only(-5, "Uncompatible images"));
+    EXPECT_EQ(reports(handles, 1, 9), onlyOfKernels(-5, "Uncompatible images"));
 }
 
 TEST(iplConvolve2D, RefusesImagesThatDoNotGoTogether)
@@ -455,16 +456,18 @@ TEST(iplConvolve2D, RefusesImagesThatDoNotGoTogether)
     const Image gray = makeImage(3, 3, 1, IPL_DEPTH_8U);
     const Image alphaAlone = makeImage(3, 3, 1, IPL_DEPTH_8U, 0, 4, 1);
     const Image threeAndAlpha = makeImage(3, 3, 4, IPL_DEPTH_8U, 0, 4, 4);
-    const auto uncompatible = only(-5, "Uncompatible images");
-    EXPECT_EQ(reportsOf(bytes.get(), planes.get()), uncompatible);
-    EXPECT_EQ(reportsOf(bits.get(), bitPlanes.get()), uncompatible);
-    EXPECT_EQ(reportsOf(floats.get(), gray.get()), uncompatible);
-    EXPECT_EQ(reportsOf(floats.get(), floats.get()),
-              only(-5, "32F images can be processed only with FP kernel"));
-    EXPECT_EQ(reportsOf(gray.get(), bytes.get()), uncompatible);
-    EXPECT_EQ(reportsOf(bytes.get(), threeAndAlpha.get()), (std::vector<Report>{}));
-    EXPECT_EQ(reportsOf(alphaAlone.get(), gray.get()), only(-5, "No channel to operate"));
-    EXPECT_EQ(reportsOf(gray.get(), alphaAlone.get()), only(-5, "No channel to operate"));
+    const auto uncompatible = onlyOfKernels(-5, "Uncompatible images");
+    EXPECT_EQ(reportsOfKernels(bytes.get(), planes.get()), uncompatible);
+    EXPECT_EQ(reportsOfKernels(bits.get(), bitPlanes.get()), uncompatible);
+    EXPECT_EQ(reportsOfKernels(floats.get(), gray.get()), uncompatible);
+    EXPECT_EQ(reportsOfKernels(floats.get(), floats.get()),
+              onlyOfKernels(-5, "32F images can be processed only with FP kernel"));
+    EXPECT_EQ(reportsOfKernels(gray.get(), bytes.get()), uncompatible);
+    EXPECT_EQ(reportsOfKernels(bytes.get(), threeAndAlpha.get()), (std::vector<Report>{}));
+    EXPECT_EQ(reportsOfKernels(alphaAlone.get(), gray.get()),
+              onlyOfKernels(-5, "No channel to operate"));
+    EXPECT_EQ(reportsOfKernels(gray.get(), alphaAlone.get()),
+              onlyOfKernels(-5, "No channel to operate"));
 }
 
 TEST(iplConvolve2D, RefusesOneChannelOfInterestWithoutTheOther)
@@ -472,11 +475,11 @@ TEST(iplConvolve2D, RefusesOneChannelOfInterestWithoutTheOther)
     const Image plain = makeImage(3, 3, 3, IPL_DEPTH_8U);
     const Image chosen = makeImage(3, 3, 4, IPL_DEPTH_8U);
     setRoi(chosen.get(), 2, 0, 0, 3, 3);
-    const auto text = only(-5, "One of the COI is not defined");
-    EXPECT_EQ(reportsOf(plain.get(), chosen.get()), text);
-    EXPECT_EQ(reportsOf(chosen.get(), plain.get()), text);
+    const auto text = onlyOfKernels(-5, "One of the COI is not defined");
+    EXPECT_EQ(reportsOfKernels(plain.get(), chosen.get()), text);
+    EXPECT_EQ(reportsOfKernels(chosen.get(), plain.get()), text);
     setRoi(plain.get(), 3, 1, 1, 1, 1);
-    EXPECT_EQ(reportsOf(chosen.get(), plain.get()), (std::vector<Report>{}));
+    EXPECT_EQ(reportsOfKernels(chosen.get(), plain.get()), (std::vector<Report>{}));
 }
 
 TEST(iplConvolve2D, DoesNothingWithoutCommonPixels)
@@ -486,7 +489,7 @@ TEST(iplConvolve2D, DoesNothingWithoutCommonPixels)
     const Image dst = makeImage(3, 3, 3, IPL_DEPTH_8U);
     src->maskROI = makeImage(3, 3, 1, IPL_DEPTH_1U).release();
     setRoi(src->maskROI, 0, 3, 0, 2, 2);
-    EXPECT_EQ(reportsOf(src.get(), dst.get()), (std::vector<Report>{}));
+    EXPECT_EQ(reportsOfKernels(src.get(), dst.get()), (std::vector<Report>{}));
 }
 
 TEST(iplConvolve2D, TellsOfMemoryAndTiles)
@@ -513,5 +516,6 @@ TEST(iplConvolve2D, TellsOfMemoryAndTiles)
     EXPECT_GT(passing, 5);
     TiledImage tiles(src.get(), 8, 8);
     tiles.failFrom = 4;
-    EXPECT_EQ(reportsOf(tiles.get(), dst.get(), &handle, 1, 0), only(-5, "Internal error"));
+    EXPECT_EQ(reportsOfKernels(tiles.get(), dst.get(), &handle, 1, 0),
+              onlyOfKernels(-5, "Internal error"));
 }

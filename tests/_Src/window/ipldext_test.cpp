@@ -7,8 +7,6 @@
 #include "tests/support/report.h"
 #include "tests/support/window.h"
 
-#include <cmath>
-
 namespace
 {
 
@@ -19,21 +17,7 @@ struct Sizes {
     int32_t y;
 };
 
-PlainFilter plainMean(uint32_t depth)
-{
-    return [depth](const std::vector<double>& window) -> double {
-        double sum = 0;
-        for (const double value : window)
-            sum += value;
-        const double n = static_cast<double>(window.size());
-        if (depth == IPL_DEPTH_32F)
-            return static_cast<float>(sum * (1.0 / n));
-        // Whole numbers below 2^53.
-        return depth == IPL_DEPTH_1U ? 2 * sum >= n : std::floor((2 * sum + n) / (2 * n));
-    };
-}
-
-PlainWindow windowOf(const Sizes& sizes)
+PlainWindow windowOfSizes(const Sizes& sizes)
 {
     return {std::max(sizes.x, 1), std::max(sizes.y, 1), sizes.x / 2, sizes.y / 2};
 }
@@ -73,7 +57,7 @@ void blurPlainly(const IplImage* src, IplImage* blurred, const Sizes& sizes)
     IplImage target = *blurred;
     target.roi = &all;
     target.maskROI = nullptr;
-    plainFilter(plainJob(&whole, nullptr, &target), windowOf(sizes), plainMean(src->depth));
+    plainFilter(plainJob(&whole, nullptr, &target), windowOfSizes(sizes), plainMean(src->depth));
 }
 
 } // namespace
@@ -128,7 +112,7 @@ TEST(iplDecimateBlur, WithEqualFactorsIsThePlainFormAtEveryLevel)
             for (int i = 0; i < 60; ++i) {
                 const Sizes sizes = randomSizes(random);
                 ASSERT_NO_FATAL_FAILURE(expectPlainFilter(
-                    randomImages(depth, random), windowOf(sizes),
+                    randomImages(depth, random), windowOfSizes(sizes),
                     [&](const IplImage* src, IplImage* dst, const PlainWindow&) {
                         blurOnly(src, dst, sizes);
                     },
@@ -173,7 +157,7 @@ TEST(iplDecimateBlur, TilesGiveTheSame)
             const int32_t xSrc = random.between(3, 5);
             const Sizes sizes = randomSizes(random);
             ASSERT_NO_FATAL_FAILURE(expectSameFilterInTiles(
-                images, windowOf(sizes),
+                images, windowOfSizes(sizes),
                 [&](const IplImage* src, IplImage* dst, const PlainWindow&) {
                     iplDecimateBlur(src, dst, 3, xSrc, 3, 3, IPL_INTER_LINEAR, sizes.x, sizes.y);
                 },
@@ -241,8 +225,8 @@ struct Call {
     int32_t yMaskSize = 3;
 };
 
-void expectRefused(const IplImage* src, IplImage* dst, const Call& call, int32_t status,
-                   const char* text)
+void expectNotReduced(const IplImage* src, IplImage* dst, const Call& call, int32_t status,
+                      const char* text)
 {
     EXPECT_REPORT(iplDecimateBlur(src, dst, call.xDst, call.xSrc, call.yDst, call.ySrc,
                                   call.interpolate, call.xMaskSize, call.yMaskSize),
@@ -255,33 +239,35 @@ TEST(iplDecimateBlur, RefusesInItsOrder)
 {
     // All is wrong at first, and mended from the first to the last.
     Call call{0, -1, 0, -1, IPL_INTER_SUPER, -1, -1};
-    expectRefused(nullptr, nullptr, call, -5,
-                  "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && interpolate "
-                  "!= IPL_INTER_CUBIC");
+    expectNotReduced(
+        nullptr, nullptr, call, -5,
+        "interpolate != IPL_INTER_NN && interpolate != IPL_INTER_LINEAR && interpolate "
+        "!= IPL_INTER_CUBIC");
     call.interpolate = IPL_INTER_CUBIC;
-    expectRefused(nullptr, nullptr, call, -9, "Incorrect Image");
+    expectNotReduced(nullptr, nullptr, call, -9, "Incorrect Image");
     const Image src = makeImage(8, 8, 3, IPL_DEPTH_8S);
-    expectRefused(src.get(), nullptr, call, -9, "Incorrect Image");
+    expectNotReduced(src.get(), nullptr, call, -9, "Incorrect Image");
     const Image deeper = makeImage(8, 8, 4, IPL_DEPTH_16U, IPL_DATA_ORDER_PLANE, 4, 4);
-    expectRefused(src.get(), deeper.get(), call, -5, "(srcImage->depth!=dstImage->depth)");
+    expectNotReduced(src.get(), deeper.get(), call, -5, "(srcImage->depth!=dstImage->depth)");
     const Image planes = makeImage(8, 8, 3, IPL_DEPTH_8S, IPL_DATA_ORDER_PLANE, 4, 3);
-    expectRefused(src.get(), planes.get(), call, -5, "(srcImage->dataOrder!=dstImage->dataOrder)");
+    expectNotReduced(src.get(), planes.get(), call, -5,
+                     "(srcImage->dataOrder!=dstImage->dataOrder)");
     const Image alpha = makeImage(8, 8, 3, IPL_DEPTH_8S, IPL_DATA_ORDER_PIXEL, 4, 3);
-    expectRefused(src.get(), alpha.get(), call, -5,
-                  "(srcImage->alphaChannel!=dstImage->alphaChannel)");
-    expectRefused(src.get(), src.get(), call, -5, "(srcImage->depth & IPL_DEPTH_SIGN)");
+    expectNotReduced(src.get(), alpha.get(), call, -5,
+                     "(srcImage->alphaChannel!=dstImage->alphaChannel)");
+    expectNotReduced(src.get(), src.get(), call, -5, "(srcImage->depth & IPL_DEPTH_SIGN)");
     const Image good = makeImage(8, 8, 3, IPL_DEPTH_8U);
-    expectRefused(good.get(), good.get(), call, -5, "(xDst>xSrc||yDst>ySrc)");
+    expectNotReduced(good.get(), good.get(), call, -5, "(xDst>xSrc||yDst>ySrc)");
     call.xSrc = call.ySrc = 0;
-    expectRefused(good.get(), good.get(), call, -5, "((xDst <= 0)||(yDst<=0))");
+    expectNotReduced(good.get(), good.get(), call, -5, "((xDst <= 0)||(yDst<=0))");
     call = {1, 1, 0, 1, IPL_INTER_NN, -1, 3};
-    expectRefused(good.get(), good.get(), call, -5, "((xDst <= 0)||(yDst<=0))");
+    expectNotReduced(good.get(), good.get(), call, -5, "((xDst <= 0)||(yDst<=0))");
     call.yDst = 1;
-    expectRefused(good.get(), good.get(), call, -5, "(xMaskSize<0||yMaskSize<0)");
+    expectNotReduced(good.get(), good.get(), call, -5, "(xMaskSize<0||yMaskSize<0)");
     call.xMaskSize = 3;
     call.yMaskSize = -1;
-    expectRefused(good.get(), good.get(), call, -5, "(xMaskSize<0||yMaskSize<0)");
-    expectRefused(good.get(), good.get(), Call{}, -5, "This function isn`t in-plase function");
+    expectNotReduced(good.get(), good.get(), call, -5, "(xMaskSize<0||yMaskSize<0)");
+    expectNotReduced(good.get(), good.get(), Call{}, -5, "This function isn`t in-plase function");
 }
 
 TEST(iplDecimateBlur, RefusesOneChannelOfInterest)
@@ -289,15 +275,15 @@ TEST(iplDecimateBlur, RefusesOneChannelOfInterest)
     const Image chosen = makeImage(8, 8, 3, IPL_DEPTH_8U);
     const Image whole = makeImage(8, 8, 3, IPL_DEPTH_8U);
     setRoi(chosen.get(), 2, 8, 8, 1, 1);
-    expectRefused(chosen.get(), whole.get(), {}, -5,
-                  "srcImage->roi->coi > 0 && dstImage->roi == NULL");
-    expectRefused(whole.get(), chosen.get(), {}, -5,
-                  "dstImage->roi->coi > 0 && srcImage->roi == NULL");
+    expectNotReduced(chosen.get(), whole.get(), {}, -5,
+                     "srcImage->roi->coi > 0 && dstImage->roi == NULL");
+    expectNotReduced(whole.get(), chosen.get(), {}, -5,
+                     "dstImage->roi->coi > 0 && srcImage->roi == NULL");
     setRoi(whole.get(), 0, 8, 8, 1, 1);
-    expectRefused(chosen.get(), whole.get(), {}, -5,
-                  "srcImage->roi->coi > 0 && dstImage->roi->coi == 0");
-    expectRefused(whole.get(), chosen.get(), {}, -5,
-                  "dstImage->roi->coi > 0 && srcImage->roi->coi == 0");
+    expectNotReduced(chosen.get(), whole.get(), {}, -5,
+                     "srcImage->roi->coi > 0 && dstImage->roi->coi == 0");
+    expectNotReduced(whole.get(), chosen.get(), {}, -5,
+                     "dstImage->roi->coi > 0 && srcImage->roi->coi == 0");
 }
 
 TEST(iplDecimateBlur, RefusesRegionsThatBeginOutside)
@@ -306,13 +292,13 @@ TEST(iplDecimateBlur, RefusesRegionsThatBeginOutside)
     const Image dst = makeImage(7, 5, 3, IPL_DEPTH_8U);
     setRoi(src.get(), 0, 8, 6, 1, 1);
     setRoi(dst.get(), 0, 7, 5, 1, 1);
-    expectRefused(src.get(), dst.get(), {}, -5, "srcImage->roi->xOffset >= srcImage->width");
+    expectNotReduced(src.get(), dst.get(), {}, -5, "srcImage->roi->xOffset >= srcImage->width");
     src->roi->xOffset = 7;
-    expectRefused(src.get(), dst.get(), {}, -5, "srcImage->roi->yOffset >= srcImage->height");
+    expectNotReduced(src.get(), dst.get(), {}, -5, "srcImage->roi->yOffset >= srcImage->height");
     src->roi->yOffset = 5;
-    expectRefused(src.get(), dst.get(), {}, -5, "dstImage->roi->xOffset >= dstImage->width");
+    expectNotReduced(src.get(), dst.get(), {}, -5, "dstImage->roi->xOffset >= dstImage->width");
     dst->roi->xOffset = 6;
-    expectRefused(src.get(), dst.get(), {}, -5, "dstImage->roi->yOffset >= dstImage->height");
+    expectNotReduced(src.get(), dst.get(), {}, -5, "dstImage->roi->yOffset >= dstImage->height");
 }
 
 TEST(iplDecimateBlur, AcceptsOtherOriginsAndAlphaAlone)

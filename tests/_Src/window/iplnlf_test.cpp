@@ -49,7 +49,7 @@ PlainFilter plainOf(const NamedFilter& filter, uint32_t depth)
     };
 }
 
-FilterCall callOf(RankFilter filter)
+FilterCall rankCallOf(RankFilter filter)
 {
     return [filter](const IplImage* src, IplImage* dst, const PlainWindow& window) {
         filter(src, dst, window.nCols, window.nRows, window.anchorX, window.anchorY);
@@ -234,7 +234,7 @@ TEST(RankFilters, AreThePlainOnesAtEveryLevel)
                     if (random.coin())
                         makePoor(images.a.get(), random);
                     ASSERT_NO_FATAL_FAILURE(expectPlainFilter(images, randomWindowOf(12, random),
-                                                              callOf(filter.filter),
+                                                              rankCallOf(filter.filter),
                                                               plainOf(filter, depth)));
                 }
             }
@@ -257,7 +257,7 @@ TEST(RankFilters, WideImagesAreThePlainOnes)
                 Arrangement images{wide(), nullptr, wide()};
                 giveRandomBorders(images.a.get(), random);
                 ASSERT_NO_FATAL_FAILURE(expectPlainFilter(images, randomPlainWindow(9, random),
-                                                          callOf(filter.filter),
+                                                          rankCallOf(filter.filter),
                                                           plainOf(filter, depth)));
             }
         }
@@ -284,8 +284,8 @@ TEST(RankFilters, WindowsPastTheImageAreThePlainOnes)
                 windows.insert(windows.end(), {{257, 256, 100, 255}, {5000, 1, 7, 0}});
             constexpr size_t step = stepOfCases(size_t{2});
             for (size_t i = turn++ % step; i < windows.size(); i += step)
-                ASSERT_NO_FATAL_FAILURE(expectPlainFilter(images, windows[i], callOf(filter.filter),
-                                                          plainOf(filter, depth)));
+                ASSERT_NO_FATAL_FAILURE(expectPlainFilter(
+                    images, windows[i], rankCallOf(filter.filter), plainOf(filter, depth)));
         }
     }
 }
@@ -313,7 +313,7 @@ TEST(RankFilters, TilesGiveTheSame)
             for (int i = 0; depth != IPL_DEPTH_32F && i < 12; ++i)
                 ASSERT_NO_FATAL_FAILURE(expectSameFilterInTiles(randomRankImages(depth, random),
                                                                 randomWindowOf(9, random),
-                                                                callOf(filter.filter), random));
+                                                                rankCallOf(filter.filter), random));
     }
 }
 
@@ -341,7 +341,7 @@ TEST(iplColorMedianFilter, IsThePlainOneAtEveryLevel)
                 const PlainWindow window = randomPlainWindow(i % 10 == 0 ? 12 : 4, random);
                 const Twin expected(images.dst.get());
                 plainColourMedian(images.a.get(), expected.get(), window);
-                callOf(iplColorMedianFilter)(images.a.get(), images.dst.get(), window);
+                rankCallOf(iplColorMedianFilter)(images.a.get(), images.dst.get(), window);
                 ASSERT_EQ(bytesOf(images.dst.get()), bytesOf(expected.get()))
                     << images.text() << describe(window);
             }
@@ -372,9 +372,9 @@ TEST(iplColorMedianFilter, TilesGiveTheSame)
     Random random(13);
     for (const uint32_t depth : colourDepths)
         for (int i = 0; i < 12; ++i)
-            ASSERT_NO_FATAL_FAILURE(expectSameFilterInTiles(randomColourImages(depth, random),
-                                                            randomPlainWindow(4, random),
-                                                            callOf(iplColorMedianFilter), random));
+            ASSERT_NO_FATAL_FAILURE(expectSameFilterInTiles(
+                randomColourImages(depth, random), randomPlainWindow(4, random),
+                rankCallOf(iplColorMedianFilter), random));
 }
 
 // --- Refusals ----------------------------------------------------------------------------

@@ -21,14 +21,6 @@ struct Surface16 : Surface {
     }
 };
 
-Image handleOf(int32_t width, int32_t height, int32_t bitDepth, const Bytes& bytes)
-{
-    Image image = makeHandle(width, height, bitDepth);
-    EXPECT_EQ(bytes.size(), static_cast<size_t>(image->imageSize));
-    std::memcpy(image->imageData, bytes.data(), bytes.size());
-    return image;
-}
-
 } // namespace
 
 // --- Masks ---------------------------------------------------------------------------------

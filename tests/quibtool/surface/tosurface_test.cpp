@@ -16,14 +16,6 @@ void setFormat(SurfaceKind& surface, const SurfaceFormat& format)
     surface.setFormat(format.bits, format.red, format.green, format.blue);
 }
 
-Image handleOf(int32_t width, int32_t height, int32_t bitDepth, const Bytes& bytes)
-{
-    Image image = makeHandle(width, height, bitDepth);
-    EXPECT_EQ(bytes.size(), static_cast<size_t>(image->imageSize));
-    std::memcpy(image->imageData, bytes.data(), bytes.size());
-    return image;
-}
-
 // What a surface of these words holds, and the counts of a call that went well.
 template<class SurfaceKind>
 void expectDrawn(const SurfaceKind& surface, const Bytes& expected, int locks)

@@ -23,7 +23,7 @@ void warp(const IplImage* dst, const Quad& quad, const IplImage* src)
                          wholeQuad(from.width, from.height).corners);
 }
 
-void expectPlain(int32_t width, int32_t height, const Quad& quad, Random& random)
+void expectPlainWalk(int32_t width, int32_t height, const Quad& quad, Random& random)
 {
     const Image src = makeRandomHandle(random.between(1, 40), random.between(1, 40), 32, random);
     const GuardedHandle dst(width, height, 32);
@@ -117,8 +117,8 @@ TEST(LongWalk, GivesThePlainResultForDistantCorners)
         Random random(1);
         for (int round = 0; round < 16 && !testing::Test::HasFatalFailure();
              round += stepOfCases(4))
-            expectPlain(random.between(1, 40), random.between(1, 40),
-                        distantQuad(400 << round % 3, random), random);
+            expectPlainWalk(random.between(1, 40), random.between(1, 40),
+                            distantQuad(400 << round % 3, random), random);
     });
 }
 
@@ -128,7 +128,7 @@ TEST(LongWalk, GivesThePlainResultForOneDistantCorner)
     for (int round = 0; round < 16 && !testing::Test::HasFatalFailure(); round += stepOfCases(5)) {
         Quad quad = randomQuad(30, 20, 10, random);
         quad.corners[round % 4][round / 4 % 2] += random.between(2000, 4000) * (round < 8 ? 1 : -1);
-        expectPlain(30, 20, quad, random);
+        expectPlainWalk(30, 20, quad, random);
     }
 }
 
@@ -140,7 +140,7 @@ TEST(LongWalk, GivesThePlainResultForFlatQuadrangles)
         const double thickness = round % 4 == 0 ? 0 : round % 4 == 1 ? 1e-9 : 0.3;
         // On the boundary between two rows, or somewhere.
         const double offset = round % 2 == 0 ? 6.5 : 20 * anyPart(random);
-        expectPlain(30, 20, flatQuad(2000, slope, offset, thickness, random), random);
+        expectPlainWalk(30, 20, flatQuad(2000, slope, offset, thickness, random), random);
     }
 }
 
@@ -152,12 +152,12 @@ TEST(LongWalk, GivesThePlainResultForScanlinesOfMillions)
         const double length = 4e6 + 1e6 * anyPart(random);
         const double y = 10 + 5 * anyPart(random);
         const double rise = length * anyPart(random);
-        expectPlain(30, 20,
-                    {{{-length, y - rise},
-                      {length, y + rise},
-                      {length, y + rise + 2.1},
-                      {-length, y - rise + 1.7}}},
-                    random);
+        expectPlainWalk(30, 20,
+                        {{{-length, y - rise},
+                          {length, y + rise},
+                          {length, y + rise + 2.1},
+                          {-length, y - rise + 1.7}}},
+                        random);
     }
 }
 
@@ -173,7 +173,7 @@ TEST(LongWalk, GivesThePlainResultForCornersThatTouchTheImage)
         {{{-1000, 19.5}, {2000, 19.5}, {2000, 1000}, {-1000, 1000}}},
     };
     for (const Quad& quad : quads)
-        expectPlain(30, 20, quad, random);
+        expectPlainWalk(30, 20, quad, random);
 }
 
 TEST(LongWalk, ReadsWhatItWroteIntoTheSameImage)
@@ -202,7 +202,7 @@ TEST(LongWalk, GivesThePlainResultForCoordinatesThatAreNoNumbers)
             Quad quad = randomQuad(30, 20, 300, random);
             quad.corners[i % 8 / 2][i % 2] = value;
             quad.corners[i / 16][i / 8 % 2] = i % 3 == 0 ? value : quad.corners[i / 16][i / 8 % 2];
-            expectPlain(30, 20, quad, random);
+            expectPlainWalk(30, 20, quad, random);
         }
     }
 }
