@@ -45,12 +45,12 @@ if(QUIB_SANITIZE)
   add_link_options(-fsanitize=${QUIB_SANITIZE})
 endif()
 
-# Counters in the library alone, and code that stands as it is written.
 set(QUIB_KERNEL_OPTIMISATION -O3)
 if(QUIB_SANITIZE AND NOT QUIB_BUILD_FUZZERS)
   # Where a test waits for the compiler rather than for the kernels.
   set(QUIB_KERNEL_OPTIMISATION -O1)
 endif()
+# Counters in the library alone, and code that stands as it is written.
 if(QUIB_COVERAGE)
   set(QUIB_COUNTERS --coverage -O0)
   # The kernels' loops carry remarks that mean nothing then, which is a warning.

@@ -471,7 +471,7 @@ def check_helpers(root):
 def offences(root):
     """A line for each offence in the tree."""
     return [offence for check in (check_includes, check_functions, check_docstrings,
-                                     check_helpers)
+                                 check_helpers)
             for offence in check(root)]
 
 

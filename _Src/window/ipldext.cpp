@@ -82,12 +82,10 @@ void reduce(const IplImage* src, const IplImage* dst, const IplFactors& factors,
         ownDecimate(caller, src, dst, factors, interpolate);
         return;
     }
-    IplImage from = *src;
-    IplImage to = *dst;
     IplROI fromRoi = src->roi ? *src->roi : ownWhole(src);
     IplROI toRoi = dst->roi ? *dst->roi : ownWhole(dst);
-    from.roi = &fromRoi;
-    to.roi = &toRoi;
+    const IplImage from = ownWithRegion(src, &fromRoi);
+    const IplImage to = ownWithRegion(dst, &toRoi);
     for (int32_t coi = 1; coi <= channels; ++coi) {
         fromRoi.coi = toRoi.coi = coi;
         ownDecimate(caller, &from, &to, factors, interpolate);

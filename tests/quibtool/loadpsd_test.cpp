@@ -21,11 +21,11 @@ struct LoadedLayers {
 };
 
 template<class Load>
-LoadedLayers loadBy(Load loadLayers)
+LoadedLayers loadBy(Load load)
 {
     IplImage* image = untouchedImage;
     IplImage* mask = untouchedImage;
-    const QuibStatus status = loadLayers(&image, &mask);
+    const QuibStatus status = load(&image, &mask);
     return {status, image != untouchedImage, mask != untouchedImage,
             Image(image == untouchedImage ? nullptr : image),
             Image(mask == untouchedImage ? nullptr : mask)};
